@@ -32,7 +32,7 @@ def part_of(path):
 
 def owner_of(include):
     first = include.split("/")[0]
-    if first in ROOMS:
+    if first in ROOMS or first == "nodedb":
         return "nodedb"
     return first if first in ("platform", "persistence", "session") else "own"
 
@@ -48,7 +48,8 @@ def check_part(path, include, part):
 
 
 def check_level(path, include):
-    if not path.is_relative_to(NODEDB) or owner_of(include) != "nodedb":
+    generated = include.startswith("nodedb/")
+    if not path.is_relative_to(NODEDB) or owner_of(include) != "nodedb" or generated:
         return
     own = str(path.relative_to(NODEDB))
     if level(own) is None:

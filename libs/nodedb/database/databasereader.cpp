@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "database/databasereader_p.h"
+
+#include "database/storedgroups_p.h"
+#include "discovery/plugincall_p.h"
+#include "nodestore/node.h"
+#include "nodestore/nodedb.h"
+
+#include "platform/persistscope.h"
+
+#include <memory>
+
+namespace tq {
+
+using namespace stored;
+
+void DatabaseReader::readNodes()
+{
+    const PersistGroup group(m_source, k_globalNodes);
+    readPersistedArray(m_source, k_nodes, [this](int index) { return readNode(index); });
+}
+
+bool DatabaseReader::readNode(int index)
+{
+    const QVariant type = m_source->value(k_nodeType, QVariant());
+    std::unique_ptr<Node> node(m_db.createNodeFromType(ENodeType(type.toInt())));
+    if (!node || !callPlugin("load", [&] { node->load(m_source); }))
+        return type.isValid();
+    const QString id = node->id();
+    if (id.isEmpty()) {
+        logLine(Log::eSurvived, "A stored node has no id and is left out, entry ", index);
+        return type.isValid();
+    }
+    if (!m_db.node(id).null())
+        logLine(Log::eSurvived, "A stored node has the id of another one: ", id);
+    m_db.insertNode(node.release());
+    ++m_nodeCount;
+    return true;
+}
+
+void DatabaseReader::readRelations()
+{
+    const PersistGroup group(m_source, k_nodeRelations);
+    readPersistedArray(m_source, k_relations, [this](int) { return readRelation(); });
+}
+
+bool DatabaseReader::readRelation()
+{
+    const QVariant from = m_source->value(k_nodeFrom, QVariant());
+    const QVariant type = m_source->value(k_relationType, QVariant());
+    const QVariant to = m_source->value(k_nodeTo, QVariant());
+    if (!from.isValid() && !type.isValid() && !to.isValid())
+        return false;
+    m_db.addNodeRelation(from.toString(), to.toString(), ENodeRelationType(type.toInt()));
+    ++m_relationCount;
+    return true;
+}
+
+} // namespace tq

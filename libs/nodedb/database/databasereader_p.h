@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace tq {
+
+class IPersistDestination;
+class NodeDB;
+
+/** Reads nodes and relations back through the database's public operations, without a lock of its
+ * own. */
+class DatabaseReader
+{
+public:
+    DatabaseReader(NodeDB& db, IPersistDestination* source) : m_db(db), m_source(source) { }
+
+    /** Makes and inserts the stored nodes. Entries without driver or id are logged and left out. */
+    void readNodes();
+    void readRelations();
+
+    int nodeCount() const { return m_nodeCount; }
+    int relationCount() const { return m_relationCount; }
+
+private:
+    bool readNode(int index);
+    bool readRelation();
+
+    NodeDB& m_db;
+    IPersistDestination* m_source;
+    int m_nodeCount = 0;
+    int m_relationCount = 0;
+};
+
+} // namespace tq

@@ -1,0 +1,301 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "database/nodedb_p.h"
+#include "database/nodesignals_p.h"
+#include "discovery/plugincall_p.h"
+
+#include "platform/logline.h"
+
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QThread>
+
+#include <algorithm>
+
+namespace tq {
+
+namespace {
+
+/** Puts a node on the database's thread if it was made on this one. */
+void adopt(Node* node, const NodeDB& db)
+{
+    if (node->thread() == db.thread())
+        return;
+    if (node->thread() == QThread::currentThread())
+        node->moveWithMembers(db.thread());
+    else
+        logLine(Log::eSurvived, "A node lives on a thread that is not its maker's: ", node->id());
+}
+
+/** Waits for the update lock of node `id`; see NodeDB::beginUpdateNode(). */
+Node* waitForCopy(NodeDBPrivate& d, const QString& id, int timeout)
+{
+    constexpr qint64 k_warnAfter = 5000; // ms
+    bool warned = false;
+    QElapsedTimer timer;
+    timer.start();
+    auto guard = d.lock.write("beginUpdateNode");
+    while (guard) {
+        const NodeRegistry::Attempt attempt = d.registry.tryBeginUpdate(*guard, id);
+        const qint64 elapsed = timer.elapsed();
+        if (attempt.outcome != NodeRegistry::Attempt::EOutcome::eBusy)
+            return attempt.copy;
+        if (timeout != -1 && elapsed > timeout)
+            return nullptr;
+        if (!warned && elapsed >= k_warnAfter) {
+            logLine(Log::eSurvived, "Still waiting for another update of the node to end: ", id);
+            warned = true;
+        }
+        // Every end of a bracket and every removal wakes the waiter; it never spins.
+        qint64 pause = timeout == -1 ? -1 : timeout - elapsed + 1;
+        if (!warned)
+            pause = pause == -1 ? k_warnAfter - elapsed : std::min(pause, k_warnAfter - elapsed);
+        guard->wait(QDeadlineTimer(pause));
+    }
+    return nullptr;
+}
+
+/** What is known of a node by those who hold no handle of it any more. */
+struct NodeFacts
+{
+    explicit NodeFacts(const Node* node)
+        : name(node ? node->name() : QString()), shouldPersist(node && node->shouldPersist())
+    {
+    }
+
+    QString name;
+    bool shouldPersist;
+};
+
+void logRefusedRemoval(const QString& id)
+{
+    logLine(Log::eSurvived,
+        "Couldn't remove node because it is locked by another consumer. Node id: ", id);
+}
+
+/** Drops the relations of a node that left the registry, then announces the removal. */
+void announceRemoval(
+    NodeDB* db, std::atomic<bool>& modified, const QString& id, const NodeFacts& facts)
+{
+    const QPointer<NodeDB> alive(db);
+    db->removeAllNodeRelations(id);
+    logLine(Log::eProgress, "Node removed: ", facts.name);
+    if (!alive)
+        return;
+    if (facts.shouldPersist)
+        modified = true;
+    emit db->nodeRemoved(id);
+}
+
+} // namespace
+
+void NodeDB::insertNode(Node* node)
+{
+    if (!node)
+        return;
+    const QString id = node->id();
+    const NodeFacts facts(node);
+    if (d->registry.isStored(d->lock.read(), node)) {
+        logLine(Log::eSurvived, "The node is in the database already: ", id);
+        return;
+    }
+    adopt(node, *this);
+    const QPointer<Node> alive(node);
+    NodeRegistry::Handle handle = NodeRegistry::handleFor(node);
+    NodeRegistry::Displaced displaced;
+    {
+        const auto guard = d->lock.write("insertNode");
+        if (!guard)
+            return; // the handle deletes the node: ownership was taken
+        displaced = d->registry.insert(*guard, id, handle);
+        attachNodeSignals(*node, *this, Qt::AutoConnection);
+    }
+    handle.reset();
+    d->lock.wakeAll();
+    if (displaced.wasInUse)
+        logLine(Log::eSurvived, "A node was inserted over one that is in use: ", id);
+    displaced.node.reset();
+    logLine(Log::eProgress, "Node inserted: ", facts.name);
+    if (!alive)
+        return;
+    if (facts.shouldPersist)
+        d->modified = true;
+    emit nodeInserted(id);
+}
+
+tqm::smart<const Node> NodeDB::node(const QString& id) const
+{
+    return d->registry.find(d->lock.read(), id);
+}
+
+void NodeDB::acquire(const QString& id)
+{
+    if (const auto guard = d->lock.write("acquire"))
+        d->registry.acquire(*guard, id);
+}
+
+void NodeDB::release(const QString& id)
+{
+    const NodeFacts facts(node(id).get());
+    NodeRegistry::Removal removal{};
+    {
+        const auto guard = d->lock.write("release");
+        if (!guard)
+            return;
+        removal = d->registry.release(*guard, id);
+    }
+    removal.removed.reset();
+    switch (removal.outcome) {
+    case NodeRegistry::ERemoval::eRemoved:
+        d->lock.wakeAll();
+        announceRemoval(this, d->modified, id, facts);
+        break;
+    case NodeRegistry::ERemoval::eLocked:
+        logRefusedRemoval(id);
+        break;
+    case NodeRegistry::ERemoval::eUnmatched:
+        logLine(Log::eSurvived, "NodeDB::release: no matching acquire call found ", id);
+        break;
+    case NodeRegistry::ERemoval::eDeferred:
+    case NodeRegistry::ERemoval::eKept:
+        break;
+    }
+}
+
+void NodeDB::removeNode(const QString& id)
+{
+    NodeRegistry::Handle known = node(id);
+    if (known.null()) {
+        logLine(Log::eSurvived, "NodeDB::removeNode remove on non-existing node ", id);
+        return;
+    }
+    const NodeFacts facts(known.get());
+    known.reset();
+    NodeRegistry::Removal removal{};
+    {
+        const auto guard = d->lock.write("removeNode");
+        if (!guard)
+            return;
+        removal = d->registry.remove(*guard, id);
+    }
+    removal.removed.reset();
+    if (removal.outcome == NodeRegistry::ERemoval::eRemoved) {
+        d->lock.wakeAll();
+        announceRemoval(this, d->modified, id, facts);
+    } else if (removal.outcome == NodeRegistry::ERemoval::eDeferred) {
+        logLine(Log::eProgress, "NodeDB::removeNode removal deferred because node is acquired ",
+            facts.name);
+    } else if (removal.outcome == NodeRegistry::ERemoval::eLocked) {
+        logRefusedRemoval(id);
+    }
+}
+
+void NodeDB::removeAllNodes()
+{
+    const QPointer<NodeDB> alive(this);
+    const QStringList ids = nodeIdList();
+    for (const QString& id : ids) {
+        if (alive)
+            removeNode(id);
+    }
+}
+
+Node* NodeDB::beginUpdateNode(const QString& id, int timeout)
+{
+    if (node(id).null())
+        return nullptr;
+    const QPointer<NodeDB> alive(this);
+    emit beginUpdatingNode(id);
+    Node* const copy = alive ? waitForCopy(*d, id, timeout) : nullptr;
+    if (copy)
+        callPlugin("beginUpdateNode", [&] { copy->beginUpdateNode(); });
+    return copy;
+}
+
+void NodeDB::endUpdateNode(Node* copy)
+{
+    if (!copy)
+        return;
+    const QString id = copy->id();
+    const NodeFacts facts(copy);
+    NodeRegistry::Handle handle;
+    NodeRegistry::Handle displaced;
+    {
+        const auto guard = d->lock.write("endUpdateNode");
+        if (!guard)
+            return;
+        if (!d->registry.isStored(*guard, copy)) {
+            adopt(copy, *this);
+            handle = NodeRegistry::handleFor(copy);
+            displaced = d->registry.endUpdate(*guard, id, handle);
+            // kept: queued here, automatic in insertNode()
+            attachNodeSignals(*copy, *this, Qt::QueuedConnection);
+        }
+    }
+    if (handle.null()) {
+        logLine(Log::eSurvived, "The update of the node has ended already: ", id);
+        return;
+    }
+    d->lock.wakeAll();
+    displaced.reset();
+    logLine(Log::eProgress, "Node updated: ", facts.name);
+    if (facts.shouldPersist)
+        d->modified = true;
+    const QPointer<NodeDB> alive(this);
+    callPlugin("endUpdateNode", [&] { copy->endUpdateNode(); });
+    if (!alive)
+        return;
+    emit nodeUpdated(id);
+    if (!alive || !d->service)
+        return;
+    if (const auto hint = d->service->takeDeferred(id))
+        nodeHintChanged(*hint);
+}
+
+bool NodeDB::nodenameExists(const QString& name) const
+{
+    return !d->registry
+                .findFirst(d->lock.read(), [&](const Node& node) { return node.name() == name; })
+                .null();
+}
+
+QStringList NodeDB::nodeIdList(ENodeType type) const
+{
+    const QList<ENodeType> types{ type };
+    return nodeIdList(type == eAnyNodeType ? nullptr : &types, false);
+}
+
+QStringList NodeDB::nodeIdList(const QList<ENodeType>* types, bool exclude) const
+{
+    return d->registry.ids(d->lock.read(),
+        [&](const Node& node) { return passesTypeFilter(node.type(), types, exclude); });
+}
+
+QStringList NodeDB::search(ENodeType type) const
+{
+    return nodeIdList(type);
+}
+
+QStringList NodeDB::search(const tqgen::BaseProperty& property, ENodeType type) const
+{
+    return d->registry.ids(d->lock.read(), [&](const Node& node) {
+        return (type == eAnyNodeType || node.type() == type) && node.compareProperty(property);
+    });
+}
+
+QStringList NodeDB::search(const tqgen::PropertySet& properties, ENodeType type) const
+{
+    const auto& wanted = properties.properties();
+    return d->registry.ids(d->lock.read(), [&](const Node& node) {
+        return (type == eAnyNodeType || node.type() == type)
+            && std::all_of(wanted.begin(), wanted.end(),
+                [&](const auto& property) { return node.compareProperty(*property); });
+    });
+}
+
+bool NodeDB::isModified() const
+{
+    return d->modified;
+}
+
+} // namespace tq

@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "discovery/nodehint.h"
+
+namespace tq {
+
+namespace {
+
+void registerHint()
+{
+    QMetaType::registerNormalizedTypedef("NodeHint", QMetaType::fromType<NodeHint>());
+}
+
+Q_CONSTRUCTOR_FUNCTION(registerHint)
+
+} // namespace
+
+NodeHint::NodeHint() = default;
+
+NodeHint::~NodeHint() = default;
+
+void NodeHint::setProperty(const tqgen::BaseProperty&) { }
+
+tqm::smart<tqgen::BaseProperty> NodeHint::getProperty(const QString&) const
+{
+    return {};
+}
+
+} // namespace tq

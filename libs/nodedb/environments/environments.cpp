@@ -1,0 +1,161 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "environments/environments.h"
+
+#include "nodestore/nodedb.h"
+
+#include "platform/persistscope.h"
+#include "platform/qtsignal.h"
+
+#include <QUuid>
+
+#include <algorithm>
+
+namespace tq {
+
+namespace {
+
+const QString k_active = QStringLiteral("Active");
+const QString k_environments = QStringLiteral("Environments");
+const QString k_id = QStringLiteral("ID");
+const QString k_name = QStringLiteral("Name");
+
+} // namespace
+
+QString Environments::m_activeEnvironment;
+
+Environments::Environments(NodeDB* db)
+{
+    for (const char* signal : { SIGNAL(environmentRenamed(const EnvironmentID&)),
+             SIGNAL(newEnvironmentAdded(const EnvironmentID&)),
+             SIGNAL(environmentRemoved(const EnvironmentID&)) })
+        tq::connect(QtSignal(this, signal), db, SIGNAL(environmentsChanged()));
+    setActiveEnvironment(add(tr("Default")));
+}
+
+Environments::~Environments() = default;
+
+QString Environments::activeEnvironment()
+{
+    return m_activeEnvironment;
+}
+
+void Environments::setActiveEnvironment(const QString& id)
+{
+    m_activeEnvironment = id;
+}
+
+int Environments::find(const QList<Entry>& list, const QString& id)
+{
+    const auto found = std::find_if(
+        list.begin(), list.end(), [&](const Entry& entry) { return entry.first == id; });
+    return found == list.end() ? -1 : int(found - list.begin());
+}
+
+bool Environments::exists(const QString& id) const
+{
+    return find(m_list, id) >= 0;
+}
+
+QString Environments::name(const QString& id) const
+{
+    const int index = find(m_list, id);
+    return index < 0 ? QString() : m_list.at(index).second;
+}
+
+QString Environments::appendNew(const QString& name)
+{
+    const QString id = QUuid::createUuid().toString();
+    m_list.append({ id, name });
+    return id;
+}
+
+QString Environments::add(const QString& name)
+{
+    const bool taken = std::any_of(
+        m_list.cbegin(), m_list.cend(), [&](const Entry& entry) { return entry.second == name; });
+    if (taken)
+        return QString();
+    const QString id = appendNew(name);
+    emit newEnvironmentAdded(id);
+    return id;
+}
+
+void Environments::rename(const QString& id, const QString& newName)
+{
+    const int index = find(m_list, id);
+    if (index < 0)
+        return;
+    m_list[index].second = newName;
+    emit environmentRenamed(id);
+}
+
+void Environments::remove(const QString& id)
+{
+    const int index = find(m_list, id);
+    if (index < 0 || id == m_activeEnvironment)
+        return;
+    m_list.removeAt(index);
+    emit environmentRemoved(id);
+}
+
+void Environments::setList(const QList<Entry>& list)
+{
+    if (list.isEmpty())
+        return;
+    for (const Entry& entry : list)
+        mergeEntry(entry);
+    // A snapshot: slots may change the list.
+    const QList<Entry> before = m_list;
+    for (const Entry& entry : before) {
+        const int index = find(m_list, entry.first);
+        if (find(list, entry.first) >= 0 || entry.first == m_activeEnvironment || index < 0)
+            continue;
+        m_list.removeAt(index);
+        emit environmentRemoved(entry.first);
+    }
+}
+
+void Environments::mergeEntry(const Entry& entry)
+{
+    const int index = find(m_list, entry.first);
+    if (index < 0) {
+        m_list.append(entry);
+        emit newEnvironmentAdded(entry.first);
+    } else if (m_list.at(index).second != entry.second) {
+        rename(entry.first, entry.second);
+    }
+}
+
+void Environments::save(IPersistDestination* target) const
+{
+    target->setValue(k_active, m_activeEnvironment);
+    PersistWriteArray array(target, k_environments);
+    for (const Entry& entry : m_list) {
+        array.next();
+        target->setValue(k_id, entry.first);
+        target->setValue(k_name, entry.second);
+    }
+}
+
+void Environments::load(IPersistDestination* source)
+{
+    m_list.clear();
+    const int count = readPersistedArray(source, k_environments, [&](int) {
+        const QVariant id = source->value(k_id, QVariant());
+        const QVariant name = source->value(k_name, QVariant());
+        m_list.append({ id.toString(), name.toString() });
+        return id.isValid() || name.isValid();
+    });
+    if (count == 0) {
+        // The stored active id, if any, belongs to environments that are gone.
+        m_activeEnvironment = appendNew(tr("Default"));
+        return;
+    }
+    m_activeEnvironment = source->value(k_active, QVariant()).toString();
+    if (!exists(m_activeEnvironment))
+        logLine(Log::eSurvived,
+            "The active environment is not in the list of environments: ", m_activeEnvironment);
+}
+
+} // namespace tq

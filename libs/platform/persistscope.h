@@ -1,0 +1,110 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/logline.h"
+#include "platform/persistdestination.h"
+
+#include <concepts>
+#include <exception>
+
+namespace tq {
+
+/** Closes a group or array at the end of a scope; an exception on its way out is not replaced by
+ * another. */
+class PersistScope
+{
+public:
+    PersistScope(const PersistScope&) = delete;
+    PersistScope& operator=(const PersistScope&) = delete;
+
+protected:
+    using Close = void (IPersistDestination::*)();
+
+    PersistScope(IPersistDestination* target, Close close) : m_target(target), m_close(close) { }
+
+    ~PersistScope() noexcept(false)
+    {
+        if (std::uncaught_exceptions() == m_exceptions) {
+            (m_target->*m_close)();
+            return;
+        }
+        try {
+            (m_target->*m_close)();
+        } catch (...) {
+            // The first exception is the one that tells what went wrong.
+        }
+    }
+
+    IPersistDestination* target() const { return m_target; }
+
+private:
+    IPersistDestination* m_target;
+    Close m_close;
+    int m_exceptions = std::uncaught_exceptions();
+};
+
+/** A group that is open for a scope. */
+class PersistGroup : public PersistScope
+{
+public:
+    PersistGroup(IPersistDestination* target, const QString& name)
+        : PersistScope(target, &IPersistDestination::endGroup)
+    {
+        target->beginGroup(name);
+    }
+};
+
+/** An array that is written in a scope, entry after entry. */
+class PersistWriteArray : public PersistScope
+{
+public:
+    PersistWriteArray(IPersistDestination* target, const QString& name)
+        : PersistScope(target, &IPersistDestination::endArray)
+    {
+        target->beginWriteArray(name, -1);
+    }
+
+    /** Selects the next entry, the first one at the first call. */
+    void next() { target()->setArrayIndex(m_count++); }
+
+    /** Returns how many entries were written. */
+    int count() const { return m_count; }
+
+private:
+    int m_count = 0;
+};
+
+/**
+ * Reads an array: `readEntry(i)` is called with each entry selected and returns whether anything
+ * was there.
+ *
+ * Counts in a store may be damaged: a negative one is 0, and after 1,000 entries in a row that were
+ * not there reading stops with a level 2 line. Returns the number of entries that the target
+ * announced.
+ */
+template <std::predicate<int> ReadEntry>
+int readPersistedArray(IPersistDestination* source, const QString& name, ReadEntry readEntry)
+{
+    constexpr int k_mostAbsentInARow = 1000;
+    struct Array : PersistScope
+    {
+        explicit Array(IPersistDestination* target)
+            : PersistScope(target, &IPersistDestination::endArray)
+        {
+        }
+    };
+    const int count = qMax(0, source->beginReadArray(name));
+    const Array array(source);
+    int absent = 0;
+    for (int i = 0; i < count && absent < k_mostAbsentInARow; ++i) {
+        source->setArrayIndex(i);
+        absent = readEntry(i) ? 0 : absent + 1;
+    }
+    if (absent == k_mostAbsentInARow)
+        logLine(Log::eSurvived, "Stopped reading a damaged array: ", name, " announces ", count,
+            " entries");
+    return count;
+}
+
+} // namespace tq

@@ -1,0 +1,49 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "devices/ipdevicenode.h"
+#include "devices/userandpasswordnodeproperty.h"
+
+#include <functional>
+
+namespace tst {
+
+/** Node types of the fakes. */
+constexpr auto k_plainType = tq::ENodeType(7);
+constexpr auto k_deviceType = tq::ENodeType(8);
+
+/** A node that is no device, with a login property. Its hooks can be replaced to misbehave. */
+class PlainNode : public tq::Node
+{
+    Q_OBJECT
+
+public:
+    explicit PlainNode(const QString& id, tq::ENodeType type = k_plainType);
+
+    tq::Node* clone() const override;
+    bool isIdentical(const tq::NodeHint& hint) const override;
+    void updateFromHint(const tq::NodeHint& hint) override;
+    void fillHint(tq::NodeHint& hint) const override;
+    void save(tq::IPersistDestination* target) const override;
+
+    tq::UserAndPasswordNodeProperty login;
+    std::function<void()> onClone; ///< runs at the start of clone(); copied into the copy
+    std::function<void()> onSave;
+};
+
+/** An IP device that takes the host of a changed hint. */
+class DeviceNode : public tq::IPDeviceNode
+{
+    Q_OBJECT
+
+public:
+    explicit DeviceNode(
+        const QString& id, const QString& host = QString(), tq::ENodeType type = k_deviceType);
+
+    tq::Node* clone() const override;
+    void updateFromHint(const tq::NodeHint& hint) override;
+    void fillHint(tq::NodeHint& hint) const override;
+};
+
+} // namespace tst
