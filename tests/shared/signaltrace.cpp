@@ -17,7 +17,9 @@ QString printed(const QVariant& argument)
 {
     if (argument.metaType() == QMetaType::fromType<tq::NodeHint>())
         return static_cast<const tq::NodeHint*>(argument.constData())->name();
-    return argument.toString();
+    // enumerations have no text of their own
+    const bool isEnumeration = argument.metaType().flags().testFlag(QMetaType::IsEnumeration);
+    return isEnumeration ? QString::number(argument.toInt()) : argument.toString();
 }
 
 } // namespace

@@ -13,8 +13,10 @@ namespace {
 
 void registerDriverHandle()
 {
-    QMetaType::registerNormalizedTypedef("tqm::smart<INodeDriverComponent>",
-        QMetaType::fromType<tqm::smart<INodeDriverComponent>>());
+    // Registered under its full name as well: drivers outside this namespace spell it so.
+    const QMetaType type = QMetaType::fromType<tqm::smart<INodeDriverComponent>>();
+    type.id(); // registers it under its own name
+    QMetaType::registerNormalizedTypedef("tqm::smart<INodeDriverComponent>", type);
 }
 
 Q_CONSTRUCTOR_FUNCTION(registerDriverHandle)

@@ -8,7 +8,9 @@ namespace {
 
 void registerHint()
 {
-    QMetaType::registerNormalizedTypedef("NodeHint", QMetaType::fromType<NodeHint>());
+    const QMetaType type = QMetaType::fromType<NodeHint>();
+    type.id(); // registers it under its own name
+    QMetaType::registerNormalizedTypedef("NodeHint", type);
 }
 
 Q_CONSTRUCTOR_FUNCTION(registerHint)

@@ -11,8 +11,10 @@ namespace {
 template <class T>
 void registerNames(std::initializer_list<const char*> names)
 {
+    const QMetaType type = QMetaType::fromType<T>();
+    type.id(); // registers it under its own name
     for (const char* name : names)
-        QMetaType::registerNormalizedTypedef(name, QMetaType::fromType<T>());
+        QMetaType::registerNormalizedTypedef(name, type);
 }
 
 void registerNodeTypes()

@@ -1,0 +1,409 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "database/registrylock_p.h"
+#include "discovery/nodehintipdevice.h"
+#include "shared/databasefixture.h"
+
+#include "platform/properties/properties.h"
+
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTest>
+#include <QThread>
+
+#include <ctime>
+#include <future>
+
+using namespace tq;
+using tst::text;
+
+namespace {
+
+double cpuSeconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
+}
+
+/** Runs `work` on a thread of its own. */
+template <class Work>
+std::unique_ptr<QThread> started(Work work)
+{
+    std::unique_ptr<QThread> thread(QThread::create(work));
+    thread->start();
+    return thread;
+}
+
+} // namespace
+
+class TestRegistry : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void acquiredNodesAreRemovedByTheLastRelease();
+    void releaseWithoutAcquireIsLogged();
+    void removalIsRefusedDuringAnUpdateAndNotRetried();
+    void insertingOverAnIdStartsAnew();
+    void insertedNodesAnnounceAndRelay();
+    void updateReplacesTheNode();
+    void updateRelaysConnectionDataLater();
+    void updateTimesOutOrWaits();
+    void waiterWakesWhenTheNodeIsRemoved();
+    void failingCopiesLeaveTheNodeUsable();
+    void aNodeIsStoredOnce();
+    void changesUnderTheLockAreRefused();
+    void lateChangesOfAnEditedNodeAreKept();
+    void searchesAnswerInOrder();
+    void nodesOfOtherThreadsMoveIn();
+    void displacedNodesMayCallBackWhileTheyDie();
+    void nothingRecreatesTheDatabaseWhileItEnds();
+};
+
+void TestRegistry::acquiredNodesAreRemovedByTheLastRelease()
+{
+    tst::Database f;
+    f.insertPlain(text("n"));
+    f.trace.take();
+    f.db->acquire(text("n"));
+    f.db->acquire(text("n"));
+    f.db->removeNode(text("n"));
+    QCOMPARE(f.log.lines().last(),
+        text("1 NodeDB::removeNode removal deferred because node is acquired name of n"));
+    f.db->release(text("n"));
+    QVERIFY(!f.db->node(text("n")).null());
+    QCOMPARE(f.trace.take(), QStringList());
+    f.clearModified();
+    f.db->release(text("n"));
+    QVERIFY(f.db->node(text("n")).null());
+    QCOMPARE(f.trace.take(), QStringList(text("nodeRemoved(n)")));
+    QCOMPARE(f.log.lines().last(), text("1 Node removed: name of n"));
+    QVERIFY(f.db->isModified());
+}
+
+void TestRegistry::releaseWithoutAcquireIsLogged()
+{
+    tst::Database f;
+    f.insertPlain(text("n"));
+    f.db->release(text("n"));
+    f.db->release(text("un\nknown"));
+    QCOMPARE(f.log.linesWith(text("release")),
+        QStringList({ text("2 NodeDB::release: no matching acquire call found n"),
+            text("2 NodeDB::release: no matching acquire call found un\\u000aknown") }));
+    f.db->acquire(text("unknown"));
+    f.db->release(text("unknown"));
+    f.db->removeNode(text("unknown"));
+    QCOMPARE(
+        f.log.lines().last(), text("2 NodeDB::removeNode remove on non-existing node unknown"));
+}
+
+void TestRegistry::removalIsRefusedDuringAnUpdateAndNotRetried()
+{
+    tst::Database f;
+    f.insertPlain(text("n"));
+    f.db->acquire(text("n"));
+    f.db->removeNode(text("n"));
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    f.db->release(text("n"));
+    QCOMPARE(f.log.lines().last(),
+        text("2 Couldn't remove node because it is locked by another consumer. Node id: n"));
+    f.db->endUpdateNode(copy);
+    QCOMPARE(f.db->node(text("n")).get(), copy);
+    // the count is 0 now and the removal still due: any later release performs it
+    f.db->acquire(text("n"));
+    f.db->release(text("n"));
+    QVERIFY(f.db->node(text("n")).null());
+}
+
+void TestRegistry::insertingOverAnIdStartsAnew()
+{
+    tst::Database f;
+    const QPointer<Node> first = f.insertPlain(text("n"));
+    f.db->addNodeRelation(text("n"), text("m"), eDeviceToRecordingFolder);
+    f.db->acquire(text("n"));
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    f.insertPlain(text("n"));
+    QVERIFY(first.isNull());
+    QVERIFY(!f.log.linesWith(text("over one that is in use: n")).isEmpty());
+    QCOMPARE(f.db->relatedNodes(text("n"), eDeviceToRecordingFolder), QStringList(text("m")));
+    Node* const second = f.db->beginUpdateNode(text("n"), 0);
+    QVERIFY(second);
+    f.db->endUpdateNode(second);
+    f.db->endUpdateNode(copy);
+    QCOMPARE(f.db->node(text("n")).get(), copy);
+    f.db->removeNode(text("n"));
+    QVERIFY(f.db->node(text("n")).null());
+}
+
+void TestRegistry::insertedNodesAnnounceAndRelay()
+{
+    tst::Database f;
+    auto* const silent = new tst::PlainNode(text("silent"));
+    silent->setShouldPersist(false);
+    f.db->insertNode(silent);
+    QVERIFY(!f.db->isModified());
+    tst::DeviceNode* const device = f.insertDevice(text("d"));
+    QVERIFY(f.db->isModified());
+    emit device->changed(text("d"));
+    emit device->connectionDataChanged(text("d"));
+    QCOMPARE(f.trace.take(),
+        QStringList({ text("nodeInserted(silent)"), text("nodeInserted(d)"), text("nodeUpdated(d)"),
+            text("connectionDataChanged(d)") }));
+    QCOMPARE(f.log.lines().first(), text("1 Node inserted: "));
+}
+
+void TestRegistry::updateReplacesTheNode()
+{
+    tst::Database f;
+    QVERIFY(!f.db->beginUpdateNode(text("unknown"), -1));
+    QCOMPARE(f.trace.take(), QStringList());
+    f.insertPlain(text("n"));
+    f.clearModified();
+    const tqm::smart<const Node> before = f.db->node(text("n"));
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    copy->setName(text("new"));
+    QCOMPARE(before->name(), text("name of n"));
+    QCOMPARE(f.db->node(text("n")).get(), before.get());
+    f.db->endUpdateNode(copy);
+    f.db->endUpdateNode(nullptr);
+    QCOMPARE(f.db->node(text("n"))->name(), text("new"));
+    QCOMPARE(f.trace.take(),
+        QStringList(
+            { text("nodeInserted(n)"), text("beginUpdatingNode(n)"), text("nodeUpdated(n)") }));
+    QCOMPARE(f.log.linesWith(text("updated")), QStringList(text("1 Node updated: new")));
+    QVERIFY(f.db->isModified());
+    // a displaced node that somebody holds goes on relaying
+    emit const_cast<Node*>(before.get())->changed(text("n"));
+    QCOMPARE(f.trace.take(), QStringList(text("nodeUpdated(n)")));
+}
+
+void TestRegistry::updateRelaysConnectionDataLater()
+{
+    tst::Database f;
+    f.insertDevice(text("d"), text("h"));
+    auto* const copy = static_cast<IPDeviceNode*>(f.db->beginUpdateNode(text("d"), 0));
+    copy->setPort(8080);
+    f.trace.take();
+    f.db->endUpdateNode(copy);
+    QCOMPARE(f.trace.take(), QStringList(text("nodeUpdated(d)")));
+    QCOMPARE(f.signals_(), QStringList(text("connectionDataChanged(d)")));
+    // only that relay is queued
+    emit copy->changed(text("d"));
+    QCOMPARE(f.trace.take(), QStringList(text("nodeUpdated(d)")));
+}
+
+void TestRegistry::updateTimesOutOrWaits()
+{
+    tst::Database f;
+    f.insertPlain(text("n"));
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    f.trace.take();
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(!f.db->beginUpdateNode(text("n"), 100));
+    QVERIFY(timer.elapsed() >= 100);
+    QCOMPARE(f.trace.take(), QStringList(text("beginUpdatingNode(n)")));
+
+    std::promise<void> begins;
+    double cpu = 0;
+    const auto waiter = started([&] {
+        QObject::connect(
+            f.db, &NodeDB::beginUpdatingNode, f.db, [&] { begins.set_value(); },
+            Qt::DirectConnection);
+        const double before = cpuSeconds();
+        Node* const second = f.db->beginUpdateNode(text("n"), -1);
+        cpu = cpuSeconds() - before;
+        second->setModelInfo(second->name());
+        f.db->endUpdateNode(second);
+    });
+    begins.get_future().wait();
+    QVERIFY(!waiter->wait(300)); // it waits, however long the bracket is open
+    copy->setName(text("first"));
+    f.db->endUpdateNode(copy);
+    QVERIFY(waiter->wait());
+    QCOMPARE(f.db->node(text("n"))->modelInfo(), text("first"));
+    QVERIFY2(cpu < 0.1, qPrintable(text("the waiter burnt %1 s").arg(cpu)));
+}
+
+void TestRegistry::waiterWakesWhenTheNodeIsRemoved()
+{
+    tst::Database f;
+    f.insertPlain(text("n"));
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    std::promise<void> begins;
+    Node* got = copy;
+    const auto waiter = started([&] {
+        QObject::connect(
+            f.db, &NodeDB::beginUpdatingNode, f.db, [&] { begins.set_value(); },
+            Qt::DirectConnection);
+        got = f.db->beginUpdateNode(text("n"), -1);
+    });
+    begins.get_future().wait();
+    // removed on the way: an insert over the id opens it, the removal takes it
+    auto* const other = new tst::PlainNode(text("n"));
+    other->onClone = [] { throw std::runtime_error("no copy"); };
+    f.db->insertNode(other);
+    f.db->removeNode(text("n"));
+    QVERIFY(waiter->wait());
+    QVERIFY(!got);
+    f.db->endUpdateNode(copy);
+}
+
+void TestRegistry::failingCopiesLeaveTheNodeUsable()
+{
+    tst::Database f;
+    tst::PlainNode* const node = f.insertPlain(text("n"));
+    node->onClone = [] { throw std::runtime_error("no copy"); };
+    QVERIFY(!f.db->beginUpdateNode(text("n"), -1));
+    QVERIFY(!f.log.linesWith(text("no copy")).isEmpty());
+    node->onClone = {};
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    QVERIFY(copy);
+    f.db->endUpdateNode(copy);
+    f.db->removeNode(text("n"));
+    QVERIFY(f.db->node(text("n")).null());
+}
+
+void TestRegistry::aNodeIsStoredOnce()
+{
+    tst::Database f;
+    tst::PlainNode* const node = f.insertPlain(text("n"));
+    f.trace.take();
+    f.db->insertNode(node);
+    f.db->endUpdateNode(node);
+    f.db->insertNode(nullptr);
+    QCOMPARE(f.trace.take(), QStringList());
+    QCOMPARE(f.db->node(text("n")).get(), node);
+    QCOMPARE(f.log.linesWith(text("already")).size(), 2);
+}
+
+void TestRegistry::changesUnderTheLockAreRefused()
+{
+    tst::Database f;
+    tst::PlainNode* const node = f.insertPlain(text("n"));
+    f.trace.take();
+    bool couldRead = false;
+    node->onClone = [&] {
+        couldRead = !f.db->node(text("n")).null() && f.db->nodeIdList().size() == 1;
+        f.insertPlain(text("m"));
+        f.db->acquire(text("n"));
+        f.db->release(text("n"));
+        f.db->removeNode(text("n"));
+        f.db->addNodeRelation(text("n"), text("n"), eDeviceToRecordingFolder);
+        QVERIFY(!f.db->beginUpdateNode(text("n"), 0));
+    };
+    // beginUpdateNode() announces before it is refused; nothing else is announced
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    QVERIFY(copy && couldRead);
+    QCOMPARE(f.trace.take(), QStringList(2, text("beginUpdatingNode(n)")));
+    QCOMPARE(f.log.linesWith(text("holds the database's lock")).size(), 6);
+    node->onClone = {};
+    f.db->endUpdateNode(copy);
+    QCOMPARE(f.db->nodeIdList(), QStringList(text("n")));
+}
+
+void TestRegistry::lateChangesOfAnEditedNodeAreKept()
+{
+    tst::Database f;
+    f.insertPlain(text("n"));
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    NodeHintIPDevice hint;
+    hint.setName(text("name of n"));
+    for (const char* news : { "older", "newer" }) {
+        hint.setSecondText(text(news));
+        f.db->nodeHintChanged(hint);
+    }
+    f.trace.take();
+    f.db->endUpdateNode(copy);
+    QCOMPARE(f.db->node(text("n"))->modelInfo(), text("newer"));
+    QCOMPARE(f.trace.take(),
+        QStringList(
+            { text("nodeUpdated(n)"), text("beginUpdatingNode(n)"), text("nodeUpdated(n)") }));
+}
+
+void TestRegistry::searchesAnswerInOrder()
+{
+    tst::Database f;
+    for (const char* id : { "c", "ä", "a" })
+        f.insertPlain(text(id));
+    f.insertDevice(text("b"), text("h"));
+    QCOMPARE(f.db->nodeIdList(), text("a b c ä").split(QLatin1Char(' ')));
+    QCOMPARE(f.db->search(tst::k_plainType), text("a c ä").split(QLatin1Char(' ')));
+    QCOMPARE(f.db->nodeIdList(ENodeType(22)), QStringList());
+    const QList<ENodeType> types{ tst::k_plainType, ENodeType(3) };
+    QCOMPARE(f.db->nodeIdList(&types, true), QStringList(text("b")));
+    QCOMPARE(f.db->nodeIdList(nullptr, true).size(), 4);
+    const tqgen::StringProperty name(text("Name"), QString(), text("name of c"));
+    QCOMPARE(f.db->search(name, eAnyNodeType), QStringList(text("c")));
+    QCOMPARE(f.db->search(name, tst::k_deviceType), QStringList());
+    tqgen::PropertySet both;
+    both.emplace<tqgen::StringProperty>(text("IP"), QString(), text("h"));
+    both.emplace<tqgen::BoolProperty>(text("ShouldPersist"), QString(), true);
+    QCOMPARE(f.db->search(both, eAnyNodeType), QStringList(text("b")));
+    QVERIFY(f.db->nodenameExists(text("name of c")) && !f.db->nodenameExists(text("Name of c")));
+    f.trace.take();
+    f.db->acquire(text("b"));
+    f.db->removeAllNodes();
+    QCOMPARE(f.db->nodeIdList(), QStringList(text("b")));
+    QCOMPARE(f.trace.take(),
+        QStringList({ text("nodeRemoved(a)"), text("nodeRemoved(c)"), text("nodeRemoved(ä)") }));
+}
+
+void TestRegistry::nodesOfOtherThreadsMoveIn()
+{
+    tst::Database f;
+    IPDeviceNode* device = nullptr;
+    const auto maker = started([&] { device = f.insertDevice(text("d"), text("h")); });
+    QVERIFY(maker->wait());
+    QCOMPARE(device->thread(), f.db->thread());
+    QCOMPARE(device->proxy().thread(), f.db->thread());
+    QSignalSpy spy(device, &IPDeviceNode::connectionDataChanged);
+    f.db->setActiveUser(text("ann"));
+    QCOMPARE(spy.size(), 1);
+    f.db->environments();
+}
+
+void TestRegistry::displacedNodesMayCallBackWhileTheyDie()
+{
+    tst::Database f;
+    QStringList seen;
+    const auto watch = [&](Node* node) {
+        connect(node, &QObject::destroyed, f.db, [&] {
+            f.db->acquire(text("other"));
+            seen.append(f.db->nodeIdList().join(QLatin1Char(' ')));
+        });
+    };
+    watch(f.insertPlain(text("n")));
+    watch(f.insertPlain(text("n")));
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    watch(copy);
+    f.db->endUpdateNode(copy);
+    f.db->removeNode(text("n"));
+    QCOMPARE(seen, QStringList({ text("n"), text("n"), QString() }));
+}
+
+void TestRegistry::nothingRecreatesTheDatabaseWhileItEnds()
+{
+    tst::LogCapture log;
+    for (int i = 0; i < 1000; ++i) {
+        NodeDB* const db = NodeDB::getDB();
+        tst::FakeDriver driver(text("asks"), { { 7, 1 } });
+        auto* const node = new tst::PlainNode(text("n"));
+        db->insertNode(node);
+        connect(node, &QObject::destroyed, node, [&] { QCOMPARE(NodeDB::getDB(), db); });
+        connect(db, &QObject::destroyed, this, [&] { QVERIFY(!NodeDB::getDB()); });
+        NodeDB::freeDB();
+    }
+    tst::FakeDriver driver(text("asks"), { { 7, 1 } });
+    NodeDB* made = nullptr;
+    driver.onCall = [&] { made = NodeDB::getDB(); };
+    NodeDB* const db = NodeDB::getDB();
+    QCOMPARE(made, db);
+    QVERIFY(!log.linesWith(text("while it is being created")).isEmpty());
+    NodeDB::freeDB();
+}
+
+QTEST_GUILESS_MAIN(TestRegistry)
+#include "tst_registry.moc"

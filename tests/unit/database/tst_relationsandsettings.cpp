@@ -1,0 +1,184 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "environments/environments.h"
+#include "shared/calllogdestination.h"
+#include "shared/databasefixture.h"
+
+#include <QTest>
+
+using namespace tq;
+using tst::text;
+
+namespace {
+
+constexpr auto k_first = eDeviceToRecordingFolder;
+constexpr auto k_second = eRecordingFolderToDevice;
+
+} // namespace
+
+class TestRelationsAndSettings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void relationsAreAddedOnce();
+    void removingAnnouncesEvenWithoutAMatch();
+    void aSlotMayChangeTheStoreBetweenTheSignals();
+    void removedNodesLoseTheirRelationsAtBothEnds();
+    void globalLoginHasDefaultsByUser();
+    void recordingFolderIsReadWithoutItsSeparator();
+    void switchesAreAnnouncedOnce();
+    void bandwidthIsKeptPerEnvironment();
+    void transponderDefaults();
+};
+
+void TestRelationsAndSettings::relationsAreAddedOnce()
+{
+    tst::Database f;
+    f.db->addNodeRelation(text("a"), text("b"), k_first);
+    QVERIFY(f.db->isModified());
+    f.db->addNodeRelation(text("a"), text("b"), k_first);
+    f.db->addNodeRelation(text("a"), text("c"), k_first);
+    f.db->addNodeRelation(text("x"), text("b"), k_second);
+    QCOMPARE(f.trace.take().mid(0, 3),
+        QStringList({ text("nodeRelationAboutToBeAdded(a,b,1)"), text("nodeRelationAdded(a,b,1)"),
+            text("nodeRelationAboutToBeAdded(a,c,1)") }));
+    QStringList related = f.db->relatedNodes(text("a"), k_first);
+    related.sort();
+    QCOMPARE(related, QStringList({ text("b"), text("c") }));
+    QCOMPARE(f.db->relatedSources(text("b"), k_second), QStringList(text("x")));
+    QVERIFY(f.db->isDestinationOfNodeRelation(text("c"), k_first));
+    QVERIFY(!f.db->isDestinationOfNodeRelation(text("c"), k_second));
+    QVERIFY(!f.db->isDestinationOfNodeRelation(text("a"), k_first));
+}
+
+void TestRelationsAndSettings::removingAnnouncesEvenWithoutAMatch()
+{
+    tst::Database f;
+    f.db->addNodeRelation(text("a"), text("b"), k_first);
+    f.clearModified();
+    f.trace.take();
+    f.db->removeNodeRelation(text("a"), text("b"), k_second);
+    QCOMPARE(f.trace.take(), QStringList());
+    f.db->removeNodeRelation(text("a"), text("x"), k_first);
+    QCOMPARE(f.trace.take(),
+        QStringList(
+            { text("nodeRelationAboutToBeRemoved(a,x,1)"), text("nodeRelationRemoved(a,x,1)") }));
+    QVERIFY(!f.db->isModified());
+    f.db->removeNodeRelation(text("a"), text("b"), k_first);
+    QVERIFY(f.db->isModified());
+    QVERIFY(f.db->relatedNodes(text("a"), k_first).isEmpty());
+}
+
+void TestRelationsAndSettings::aSlotMayChangeTheStoreBetweenTheSignals()
+{
+    tst::Database f;
+    int depth = 0;
+    connect(f.db, &NodeDB::nodeRelationAboutToBeAdded, f.db, [&] {
+        if (depth++ == 0)
+            f.db->addNodeRelation(text("a"), text("b"), k_first);
+    });
+    f.db->addNodeRelation(text("a"), text("b"), k_first);
+    QCOMPARE(f.db->relatedNodes(text("a"), k_first), QStringList(text("b")));
+    f.db->removeNodeRelation(text("a"), text("b"), k_first);
+    QVERIFY(f.db->relatedNodes(text("a"), k_first).isEmpty());
+}
+
+void TestRelationsAndSettings::removedNodesLoseTheirRelationsAtBothEnds()
+{
+    tst::Database f;
+    auto* const node = f.insertPlain(text("n"));
+    node->setShouldPersist(false);
+    node->addNodeRelation(text("m"), k_first);
+    f.db->addNodeRelation(text("m"), text("n"), k_second);
+    f.db->addNodeRelation(text("m"), text("o"), k_second);
+    QCOMPARE(node->relatedNodes(k_first), QStringList(text("m")));
+    f.clearModified();
+    f.trace.take();
+    f.db->removeNode(text("n"));
+    QStringList announced = f.trace.take();
+    QCOMPARE(announced.takeLast(), text("nodeRemoved(n)"));
+    QCOMPARE(announced.size(), 4);
+    for (const char* removed : { "nodeRelationRemoved(n,m,1)", "nodeRelationRemoved(m,n,2)" }) {
+        const qsizetype at = announced.indexOf(text(removed));
+        QVERIFY(at > 0);
+        QCOMPARE(
+            announced.at(at - 1), text(removed).replace(text("Removed"), text("AboutToBeRemoved")));
+    }
+    QVERIFY(!f.db->isModified());
+    QCOMPARE(f.db->relatedNodes(text("m"), k_second), QStringList(text("o")));
+}
+
+void TestRelationsAndSettings::globalLoginHasDefaultsByUser()
+{
+    tst::Database f;
+    QCOMPARE(f.db->globalUser() + f.db->globalPassword(), text("adminkolvar"));
+    f.db->setGlobalAuthentication(QString(), text("p"));
+    QCOMPARE(f.db->globalPassword(), text("kolvar"));
+    f.db->setGlobalAuthentication(text("u"), QString());
+    f.db->setGlobalAuthentication(text("u"), QString());
+    QCOMPARE(f.db->globalUser() + f.db->globalPassword(), text("u"));
+    QCOMPARE(f.trace.take(), QStringList(2, text("globalAuthenticationChanged()")));
+}
+
+void TestRelationsAndSettings::recordingFolderIsReadWithoutItsSeparator()
+{
+    tst::Database f;
+    f.db->setGlobalRecordingFolderPath(text("/rec//"));
+    QCOMPARE(f.db->globalRecordingFolderPath(), text("/rec/"));
+    f.db->setGlobalRecordingFolderPath(text("C:\\rec\\"));
+    QCOMPARE(f.db->globalRecordingFolderPath(), text("C:\\rec"));
+    f.db->setGlobalRecordingFolderPath(text("C:\\rec\\"));
+    f.db->setGlobalRecordingFolderUserAndPassword(text("u"), text("p"));
+    f.db->setGlobalRecordingFolderUserAndPassword(text("u"), text("p"));
+    QCOMPARE(f.trace.take(), QStringList(3, text("globalPathChanged()")));
+    QVERIFY(!f.db->isModified());
+    tst::CallLogDestination target;
+    f.db->save(&target, false);
+    QVERIFY(target.calls().contains(text("setValue Path QVariant(QString, \"C:\\\\rec\\\\\")")));
+}
+
+void TestRelationsAndSettings::switchesAreAnnouncedOnce()
+{
+    tst::Database f;
+    f.db->setActiveUser(QString());
+    f.db->setActiveEnvironment(f.db->activeEnvironment());
+    QCOMPARE(f.trace.take(), QStringList());
+    f.db->setActiveUser(text("ann"));
+    f.db->setActiveEnvironment(text("not in the list"));
+    QCOMPARE(f.trace.take(),
+        QStringList({ text("activeUserChanged()"), text("activeEnvironmentChanged()") }));
+}
+
+void TestRelationsAndSettings::bandwidthIsKeptPerEnvironment()
+{
+    tst::Database f;
+    const QString home = f.db->activeEnvironment();
+    QCOMPARE(f.db->bandwidth(), 2);
+    f.db->setBandwidth(5);
+    const QString office = f.db->environments()->add(text("Office"));
+    f.db->setActiveEnvironment(office);
+    QCOMPARE(f.db->bandwidth(), 5);
+    f.db->setBandwidth(1);
+    f.db->setActiveEnvironment(home);
+    QCOMPARE(f.db->bandwidth(), 5);
+}
+
+void TestRelationsAndSettings::transponderDefaults()
+{
+    tst::Database f;
+    tst::CallLogDestination target;
+    f.db->save(&target, false);
+    const qsizetype at = target.calls().indexOf(text("beginGroup DefaultRecordingTransponder"));
+    QCOMPARE(target.calls().mid(at + 1, 11).join(QLatin1Char(' ')),
+        text(
+            "setValue IP QVariant(QString, \"\") setValue Port QVariant(int, 80) "
+            "setValue SSL QVariant(bool, false) setValue Path QVariant(QString, \"\") "
+            "setValue PreviewMode QVariant(int, 3) setValue Framerate QVariant(float, 1) "
+            "setValue Quality QVariant(int, 40) setValue ResolutionX QVariant(int, 320) "
+            "setValue ResolutionY QVariant(int, 240) setValue Sound QVariant(bool, false) "
+            "setValue User QVariant(QVariantList, QList(QVariant(QString, \"\"), QVariant(bool, false)))"));
+}
+
+QTEST_GUILESS_MAIN(TestRelationsAndSettings)
+#include "tst_relationsandsettings.moc"

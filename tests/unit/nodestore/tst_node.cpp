@@ -1,0 +1,178 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "shared/calllogdestination.h"
+#include "shared/databasefixture.h"
+
+#include "platform/properties/properties.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace tq;
+using tst::text;
+
+namespace {
+
+QVariant shown(const Node& node, const char* name)
+{
+    return node.properties().find(text(name))->value();
+}
+
+/** Answers every value from a map. */
+class MapSource : public tst::CallLogDestination
+{
+public:
+    QVariant value(const QString& key, const QVariant& defaultValue) const override
+    {
+        return values.value(key, defaultValue);
+    }
+    QVariantMap values;
+};
+
+} // namespace
+
+class TestNode : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void propertiesStandInOrderAndOnce();
+    void onlySomeSettersMarkTheSetStale();
+    void idAndTypeAreNotWrittenBack();
+    void typedSettersReachTheFieldAndIgnoreUnknownNames();
+    void comparingUsesCurrentValues();
+    void savesInOrderAndLoadsMissingKeysAsEmpty();
+    void copiesCarryTheBagAndAreStale();
+    void loginPropertyKeepsOnlyWhatMayBeSaved();
+};
+
+void TestNode::propertiesStandInOrderAndOnce()
+{
+    const tst::PlainNode node(text("n"));
+    QCOMPARE(node.properties().names(),
+        text("ID Name NodeType CreationService ShouldPersist PrimaryNode SoftwareVersion ModelInfo "
+             "PreferredLayout MouseOverSize ExtraWindowRect Note Login")
+            .split(QLatin1Char(' ')));
+    QCOMPARE(node.properties().find(text("MouseOverSize"))->description(),
+        text("Size when mouse is over the node"));
+    QCOMPARE(shown(node, "ExtraWindowRect"), QVariant(QRect()));
+    QVERIFY(node.primaryNode());
+}
+
+void TestNode::onlySomeSettersMarkTheSetStale()
+{
+    tst::PlainNode node(text("n"));
+    node.properties();
+    node.setName(text("B"));
+    node.setOwner(text("o"));
+    node.setState(ENodeState(3));
+    node.setContext(&node);
+    QCOMPARE(shown(node, "Name"), QVariant(text("")));
+    node.setModelInfo(text("A"));
+    QCOMPARE(shown(node, "ModelInfo"), QVariant(text("A")));
+    QCOMPARE(shown(node, "Name"), QVariant(text("B")));
+    node.setNote(text("N"));
+    QCOMPARE(shown(node, "Note"), QVariant(text("N")));
+}
+
+void TestNode::idAndTypeAreNotWrittenBack()
+{
+    tst::PlainNode node(text("n"));
+    node.setStringProperty(text("ID"), text("other"));
+    node.setIntProperty(text("NodeType"), 9);
+    QCOMPARE(node.id(), text("n"));
+    QCOMPARE(node.type(), tst::k_plainType);
+    QCOMPARE(shown(node, "ID"), QVariant(text("n")));
+    QVERIFY(!node.updateField(tqgen::StringProperty(text("Unknown"), QString(), text("x"))));
+}
+
+void TestNode::typedSettersReachTheFieldAndIgnoreUnknownNames()
+{
+    tst::PlainNode node(text("n"));
+    QSignalSpy changed(&node, &Node::changed);
+    node.setStringProperty(text("Name"), text("cam"));
+    node.setIntProperty(text("CreationService"), 3);
+    node.setBoolProperty(text("PrimaryNode"), false);
+    node.setRectProperty(text("ExtraWindowRect"), QRect(1, 2, 3, 4));
+    QCOMPARE(node.name(), text("cam"));
+    QCOMPARE(node.creationService(), eDNSSDService);
+    QVERIFY(!node.primaryNode());
+    QCOMPARE(node.rectProperty(text("ExtraWindowRect"), QRect()), QRect(1, 2, 3, 4));
+
+    const tqgen::PropertySet before = node.properties();
+    node.setStringProperty(text("Absent"), text("x"));
+    QVERIFY(node.properties() == before);
+    QCOMPARE(node.stringProperty(text("Absent"), text("default")), text("default"));
+    QCOMPARE(node.intProperty(text("Name"), 5), 5);
+    QVERIFY(changed.isEmpty());
+}
+
+void TestNode::comparingUsesCurrentValues()
+{
+    tst::PlainNode node(text("n"));
+    node.setModelInfo(text("M"));
+    QVERIFY(node.compareProperty(tqgen::StringProperty(text("ModelInfo"), QString(), text("M"))));
+    QVERIFY(!node.compareProperty(tqgen::StringProperty(text("ModelInfo"), QString(), text("m"))));
+    QVERIFY(!node.compareProperty(tqgen::StringProperty(text("Absent"), QString())));
+}
+
+void TestNode::savesInOrderAndLoadsMissingKeysAsEmpty()
+{
+    tst::PlainNode node(text("n"));
+    node.setNote(text("kept"));
+    tst::CallLogDestination target;
+    node.save(&target);
+    QCOMPARE(target.calls().size(), 13);
+    QCOMPARE(target.calls().at(0), text("setValue ID QVariant(QString, \"n\")"));
+    QCOMPARE(target.calls().at(2), text("setValue NodeType QVariant(int, 7)"));
+    QCOMPARE(target.calls().at(4), text("setValue ShouldPersist QVariant(bool, true)"));
+    QCOMPARE(
+        target.calls().at(10), text("setValue ExtraWindowRect QVariant(QRect, QRect(0,0 0x0))"));
+
+    node.setModelInfo(text("M"));
+    MapSource source;
+    source.values = { { text("Name"), text("loaded") }, { text("PrimaryNode"), text("true") } };
+    node.load(&source);
+    QCOMPARE(node.name(), text("loaded"));
+    QVERIFY(node.primaryNode());
+    QVERIFY(node.id().isEmpty() && node.modelInfo().isEmpty() && !node.shouldPersist());
+    QCOMPARE(int(node.type()), 0);
+    QCOMPARE(node.note(), text("kept"));
+}
+
+void TestNode::copiesCarryTheBagAndAreStale()
+{
+    tst::PlainNode node(text("n"));
+    node.setName(text("cam"));
+    node.setNote(text("note"));
+    node.setOwner(text("owner"));
+    node.setState(ENodeState(2));
+    node.login.setUserAndPassword(text("u"), text("p"), true);
+    const std::unique_ptr<Node> copy(node.clone());
+    QCOMPARE(shown(*copy, "Name"), QVariant(text("cam")));
+    QCOMPARE(copy->note(), text("note"));
+    QCOMPARE(copy->owner(), text("owner"));
+    QCOMPARE(copy->state(), ENodeState(2));
+    QCOMPARE(static_cast<tst::PlainNode&>(*copy).login.password(), text("p"));
+}
+
+void TestNode::loginPropertyKeepsOnlyWhatMayBeSaved()
+{
+    tst::PlainNode node(text("n"));
+    UserAndPasswordNodeProperty made(
+        text("Made"), &node, UserAndPassword(text("u"), text("p"), false), text("Label"));
+    QVERIFY(node.hasProperty(text("Made")));
+    QVERIFY(made.password().isEmpty());
+    made.setUserAndPassword(text("v"), text("pä"), true);
+    QCOMPARE(made.password(), text("pä"));
+    MapSource empty;
+    made.load(&empty);
+    QCOMPARE(made.user(), text("u"));
+    empty.values = { { text("Made"), QVariantList() } };
+    made.load(&empty);
+    QVERIFY(made.user().isEmpty() && made.savePassword());
+    QVERIFY(made.updateField(tqgen::StringProperty(text("Made"), QString())));
+}
+
+QTEST_GUILESS_MAIN(TestNode)
+#include "tst_node.moc"
