@@ -25,6 +25,8 @@ protected:
 
     ~PersistScope() noexcept(false)
     {
+        if (!m_isOpen)
+            return;
         if (std::uncaught_exceptions() == m_exceptions) {
             (m_target->*m_close)();
             return;
@@ -36,11 +38,15 @@ protected:
         }
     }
 
+    /** Says that there is something to close; not called when opening threw. */
+    void opened() { m_isOpen = true; }
+
     IPersistDestination* target() const { return m_target; }
 
 private:
     IPersistDestination* m_target;
     Close m_close;
+    bool m_isOpen = false;
     int m_exceptions = std::uncaught_exceptions();
 };
 
@@ -52,6 +58,7 @@ public:
         : PersistScope(target, &IPersistDestination::endGroup)
     {
         target->beginGroup(name);
+        opened();
     }
 };
 
@@ -63,6 +70,7 @@ public:
         : PersistScope(target, &IPersistDestination::endArray)
     {
         target->beginWriteArray(name, -1);
+        opened();
     }
 
     /** Selects the next entry, the first one at the first call. */
@@ -75,36 +83,48 @@ private:
     int m_count = 0;
 };
 
+/** An array that is read in a scope. */
+class PersistReadArray : public PersistScope
+{
+public:
+    PersistReadArray(IPersistDestination* source, const QString& name)
+        : PersistScope(source, &IPersistDestination::endArray)
+        , m_count(qMax(0, source->beginReadArray(name)))
+    {
+        opened();
+    }
+
+    /** Returns how many entries the source announces. */
+    int count() const { return m_count; }
+
+private:
+    int m_count;
+};
+
 /**
  * Reads an array: `readEntry(i)` is called with each entry selected and returns whether anything
  * was there.
  *
- * Counts in a store may be damaged: a negative one is 0, and after 1,000 entries in a row that were
- * not there reading stops with a level 2 line. Returns the number of entries that the target
- * announced.
+ * Returns the number of entries. Counts in a store may be damaged: a negative one is 0, and after
+ * 1,000 entries in a row that were not there reading stops with a level 2 line; those 1,000 do not
+ * count then.
  */
 template <std::predicate<int> ReadEntry>
 int readPersistedArray(IPersistDestination* source, const QString& name, ReadEntry readEntry)
 {
     constexpr int k_mostAbsentInARow = 1000;
-    struct Array : PersistScope
-    {
-        explicit Array(IPersistDestination* target)
-            : PersistScope(target, &IPersistDestination::endArray)
-        {
-        }
-    };
-    const int count = qMax(0, source->beginReadArray(name));
-    const Array array(source);
+    const PersistReadArray array(source, name);
     int absent = 0;
-    for (int i = 0; i < count && absent < k_mostAbsentInARow; ++i) {
+    for (int i = 0; i < array.count(); ++i) {
         source->setArrayIndex(i);
         absent = readEntry(i) ? 0 : absent + 1;
+        if (absent == k_mostAbsentInARow) {
+            logLine(Log::eSurvived, "Stopped reading a damaged array: ", name, " announces ",
+                array.count(), " entries");
+            return i + 1 - absent;
+        }
     }
-    if (absent == k_mostAbsentInARow)
-        logLine(Log::eSurvived, "Stopped reading a damaged array: ", name, " announces ", count,
-            " entries");
-    return count;
+    return array.count();
 }
 
 } // namespace tq

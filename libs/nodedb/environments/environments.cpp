@@ -147,6 +147,7 @@ void Environments::load(IPersistDestination* source)
         m_list.append({ id.toString(), name.toString() });
         return id.isValid() || name.isValid();
     });
+    m_list.resize(count);
     if (count == 0) {
         // The stored active id, if any, belongs to environments that are gone.
         m_activeEnvironment = appendNew(tr("Default"));

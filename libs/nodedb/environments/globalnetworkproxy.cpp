@@ -31,12 +31,12 @@ void saveExceptions(IPersistDestination* target, const QStringList& exceptions)
 QStringList loadExceptions(IPersistDestination* source)
 {
     QStringList exceptions;
-    readPersistedArray(source, k_exceptions, [&](int) {
+    const int count = readPersistedArray(source, k_exceptions, [&](int) {
         const QVariant pattern = source->value(k_exception, QVariant());
         exceptions.append(pattern.toString());
         return pattern.isValid();
     });
-    return exceptions;
+    return exceptions.first(count);
 }
 
 } // namespace

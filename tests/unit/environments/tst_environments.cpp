@@ -375,6 +375,7 @@ void TestEnvironments::hostileArraySizesEnd()
         { text("Environment/Exceptions"), INT_MAX } };
     source.values = { { text("Environments/7/ID"), text("seven") } };
     fixture.db->environments()->load(&source);
+    QCOMPARE(fixture.db->environments()->getList().size(), 8);
     QVERIFY(fixture.db->environments()->exists(text("seven")));
     QVERIFY(source.reads < 5000);
     QCOMPARE(fixture.log.linesWith(text("damaged array")).size(), 1);
