@@ -5,7 +5,6 @@
 #include "database/storedgroups_p.h"
 #include "discovery/plugincall_p.h"
 #include "nodestore/node.h"
-#include "nodestore/nodedb.h"
 
 #include "platform/persistscope.h"
 
@@ -23,8 +22,10 @@ void DatabaseReader::readNodes()
 
 bool DatabaseReader::readNode(int index)
 {
+    if (!m_db)
+        return false;
     const QVariant type = m_source->value(k_nodeType, QVariant());
-    std::unique_ptr<Node> node(m_db.createNodeFromType(ENodeType(type.toInt())));
+    std::unique_ptr<Node> node(m_db->createNodeFromType(ENodeType(type.toInt())));
     if (!node || !callPlugin("load", [&] { node->load(m_source); }))
         return type.isValid();
     const QString id = node->id();
@@ -32,9 +33,9 @@ bool DatabaseReader::readNode(int index)
         logLine(Log::eSurvived, "A stored node has no id and is left out, entry ", index);
         return type.isValid();
     }
-    if (!m_db.node(id).null())
+    if (!m_db->node(id).null())
         logLine(Log::eSurvived, "A stored node has the id of another one: ", id);
-    m_db.insertNode(node.release());
+    m_db->insertNode(node.release());
     ++m_nodeCount;
     return true;
 }
@@ -47,12 +48,14 @@ void DatabaseReader::readRelations()
 
 bool DatabaseReader::readRelation()
 {
+    if (!m_db)
+        return false;
     const QVariant from = m_source->value(k_nodeFrom, QVariant());
     const QVariant type = m_source->value(k_relationType, QVariant());
     const QVariant to = m_source->value(k_nodeTo, QVariant());
     if (!from.isValid() && !type.isValid() && !to.isValid())
         return false;
-    m_db.addNodeRelation(from.toString(), to.toString(), ENodeRelationType(type.toInt()));
+    m_db->addNodeRelation(from.toString(), to.toString(), ENodeRelationType(type.toInt()));
     ++m_relationCount;
     return true;
 }

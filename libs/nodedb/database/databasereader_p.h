@@ -2,17 +2,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-namespace tq {
+#include "nodestore/nodedb.h"
 
-class IPersistDestination;
-class NodeDB;
+#include <QPointer>
+
+namespace tq {
 
 /** Reads nodes and relations back through the database's public operations, without a lock of its
  * own. */
 class DatabaseReader
 {
 public:
-    DatabaseReader(NodeDB& db, IPersistDestination* source) : m_db(db), m_source(source) { }
+    DatabaseReader(NodeDB& db, IPersistDestination* source) : m_db(&db), m_source(source) { }
 
     /** Makes and inserts the stored nodes. Entries without driver or id are logged and left out. */
     void readNodes();
@@ -25,7 +26,8 @@ private:
     bool readNode(int index);
     bool readRelation();
 
-    NodeDB& m_db;
+    QPointer<NodeDB>
+        m_db; // a slot may end the database between two entries; the rest is passed over then
     IPersistDestination* m_source;
     int m_nodeCount = 0;
     int m_relationCount = 0;

@@ -34,6 +34,10 @@ void NodeDB::freeDB()
 {
     if (s_state != EState::eReady)
         return;
+    if (m_nodeDB->d->lock.isHeldByThisThread()) {
+        logLine(Log::eSurvived, "Refused, because this thread holds the database's lock: freeDB");
+        return;
+    }
     s_state = EState::eFreeing;
     delete m_nodeDB;
     s_state = EState::eNone;

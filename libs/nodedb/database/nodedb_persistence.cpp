@@ -7,6 +7,8 @@
 
 #include "platform/logline.h"
 
+#include <QPointer>
+
 #include <exception>
 
 namespace tq {
@@ -78,6 +80,7 @@ void NodeDB::save(IPersistDestination* target, bool saveAll)
 
 void NodeDB::load(IPersistDestination* source)
 {
+    const QPointer<NodeDB> alive(this);
     DatabaseReader reader(*this, source);
     survives("The database was not loaded as a whole: ", [&] {
         readSettings(*d, source);
@@ -86,7 +89,8 @@ void NodeDB::load(IPersistDestination* source)
     });
     logLine(Log::eProgress, "NodeDB loaded: ", reader.nodeCount(), " nodes.");
     logLine(Log::eProgress, "NodeDB loaded: ", reader.relationCount(), " nodes relations.");
-    d->modified = false;
+    if (alive)
+        d->modified = false;
 }
 
 } // namespace tq

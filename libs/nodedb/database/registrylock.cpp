@@ -59,13 +59,18 @@ RegistryLock::Reading RegistryLock::read()
 
 std::optional<RegistryLock::Writing> RegistryLock::write(const char* operation)
 {
-    if (t_reads > 0 || isWriter()) {
+    if (isHeldByThisThread()) {
         logLine(
             Log::eSurvived, "Refused, because this thread holds the database's lock: ", operation);
         return std::nullopt;
     }
     lockForWrite();
     return Writing(*this);
+}
+
+bool RegistryLock::isHeldByThisThread() const
+{
+    return t_reads > 0 || isWriter();
 }
 
 void RegistryLock::lockForRead()

@@ -71,6 +71,9 @@ public:
      * already. */
     [[nodiscard]] std::optional<Writing> write(const char* operation);
 
+    /** Returns whether this thread holds the lock, for reading or for writing. */
+    bool isHeldByThisThread() const;
+
     /** Wakes every thread in Writing::wait(). */
     void wakeAll() { m_changed.wakeAll(); }
 

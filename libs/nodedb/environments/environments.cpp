@@ -7,6 +7,7 @@
 #include "platform/persistscope.h"
 #include "platform/qtsignal.h"
 
+#include <QPointer>
 #include <QUuid>
 
 #include <algorithm>
@@ -103,11 +104,16 @@ void Environments::setList(const QList<Entry>& list)
 {
     if (list.isEmpty())
         return;
-    for (const Entry& entry : list)
-        mergeEntry(entry);
-    // A snapshot: slots may change the list.
-    const QList<Entry> before = m_list;
+    // Slots may change the list, and even end the database with it.
+    const QPointer<Environments> alive(this);
+    for (const Entry& entry : list) {
+        if (alive)
+            mergeEntry(entry);
+    }
+    const QList<Entry> before = alive ? m_list : QList<Entry>();
     for (const Entry& entry : before) {
+        if (!alive)
+            return;
         const int index = find(m_list, entry.first);
         if (find(list, entry.first) >= 0 || entry.first == m_activeEnvironment || index < 0)
             continue;

@@ -1,0 +1,512 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "environments/environments.h"
+#include "environments/globalnetworkproxy.h"
+#include "persistence/storefactory.h"
+#include "session/databasesession.h"
+#include "shared/databasefixture.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <stdexcept>
+#include <sys/resource.h>
+
+using namespace tq;
+using tst::text;
+
+namespace {
+
+const QByteArray k_canary = "Kanari\xc3\xa4-7261";
+
+/** How a call of the program ended. */
+struct Run
+{
+    int code = -1;
+    QByteArray out;
+    QByteArray error;
+
+    QJsonObject document() const { return QJsonDocument::fromJson(out).object(); }
+    QJsonArray items() const { return document()[text("items")].toArray(); }
+    QJsonObject item(int i = 0) const { return items()[i].toObject(); }
+};
+
+/** A driver and a session that follow each other's life as in a program. */
+struct Session
+{
+    explicit Session(const QMap<int, int>& types) : driver(text("fake"), types), session({}) { }
+
+    NodeDB& db() { return session.database(); }
+    QString open(const QString& store) { return session.open(store, OpenMode::ReadWrite); }
+
+    tst::FakeDriver driver;
+    DatabaseSession session;
+};
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), qint64(content.size()));
+}
+
+} // namespace
+
+class TestCommandLine : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { m_folder.reset(); }
+
+    void aNodeGoesFromAddToRemove();
+    void refusedCallsNameTheValueAndChangeNothing_data();
+    void refusedCallsNameTheValueAndChangeNothing();
+    void storesThatCannotBeReadAreLeftAlone_data();
+    void storesThatCannotBeReadAreLeftAlone();
+    void readingChangesAndCreatesNothing();
+    void environmentsAndSettingsAreKept();
+    void convertingKeepsEverything();
+    void passwordsAreNeitherShownNorTakenFromTheCommandLine();
+    void brokenPluginsAreReportedAndPassedOver();
+    void aSecondWriterIsRefused();
+
+    void entriesOfMissingDriversSurvive();
+    void relationsOfMissingDriversEndWithTheOtherNode();
+    void savingWhileLoadingIsRefused();
+    void aSaveThatFailsLeavesStoreAndChanges();
+    void settingsCountAsUnsavedChanges();
+
+private:
+    QString path(const char* name) const { return m_folder->filePath(text(name)); }
+    Run run(const QStringList& arguments, const QByteArray& input = QByteArray()) const;
+    Run onStore(const char* arguments, const QByteArray& input = QByteArray()) const;
+    QMap<QString, QByteArray> hashes() const;
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    QString m_store;
+};
+
+void TestCommandLine::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_store = path("devices.db");
+}
+
+Run TestCommandLine::run(const QStringList& arguments, const QByteArray& input) const
+{
+    QProcess process;
+    process.setWorkingDirectory(m_folder->path());
+    process.start(text(NODEDB_PROGRAM), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished())
+        return {};
+    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+        process.readAllStandardOutput(), process.readAllStandardError() };
+}
+
+/** Runs the program with JSON output on the test's store; arguments are separated by blanks. */
+Run TestCommandLine::onStore(const char* arguments, const QByteArray& input) const
+{
+    return run(QStringList{ text("--json"), text("--store"), m_store }
+            + text(arguments).split(QLatin1Char(' ')),
+        input);
+}
+
+/** Returns the files of the folder and the hashes of their contents. */
+QMap<QString, QByteArray> TestCommandLine::hashes() const
+{
+    QMap<QString, QByteArray> result;
+    for (const QString& name : QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden))
+        result[name] = QCryptographicHash::hash(
+            contentOf(m_folder->filePath(name)), QCryptographicHash::Sha256);
+    return result;
+}
+
+void TestCommandLine::aNodeGoesFromAddToRemove()
+{
+    const Run added = onStore("add 192.0.2.5 --type 2 --port 8080 --name Gate");
+    QCOMPARE(added.code, 0);
+    const QString id = added.item()[text("ID")].toString();
+    QVERIFY(!id.isEmpty());
+    QCOMPARE(onStore("add 192.0.2.6 --type 2").code, 0);
+    QCOMPARE(onStore("list").items().size(), 2);
+    const QJsonArray found = onStore("list --type 2 --where Port=8080 --where SSL=off").items();
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found[0].toObject()[text("Name")].toString(), text("Gate"));
+
+    const QByteArray set = "set " + id.toUtf8() + " MAC=0-1a-2b-3c-4d-5e UseProxy=on Port=81 Note=";
+    QCOMPARE(onStore(set).code, 0);
+    const QJsonObject shown = onStore("show " + id.toUtf8()).item();
+    QCOMPARE(shown[text("MAC")].toString(), text("00:1a:2b:3c:4d:5e"));
+    QCOMPARE(shown[text("Port")].toInt(), 81);
+    QCOMPARE(shown[text("UseProxy")].toBool(), true);
+    QCOMPARE(shown[text("IP")].toString(), text("192.0.2.5"));
+
+    const QString other = onStore("list --where IP=192.0.2.6").item()[text("ID")].toString();
+    const QByteArray relation = (id + text(" 1 ") + other).toUtf8();
+    QCOMPARE(onStore("relate " + relation).code, 0);
+    QCOMPARE(onStore("relations " + other.toUtf8()).item()[text("NodeFrom")].toString(), id);
+    QCOMPARE(onStore("unrelate " + relation).code, 0);
+    QCOMPARE(onStore("relations " + id.toUtf8()).items().size(), 0);
+    QCOMPARE(onStore((text("remove ") + id + QLatin1Char(' ') + other).toUtf8()).code, 0);
+    QCOMPARE(onStore("list").items().size(), 0);
+}
+
+void TestCommandLine::refusedCallsNameTheValueAndChangeNothing_data()
+{
+    QTest::addColumn<QByteArray>("call");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QByteArray>("named");
+    const auto row = [](const char* call, int code, const char* named) {
+        QTest::newRow(call) << QByteArray(call) << code << QByteArray(named);
+    };
+    row("show nobody", 1, "nobody");
+    row("remove ID nobody", 1, "nobody");
+    row("relate ID 1 nobody", 1, "nobody");
+    row("set ID Port=81 Nmae=x", 1, "Nmae");
+    row("set ID Name=x Port=8o", 1, "8o");
+    row("set ID Name=x Port=65536", 1, "65536");
+    row("set ID Name=x SSL=maybe", 1, "maybe");
+    row("set ID Name=x MAC=00:11", 1, "00:11");
+    row("set ID Name=x NodeType=4", 1, "NodeType");
+    row("set ID ExtraWindowRect=1,2,3", 1, "1,2,3");
+    row("add 192.0.2.5 --type 2", 1, "192.0.2.5");
+    row("add 192.0.2.7 --type 21", 1, "21");
+    row("add http://x --type 2", 1, "http://x");
+    row("list --where Prot=80", 1, "Prot");
+    row("list --where Port=x80", 1, "x80");
+    row("environment add Default", 1, "Default");
+    row("environment remove Default", 1, "Default");
+    row("settings set Bandwidth fast", 1, "fast");
+    row("settings get Colour", 1, "Colour");
+    row("convert devices.db devices.db", 1, "devices.db");
+    row("convert devices.db new.txt", 1, "new.txt");
+    row("scan --for 0", 2, "\"0\"");
+    row("scan --for 1 --scanner sonar", 1, "sonar");
+    row("set ID Port", 2, "Port");
+    row("show", 2, "show ID");
+    row("paint", 2, "paint");
+}
+
+void TestCommandLine::refusedCallsNameTheValueAndChangeNothing()
+{
+    QFETCH(QByteArray, call);
+    QFETCH(int, code);
+    QFETCH(QByteArray, named);
+    const Run added = onStore("add 192.0.2.5 --type 2");
+    call.replace("ID", added.item()[text("ID")].toString().toUtf8());
+    const auto before = hashes();
+    const Run run = onStore(call);
+    QCOMPARE(run.code, code);
+    QVERIFY2(run.error.contains(named), run.error);
+    const QJsonObject document = run.document();
+    QCOMPARE(document[text("ok")], QJsonValue(false));
+    QVERIFY(document[text("error")].toString().toUtf8().contains(named));
+    QCOMPARE(hashes(), before);
+}
+
+void TestCommandLine::storesThatCannotBeReadAreLeftAlone_data()
+{
+    QTest::addColumn<QString>("store");
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("cut off") << text("cut.db") << QByteArray();
+    QTest::newRow("noise") << text("noise.db") << QByteArray("\x7f\x03noise", 7).repeated(99);
+    QTest::newRow("announces too many nodes") << text(
+        "hostile.ini") << QByteArray("[GlobalNodes]\nNodes\\1\\ID=x\nNodes\\size=2000000000\n");
+    QTest::newRow("announces fewer than no nodes")
+        << text("hostile.ini") << QByteArray("[GlobalNodes]\nNodes\\1\\ID=x\nNodes\\size=-1\n");
+    QTest::newRow("announces too many environments")
+        << text("hostile.ini")
+        << QByteArray("[Environment]\nEnvironments\\1\\ID=x\nEnvironments\\size=2000000000\n");
+    QTest::newRow("no such folder") << text("nowhere/devices.db") << QByteArray();
+    QTest::newRow("no such kind") << text("devices.txt") << QByteArray("x");
+}
+
+void TestCommandLine::storesThatCannotBeReadAreLeftAlone()
+{
+    QFETCH(QString, store);
+    QFETCH(QByteArray, content);
+    QCOMPARE(onStore("add 192.0.2.5 --type 2").code, 0);
+    if (store == text("cut.db"))
+        content = contentOf(m_store).left(9000);
+    m_store = m_folder->filePath(store);
+    if (!content.isEmpty())
+        write(m_store, content);
+    const auto before = hashes();
+    for (const char* call : { "list", "settings set GlobalUser joe", "add 192.0.2.6 --type 2" }) {
+        const Run run = onStore(call);
+        QCOMPARE(run.code, 1);
+        QVERIFY2(run.error.contains(store.toUtf8()), run.error);
+    }
+    QCOMPARE(hashes(), before);
+}
+
+void TestCommandLine::readingChangesAndCreatesNothing()
+{
+    const QList<QByteArray> calls{ "list", "environment list", "settings list",
+        "settings get Bandwidth" };
+    for (const QByteArray& call : calls) {
+        const Run run = onStore(call);
+        QCOMPARE(run.code, 1);
+        QVERIFY(run.error.contains("devices.db"));
+    }
+    QVERIFY(hashes().isEmpty());
+
+    QCOMPARE(onStore("add 192.0.2.5 --type 2").code, 0);
+    const auto before = hashes();
+    QCOMPARE(before.size(), 1);
+    for (const QByteArray& call : calls)
+        QCOMPARE(onStore(call).code, 0);
+    QCOMPARE(hashes(), before);
+}
+
+void TestCommandLine::environmentsAndSettingsAreKept()
+{
+    QCOMPARE(onStore("environment add Office").code, 0);
+    QCOMPARE(onStore("environment use Office").code, 0);
+    QCOMPARE(onStore("environment rename Default Home").code, 0);
+    QCOMPARE(onStore("settings set Exceptions 10\\..* cam.+").code, 0);
+    QCOMPARE(onStore("settings set Bandwidth 5").code, 0);
+    QCOMPARE(onStore("settings set TransponderFramerate 12.5").code, 0);
+    QCOMPARE(onStore("settings set ProxyAddress proxy.example").code, 0);
+    const QJsonArray environments = onStore("environment list").items();
+    QCOMPARE(environments.size(), 2);
+    QCOMPARE(environments[0].toObject()[text("Name")].toString(), text("Home"));
+    QCOMPARE(environments[1].toObject()[text("Active")].toBool(), true);
+    QMap<QString, QJsonValue> settings;
+    for (const QJsonValue item : onStore("settings list").items())
+        settings[item[text("Name")].toString()] = item[text("Value")];
+    QCOMPARE(settings[text("Exceptions")], QJsonArray({ text("10\\..*"), text("cam.+") }));
+    QCOMPARE(settings[text("Bandwidth")].toInt(), 5);
+    QCOMPARE(settings[text("TransponderFramerate")].toDouble(), 12.5);
+    QCOMPARE(settings[text("ProxyAddress")].toString(), text("proxy.example"));
+    QCOMPARE(onStore("environment use Home").code, 0);
+    QCOMPARE(onStore("environment remove Office").code, 0);
+    QCOMPARE(onStore("settings get Exceptions").item()[text("Value")].toArray().size(), 0);
+}
+
+void TestCommandLine::convertingKeepsEverything()
+{
+    QCOMPARE(onStore("add 192.0.2.5 --type 2 --name T\xc3\xbcr/1").code, 0);
+    QCOMPARE(onStore("settings set Exceptions a,b %20").code, 0);
+    QCOMPARE(onStore("convert devices.db copy.ini").code, 0);
+    QCOMPARE(onStore("convert ini:copy.ini sqlite:again.db").code, 0);
+    const auto treeOf = [&](const char* name) {
+        QString error;
+        const auto store = openStore(path(name), &error, OpenMode::ReadOnly);
+        return store ? store->tree() : StoreNode();
+    };
+    QVERIFY(!treeOf("devices.db").isEmpty());
+    QVERIFY(treeOf("copy.ini") == treeOf("devices.db"));
+    QVERIFY(treeOf("again.db") == treeOf("devices.db"));
+
+    QCOMPARE(onStore("add 192.0.2.6 --type 2").code, 0);
+    QCOMPARE(onStore("convert devices.db copy.ini").code, 1);
+    QVERIFY(treeOf("copy.ini") == treeOf("again.db"));
+    QCOMPARE(onStore("convert again.db devices.db --force").code, 0);
+    QVERIFY(treeOf("copy.ini") == treeOf("devices.db"));
+}
+
+void TestCommandLine::passwordsAreNeitherShownNorTakenFromTheCommandLine()
+{
+    write(path("secret"), k_canary + '\n');
+    const Run added = onStore("add 192.0.2.5 --type 2 --user joe --password-file secret --verbose");
+    QCOMPARE(added.code, 0);
+    QVERIFY(contentOf(m_store).contains(k_canary.toBase64()));
+    const QByteArray id = added.item()[text("ID")].toString().toUtf8();
+    QByteArray said = added.out + added.error;
+    const auto call = [&](const QByteArray& arguments, int code) {
+        const Run ended = onStore(arguments, k_canary);
+        said += ended.out + ended.error;
+        QCOMPARE(ended.code, code);
+    };
+    call("show " + id, 0);
+    call("set " + id + " Password --password-stdin --verbose", 0);
+    call("settings set GlobalPassword --password-stdin", 0);
+    call("settings list", 0);
+    call("list --where Password=" + k_canary, 1);
+    call("set " + id + " Password=" + k_canary, 1);
+    call("settings set GlobalPassword " + k_canary, 1);
+    call("set " + id + " Password", 1); // no terminal to ask on
+    const auto before = hashes();
+    call("set " + id + " SavePassword=no Password --password-stdin", 1); // would be lost
+    QCOMPARE(hashes(), before);
+    QVERIFY(said.contains("********"));
+    QVERIFY(!said.contains(k_canary) && !said.contains(k_canary.toBase64()));
+}
+
+void TestCommandLine::brokenPluginsAreReportedAndPassedOver()
+{
+    QVERIFY(QDir(m_folder->path()).mkdir(text("plugins")));
+    write(path("plugins/broken.so"), "no library");
+    const Run ended = onStore("--plugins plugins drivers");
+    QCOMPARE(ended.code, 0);
+    QVERIFY(ended.error.contains("broken.so"));
+    QCOMPARE(ended.items().size(), 1);
+    QVERIFY(ended.item()[text("Library")].toString().endsWith(text("broken.so")));
+    QVERIFY(!ended.item()[text("Error")].toString().isEmpty());
+    QCOMPARE(onStore("--plugins plugins settings set GlobalUser joe").code, 0);
+}
+
+void TestCommandLine::aSecondWriterIsRefused()
+{
+    Session first({ { 7, 1 } });
+    QCOMPARE(first.open(m_store), QString());
+    first.db().insertNode(new tst::PlainNode(text("a")));
+    QCOMPARE(first.session.save(), QString());
+    const Run ended = onStore("settings set GlobalUser joe");
+    QCOMPARE(ended.code, 1);
+    QVERIFY(ended.error.contains(QByteArray::number(QCoreApplication::applicationPid())));
+    QCOMPARE(onStore("settings get GlobalUser").item()[text("Value")].toString(), text("admin"));
+}
+
+void TestCommandLine::entriesOfMissingDriversSurvive()
+{
+    {
+        Session all({ { 7, 1 }, { 8, 1 } });
+        QCOMPARE(all.open(m_store), QString());
+        all.db().insertNode(new tst::PlainNode(text("plain")));
+        all.db().insertNode(new tst::DeviceNode(text("device"), text("192.0.2.5")));
+        all.db().addNodeRelation(text("device"), text("plain"), eDeviceToRecordingFolder);
+        all.db().addNodeRelation(text("plain"), text("device"), eRecordingFolderToDevice);
+        QCOMPARE(all.session.save(), QString());
+    }
+    for (int i = 0; i < 2; ++i) {
+        Session some({ { 7, 1 } });
+        const tst::LogCapture log;
+        QCOMPARE(some.open(m_store), QString());
+        QCOMPARE(some.db().nodeIdList().value(0), i == 0 ? text("plain") : text("new0"));
+        some.db().insertNode(new tst::PlainNode(text("new%1").arg(i)));
+        QCOMPARE(some.session.save(), QString());
+        QCOMPARE(some.session.save(), QString());
+    }
+    Session all({ { 7, 1 }, { 8, 1 } });
+    QCOMPARE(all.open(m_store), QString());
+    QCOMPARE(all.db().nodeIdList(),
+        QStringList({ text("device"), text("new0"), text("new1"), text("plain") }));
+    const auto device = all.db().node(text("device"));
+    QCOMPARE(device->stringProperty(text("IP"), QString()), text("192.0.2.5"));
+    QCOMPARE(all.db().relatedNodes(text("device"), eDeviceToRecordingFolder),
+        QStringList(text("plain")));
+    QCOMPARE(all.db().relatedNodes(text("plain"), eRecordingFolderToDevice),
+        QStringList(text("device")));
+}
+
+void TestCommandLine::relationsOfMissingDriversEndWithTheOtherNode()
+{
+    {
+        Session all({ { 7, 1 }, { 8, 1 } });
+        QCOMPARE(all.open(m_store), QString());
+        all.db().insertNode(new tst::PlainNode(text("plain")));
+        all.db().insertNode(new tst::DeviceNode(text("device")));
+        all.db().addNodeRelation(text("device"), text("plain"), eDeviceToRecordingFolder);
+        QCOMPARE(all.session.save(), QString());
+    }
+    {
+        Session some({ { 7, 1 } });
+        const tst::LogCapture log;
+        QCOMPARE(some.open(m_store), QString());
+        some.db().removeNode(text("plain"));
+        QCOMPARE(some.session.save(), QString());
+    }
+    Session all({ { 7, 1 }, { 8, 1 } });
+    QCOMPARE(all.open(m_store), QString());
+    QCOMPARE(all.db().nodeIdList(), QStringList(text("device")));
+    QVERIFY(all.session.relationTypes().isEmpty());
+}
+
+void TestCommandLine::savingWhileLoadingIsRefused()
+{
+    {
+        Session first({ { 7, 1 } });
+        QVERIFY(!first.session.save().isEmpty()); // no store yet
+        QCOMPARE(first.open(m_store), QString());
+        for (const char* id : { "a", "b", "c" })
+            first.db().insertNode(new tst::PlainNode(text(id)));
+        QCOMPARE(first.session.save(), QString());
+    }
+    const auto before = hashes();
+    Session second({ { 7, 1 } });
+    QStringList errors;
+    connect(
+        &second.db(), &NodeDB::nodeInserted, this, [&] { errors.append(second.session.save()); });
+    QCOMPARE(second.open(m_store), QString());
+    QCOMPARE(errors.size(), 3);
+    QVERIFY(!errors.contains(QString()));
+    QCOMPARE(hashes()[text("devices.db")], before[text("devices.db")]);
+    QVERIFY(!second.session.hasUnsavedChanges());
+}
+
+void TestCommandLine::aSaveThatFailsLeavesStoreAndChanges()
+{
+    Session session({ { 7, 1 } });
+    QCOMPARE(session.open(m_store), QString());
+    session.db().insertNode(new tst::PlainNode(text("a")));
+    QCOMPARE(session.session.save(), QString());
+    const QByteArray before = contentOf(m_store);
+    const tst::LogCapture log;
+    auto* const bad = new tst::PlainNode(text("b"));
+    bool isBad = true;
+    bad->onSave = [&isBad] {
+        if (isBad)
+            throw std::runtime_error("no");
+    };
+    session.db().insertNode(bad);
+    const auto failsAsItShould = [&] {
+        return session.session.save().contains(text("devices.db"))
+            && session.session.hasUnsavedChanges() && contentOf(m_store) == before;
+    };
+    QVERIFY(failsAsItShould());
+    isBad = false;
+    const auto limitFiles = [](rlim_t bytes) {
+        const rlimit limit{ bytes, RLIM_INFINITY };
+        return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
+    };
+    const auto onTooBig = std::signal(SIGXFSZ, SIG_IGN);
+    QVERIFY(limitFiles(1024));
+    const bool hasFailed = failsAsItShould();
+    QVERIFY(limitFiles(RLIM_INFINITY));
+    std::signal(SIGXFSZ, onTooBig);
+    QVERIFY(hasFailed);
+    QCOMPARE(session.session.save(), QString());
+    QVERIFY(!session.session.hasUnsavedChanges());
+}
+
+void TestCommandLine::settingsCountAsUnsavedChanges()
+{
+    Session session({});
+    QCOMPARE(session.open(m_store), QString());
+    NodeDB& db = session.db();
+    const auto isNoticed = [&](auto change) {
+        const bool wasClean =
+            session.session.save().isEmpty() && !session.session.hasUnsavedChanges();
+        change();
+        return wasClean && session.session.hasUnsavedChanges();
+    };
+    QString id;
+    QVERIFY(isNoticed([&] { id = db.environments()->add(text("Office")); }));
+    QVERIFY(isNoticed([&] { db.setActiveEnvironment(id); }));
+    QVERIFY(isNoticed([&] { db.setGlobalAuthentication(text("a"), text("b")); }));
+    QVERIFY(isNoticed([&] { db.setGlobalRecordingFolderPath(text("/rec")); }));
+    QVERIFY(isNoticed([&] { db.globalProxy()->addException(text("a")); }));
+    QVERIFY(isNoticed([&] { db.globalProxy()->setUseProxy(true); }));
+}
+
+QTEST_GUILESS_MAIN(TestCommandLine)
+#include "tst_commandline.moc"

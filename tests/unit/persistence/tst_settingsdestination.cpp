@@ -1,0 +1,146 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "contract/persistdestinationcontract.h"
+#include "contract/scripts.h"
+#include "shared/logcapture.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QRect>
+#include <QSettings>
+#include <QTest>
+
+class TestSettingsDestination : public tst::FileStoreContract
+{
+    Q_OBJECT
+public:
+    TestSettingsDestination()
+        : FileStoreContract(QStringLiteral("ini:"), QStringLiteral("devices.ini"))
+    {
+    }
+
+private slots:
+    void filesOfQSettingsReadAsQSettingsReadsThem();
+    void plainValuesStayReadableForQSettings();
+    void foreignOddities_data();
+    void foreignOddities();
+
+private:
+    void writeFile(const QByteArray& content)
+    {
+        QFile file(m_path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+    }
+};
+
+void TestSettingsDestination::filesOfQSettingsReadAsQSettingsReadsThem()
+{
+    const QVariantList values = tst::valuesOfEveryType();
+    const auto write = [&](QSettings& settings) {
+        settings.setValue(QStringLiteral("odd Kéy €"), 1);
+        settings.beginGroup(QStringLiteral("Grüße, general"));
+        settings.beginWriteArray(QStringLiteral("Values"));
+        for (int i = 0; i < values.size(); ++i) {
+            settings.setArrayIndex(i);
+            settings.setValue(QStringLiteral("V"), values[i]);
+        }
+        settings.endArray();
+        settings.endGroup();
+    };
+    {
+        QSettings settings(m_path, QSettings::IniFormat);
+        write(settings);
+    }
+    // Another name, or QSettings would hand out what it still remembers.
+    const QString copy = m_path + QStringLiteral(".copy.ini");
+    QVERIFY(QFile::copy(m_path, copy));
+    QSettings peer(copy, QSettings::IniFormat);
+    const auto store = open();
+    QVERIFY(!store->isDamaged());
+    QCOMPARE(store->value(QStringLiteral("odd Kéy €")), QVariant(QStringLiteral("1")));
+    peer.beginGroup(QStringLiteral("Grüße, general"));
+    store->beginGroup(QStringLiteral("Grüße, general"));
+    QCOMPARE(store->beginReadArray(QStringLiteral("Values")), int(values.size()));
+    peer.beginReadArray(QStringLiteral("Values"));
+    for (int i = 0; i < values.size(); ++i) {
+        peer.setArrayIndex(i);
+        store->setArrayIndex(i);
+        const QVariant expected = peer.value(QStringLiteral("V"), QStringLiteral("default"));
+        const QVariant value = store->value(QStringLiteral("V"), QStringLiteral("default"));
+        QVERIFY2(value == expected && value.metaType() == expected.metaType(),
+            qPrintable(QDebug::toString(value) + QDebug::toString(expected)));
+    }
+}
+
+void TestSettingsDestination::plainValuesStayReadableForQSettings()
+{
+    const QVariantList login{ QStringLiteral("root"), true, QByteArray("a,\"\0b", 5) };
+    const auto store = open();
+    store->setValue(QStringLiteral("Text"), QStringLiteral("a, \"b\"; \\ \n@grüße"));
+    store->setValue(QStringLiteral("Number"), QStringLiteral("80"));
+    store->setValue(QStringLiteral("Flag"), true);
+    store->setValue(QStringLiteral("Login"), login);
+    store->setValue(QStringLiteral("Window"), QRect(1, 2, 3, 4));
+    store->sync();
+    QFile file(m_path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll().contains("\nFlag=true\n"));
+
+    const QSettings settings(m_path, QSettings::IniFormat);
+    QCOMPARE(settings.value(QStringLiteral("Text")), store->value(QStringLiteral("Text")));
+    QCOMPARE(settings.value(QStringLiteral("Number")).toString(), QStringLiteral("80"));
+    QVERIFY(settings.value(QStringLiteral("Flag")).toBool());
+    QCOMPARE(settings.value(QStringLiteral("Window")).toRect(), QRect(1, 2, 3, 4));
+    const QVariantList read = settings.value(QStringLiteral("Login")).toList();
+    QCOMPARE(read.value(0).toString(), QStringLiteral("root"));
+    QCOMPARE(read.value(2).toByteArray(), login[2].toByteArray());
+}
+
+void TestSettingsDestination::foreignOddities_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QStringList>("tree");
+    QTest::addColumn<bool>("isDamaged");
+    const auto lines = [](const char* text) { return QString::fromUtf8(text).split(QChar(u'|')); };
+    QTest::newRow("negative size")
+        << QByteArray("[A]\nsize=-1\n1\\k=v\n") << lines("A/1/k=QString v") << false;
+    QTest::newRow("size beyond the entries") << QByteArray("[A]\r\n1\\k=v\r\nsize=2000000000\r\n")
+                                             << lines("A#2000000000|A[0]/k=QString v") << false;
+    QTest::newRow("size short of the entries")
+        << QByteArray("[A]\n1\\k=v\n2\\k=w\nsize=1\n") << lines("A#1|A[0]/k=QString v") << false;
+    QTest::newRow("size that is a value")
+        << QByteArray("[A]\nsize=3\nk=v\n") << lines("A/k=QString v|A/size=QString 3") << false;
+    QTest::newRow("index 0, huge index")
+        << QByteArray("[A]\n0\\k=v\n99999999999\\k=w\n")
+        << lines("A/0/k=QString v|A/99999999999/k=QString w") << false;
+    QTest::newRow("lines that mean nothing")
+        << QByteArray("x\n[A]\nk=v\nnonsense\n[B\n") << lines("A/k=QString v") << true;
+    QTest::newRow("a broken variant")
+        << QByteArray("k=v\nl=@Variant(\\0\\0\\0\\xff)\n") << lines("k=QString v") << true;
+    QTest::newRow("nested without end") << "k=v\n" + QByteArray("g\\").repeated(100000) + "k=v\n"
+                                        << lines("k=QString v") << true;
+    QTest::newRow("a variant nested without end")
+        << "k=v\nl=\"@Variant(" + QByteArray("\\0\\0\\0\\t\\0\\0\\0\\x1").repeated(100000) + ")\"\n"
+        << lines("k=QString v") << true;
+}
+
+void TestSettingsDestination::foreignOddities()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QStringList, tree);
+    QFETCH(bool, isDamaged);
+    writeFile(content);
+    const tst::LogCapture log;
+    const auto store = open();
+    QCOMPARE(tst::flat(store->tree()), tree);
+    QCOMPARE(store->isDamaged(), isDamaged);
+    QCOMPARE(!log.linesWith(m_path).isEmpty(), isDamaged);
+}
+
+int main(int argc, char* argv[])
+{
+    TestSettingsDestination test;
+    return tst::runContract(argc, argv, test);
+}
+
+#include "tst_settingsdestination.moc"

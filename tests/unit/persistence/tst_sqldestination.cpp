@@ -1,0 +1,208 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "contract/persistdestinationcontract.h"
+#include "contract/scripts.h"
+#include "persistence/packedtree_p.h"
+#include "shared/logcapture.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTest>
+
+class TestSqlDestination : public tst::FileStoreContract
+{
+    Q_OBJECT
+public:
+    TestSqlDestination()
+        : FileStoreContract(QStringLiteral("sqlite:"), QStringLiteral("devices.db"))
+    {
+    }
+
+private slots:
+    void oneRowPerEntry();
+    void readersSeeOneStateAndWritersDoNotHang();
+    void foreignDatabasesAreRefused_data();
+    void foreignDatabasesAreRefused();
+    void damagedRowsAreReportedAndTheOthersRead_data();
+    void damagedRowsAreReportedAndTheOthersRead();
+    void anyDamageToARowIsSurvived();
+    void deletedSecretsLeaveTheFile();
+
+private:
+    /** Runs statements on the file behind the store's back; returns the last one's first value. */
+    QVariant run(const QStringList& statements, const QVariant& bound = QVariant())
+    {
+        QVariant result;
+        {
+            auto database =
+                QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("t"));
+            database.setDatabaseName(m_path);
+            if (!database.open())
+                qFatal("no database");
+            QSqlQuery query(database);
+            for (const QString& statement : statements) {
+                query.prepare(statement);
+                if (bound.isValid())
+                    query.addBindValue(bound);
+                if (!query.exec())
+                    qFatal("%s", qPrintable(statement));
+            }
+            result = query.next() ? query.value(0) : QVariant();
+        }
+        QSqlDatabase::removeDatabase(QStringLiteral("t"));
+        return result;
+    }
+
+    void writeStore(int devices)
+    {
+        const auto store = open();
+        tst::writeDevices(*store, devices);
+        store->sync();
+        QVERIFY(store->isUsable());
+    }
+};
+
+void TestSqlDestination::oneRowPerEntry()
+{
+    writeStore(10);
+    // Ten entries, the values of the root and those of the group.
+    QCOMPARE(run({ QStringLiteral("SELECT count(*) FROM rows") }).toInt(), 12);
+}
+
+void TestSqlDestination::readersSeeOneStateAndWritersDoNotHang()
+{
+    writeStore(3);
+    const auto reader = open(tq::OpenMode::ReadOnly);
+    QCOMPARE(reader->value(QStringLiteral("Old")), QVariant(QStringLiteral("none")));
+    const auto writer = open();
+    const tst::LogCapture log;
+    QElapsedTimer timer;
+    timer.start();
+    writer->remove(QStringLiteral("Devices"));
+    writer->sync();
+    QVERIFY(timer.elapsed() < 20000);
+    QVERIFY(writer->errorString().contains(m_path));
+    QVERIFY(!log.linesWith(m_path).isEmpty());
+    reader->beginGroup(QStringLiteral("Devices"));
+    QCOMPARE(reader->beginReadArray(QStringLiteral("Devices")), 3);
+    reader->endArray();
+    reader->endGroup();
+
+    reader->endReading();
+    writer->remove(QStringLiteral("Devices"));
+    writer->sync();
+    QVERIFY2(writer->isUsable(), qPrintable(writer->errorString()));
+    reader->beginGroup(QStringLiteral("Devices"));
+    QCOMPARE(reader->beginReadArray(QStringLiteral("Devices")), 0);
+}
+
+void TestSqlDestination::foreignDatabasesAreRefused_data()
+{
+    QTest::addColumn<QString>("statement");
+    QTest::newRow("no table of ours") << QStringLiteral("DROP TABLE store");
+    QTest::newRow("a later format") << QStringLiteral("UPDATE store SET format = 2");
+    QTest::newRow("a trigger") << QStringLiteral(
+        "CREATE TRIGGER t AFTER INSERT ON rows BEGIN DELETE FROM rows; END");
+}
+
+void TestSqlDestination::foreignDatabasesAreRefused()
+{
+    QFETCH(QString, statement);
+    writeStore(1);
+    run({ statement });
+    QString error;
+    QVERIFY(!tq::openStore(m_url, &error));
+    QVERIFY2(error.contains(m_path), qPrintable(error));
+}
+
+void TestSqlDestination::damagedRowsAreReportedAndTheOthersRead_data()
+{
+    QTest::addColumn<QByteArray>("row");
+    const auto bytes = [](std::initializer_list<int> numbers) {
+        QByteArray result;
+        for (const int number : numbers)
+            result += char(number);
+        return result;
+    };
+    QTest::newRow("empty") << QByteArray("");
+    QTest::newRow("a huge length") << bytes({ 5, 0xff, 0xff, 0xff, 0xff, 0x7f, 'a' });
+    QTest::newRow("a number without end") << QByteArray(40, '\xff');
+    QTest::newRow("a huge list") << bytes({ 5, 5, 'L', 0xff, 0xff, 0xff, 0x7f, 0 });
+    QTest::newRow("groups without end") << QByteArray(100000, '\6');
+    QTest::newRow("lists without end")
+        << bytes({ 5, 0xc0, 0x9a, 0xc }) + QByteArray("L\1").repeated(100000) + bytes({ 0 });
+    QTest::newRow("bytes left over") << bytes({ 0, 0 });
+    QTest::newRow("an entry outside an array") << bytes({ 8, 0, 0 });
+    QTest::newRow("a stream that nests") << bytes({ 5, 7, 'v', 5, 0, 0, 0, 28, 0, 0 });
+}
+
+void TestSqlDestination::damagedRowsAreReportedAndTheOthersRead()
+{
+    QFETCH(QByteArray, row);
+    writeStore(3);
+    // The row of the array's first entry.
+    run({ QStringLiteral("UPDATE rows SET data = ? WHERE id % 4294967296 = 2") }, row);
+    const tst::LogCapture log;
+    const auto store = open();
+    const tq::StoreNode tree = store->tree();
+    QVERIFY(store->isDamaged());
+    QVERIFY(!store->isUsable());
+    QCOMPARE(log.linesWith(QStringLiteral("Devices")).size(), 1);
+    const auto& devices =
+        tree.groups.at(QStringLiteral("Devices")).arrays.at(QStringLiteral("Devices"));
+    QCOMPARE(devices.size, 3);
+    QCOMPARE(
+        devices.entries.at(2).values.at(QStringLiteral("ID")), QVariant(QStringLiteral("id-2")));
+}
+
+void TestSqlDestination::anyDamageToARowIsSurvived()
+{
+    tq::PackedTree tree;
+    const auto values = tst::valuesOfEveryType();
+    const auto array = tree.make(tree.k_root, tq::PackedTree::eArray, 7);
+    for (int i = 0; i < values.size(); ++i) {
+        if (values[i].toString().size() < 1000)
+            tree.setValue(tree.make(array, tq::PackedTree::eEntry, quint32(i)), 1, values[i]);
+    }
+    std::string packed;
+    tree.pack(packed);
+    const auto nameOf = [](quint32 id) { return QString::number(id); };
+    const auto read = [&](const std::string& bytes, bool& isOk) {
+        tq::PackedTree other;
+        isOk = other.unpack(QByteArray::fromStdString(bytes));
+        return other.node(nameOf, isOk);
+    };
+    bool isOk = false;
+    const bool isSame = read(packed, isOk) == tree.node(nameOf, isOk);
+    QVERIFY(isSame && isOk);
+    for (std::size_t i = 0; i < packed.size(); ++i) {
+        read(packed.substr(0, i), isOk);
+        QVERIFY(!isOk);
+        for (const int change : { 1, 0x80, 0xff }) {
+            std::string damaged = packed;
+            damaged[i] = char(damaged[i] ^ change);
+            read(damaged, isOk);
+        }
+    }
+}
+
+void TestSqlDestination::deletedSecretsLeaveTheFile()
+{
+    writeStore(50);
+    const auto store = open();
+    store->remove(QStringLiteral("Devices"));
+    store->sync();
+    QFile file(m_path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(!file.readAll().contains("secret"));
+}
+
+int main(int argc, char* argv[])
+{
+    TestSqlDestination test;
+    return tst::runContract(argc, argv, test);
+}
+
+#include "tst_sqldestination.moc"
