@@ -84,10 +84,8 @@ const std::vector<Named>& triggers()
         { "globalAuthenticationChanged",
             [](NodeDB& db) { db.setGlobalAuthentication(text("u"), text("p")); } },
         { "connectionDataChanged",
-            [](NodeDB& db) {
-                db.globalProxy()->addException(text("direct"));
-                setPort(db, 81);
-            } },
+            [](NodeDB& db) { db.globalProxy()->addException(text("direct")); } },
+        { "connectionDataChanged", [](NodeDB& db) { setPort(db, 81); } },
         { "nodeRelationAboutToBeAdded",
             [](NodeDB& db) {
                 db.addNodeRelation(text("a"), text("b"), eDeviceToRecordingFolder);
