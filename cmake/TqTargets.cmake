@@ -49,7 +49,7 @@ function(tq_add_plugin name)
     install(TARGETS ${name} LIBRARY DESTINATION ${NODEDB_PLUGIN_DIR})
   endif()
   set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/${folder}"
-    INSTALL_RPATH "$ORIGIN/../..")
+    INSTALL_RPATH "$ORIGIN/../../../${CMAKE_INSTALL_LIBDIR}")
   tq_set_policy(${name})
 endfunction()
 

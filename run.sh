@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The NodeDB authors
+# SPDX-License-Identifier: MIT
+#
+# ./run.sh             builds what is missing, then scans a network in a box and lists what was found
+# ./run.sh ARGUMENTS   runs "nodedb ARGUMENTS" on this machine instead, for example: ./run.sh scan --for 30
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+build=$here/build/release
+nodedb=$build/bin/nodedb
+
+set_up() {
+  "$here/tools/install-packages" run
+  echo "Building build/release; the first time this takes some minutes …"
+  mkdir -p "$here/build"
+  (cd "$here" && cmake --preset release >build/release.log && cmake --build --preset release) |
+    { if [ -t 1 ]; then cat; else tail -n 1; fi; }
+}
+
+# Whether anything that the build depends on is newer than its result.
+is_stale() {
+  [ ! -x "$nodedb" ] || [ ! -e "$build/.complete" ] ||
+    [ -n "$(find "$here"/{CMakeLists.txt,cmake,libs,plugins,apps,tools} -newer "$build/.complete" -print -quit)" ]
+}
+
+if is_stale; then
+  set_up >&2
+  touch "$build/.complete"
+fi
+if [ $# -gt 0 ]; then
+  exec "$nodedb" "$@"
+fi
+
+demo=$here/build/demo
+rm -rf "$demo"
+mkdir -p "$demo"
+store=sqlite:$demo/devices.db
+
+# Without namespaces: the same devices on loopback addresses, added by hand.
+on_loopback() {
+  echo "Serving devices on loopback addresses instead; nodedb adds them by address."
+  exec {ready}< <("$build/bin/lab-device" --loopback --site "$here/tools/sites/default.json" & echo "pid $!"; wait)
+  local word pid='' address port
+  while read -r -u "$ready" word address port _; do
+    case $word in
+      pid) pid=$address ;;
+      device) "$nodedb" --store "$store" add "$address" --port "$port" || true ;;
+      ready) break ;;
+    esac
+  done
+  kill "$pid"
+}
+
+echo "Scanning a network in a box for 10 s; Ctrl-C ends it earlier."
+status=0
+"$here/tools/lab" --build "$build" "$nodedb" --store "$store" scan --for 10 --sweep || status=$?
+if [ "$status" -eq 77 ]; then
+  on_loopback
+elif [ "$status" -ne 0 ]; then
+  exit "$status"
+fi
+echo
+echo "What another process reads from $store:"
+"$nodedb" --store "$store" list
