@@ -38,17 +38,15 @@ store=sqlite:$demo/devices.db
 
 # Without namespaces: the same devices on loopback addresses, added by hand.
 on_loopback() {
-  echo "Serving devices on loopback addresses instead; nodedb adds them by address."
-  exec {ready}< <("$build/bin/lab-device" --loopback --site "$here/tools/sites/default.json" & echo "pid $!"; wait)
-  local word pid='' address port
-  while read -r -u "$ready" word address port _; do
-    case $word in
-      pid) pid=$address ;;
-      device) "$nodedb" --store "$store" add "$address" --port "$port" || true ;;
-      ready) break ;;
-    esac
-  done
-  kill "$pid"
+  echo "Serving the devices on loopback addresses instead; nodedb adds them by address."
+  "$here/tools/lab" --build "$build" --loopback bash -c '
+    lab=$1 build=$2 nodedb=$3 store=$4
+    "$lab" --build "$build" --tell list | while read -r _ address ports _; do
+      case $ports in
+        *443) "$nodedb" --store "$store" add "$address" --port "${ports##*,}" --ssl ;;
+        [0-9]*) "$nodedb" --store "$store" add "$address" --port "$ports" ;;
+      esac || echo "($address is not a device that answers)"
+    done' lab "$here/tools/lab" "$build" "$nodedb" "$store"
 }
 
 echo "Scanning a network in a box for 10 s; Ctrl-C ends it earlier."

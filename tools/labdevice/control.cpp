@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "labdevice/control.h"
+
+#include "labdevice/lab.h"
+
+#include <QLocalSocket>
+#include <QPointer>
+
+namespace lab {
+
+Control::Control(Lab& lab) : m_lab(lab)
+{
+    connect(&m_server, &QLocalServer::newConnection, this, &Control::welcome);
+}
+
+QString Control::listen(const QString& path)
+{
+    if (m_server.listen(path))
+        return QString();
+    return QStringLiteral("the control socket %1: %2").arg(path, m_server.errorString());
+}
+
+void Control::welcome()
+{
+    QLocalSocket* socket = m_server.nextPendingConnection();
+    connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
+    connect(socket, &QLocalSocket::readyRead, this, [this, socket] { takeInput(socket); });
+}
+
+void Control::takeInput(QLocalSocket* socket)
+{
+    // A command ends before the next begins, so that the answers come in order.
+    if (socket->property("busy").toBool() || !socket->canReadLine())
+        return;
+    socket->setProperty("busy", true);
+    obey(socket, QString::fromUtf8(socket->readLine()));
+}
+
+void Control::obey(QLocalSocket* socket, const QString& line)
+{
+    const Lab::Done answer = [this, guard = QPointer(socket)](const QString& error) {
+        if (!guard)
+            return;
+        guard->write(error.isEmpty() ? QByteArray("ok\n") : "error " + error.toUtf8() + '\n');
+        guard->setProperty("busy", false);
+        takeInput(guard);
+    };
+    const QStringList words = line.simplified().split(QLatin1Char(' '));
+    const QString& verb = words.first();
+    if (verb == QLatin1String("address") && words.size() == 3) {
+        m_lab.changeAddress(words.at(1), words.at(2), answer);
+    } else if (verb == QLatin1String("stop") && words.size() == 2) {
+        m_lab.stop(words.at(1), answer);
+    } else if (verb == QLatin1String("start") && words.size() == 2) {
+        m_lab.start(words.at(1), answer);
+    } else if (verb == QLatin1String("list") && words.size() == 1) {
+        socket->write(m_lab.list().toUtf8());
+        answer(QString());
+    } else {
+        answer(
+            QStringLiteral("\"%1\" is none of: address NAME ADDRESS, stop NAME, start NAME, list")
+                .arg(line.simplified()));
+    }
+}
+
+} // namespace lab
