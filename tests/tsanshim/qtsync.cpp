@@ -44,19 +44,31 @@ extern "C" {
         REAL(void, #sym, void*) __tsan_release(m);                                                 \
         real(m);                                                                                   \
     }
-LOCK(_ZN14QReadWriteLock11lockForReadEv)
-LOCK(_ZN14QReadWriteLock12lockForWriteEv)
-TRY1(_ZN14QReadWriteLock14tryLockForReadEv) TRY2(_ZN14QReadWriteLock14tryLockForReadEi)
-    TRY1(_ZN14QReadWriteLock15tryLockForWriteEv) TRY2(_ZN14QReadWriteLock15tryLockForWriteEi)
-        UNLOCK(_ZN14QReadWriteLock6unlockEv) LOCK(_ZN11QBasicMutex12lockInternalEv)
-            TRY2(_ZN11QBasicMutex12lockInternalEi) UNLOCK(_ZN11QBasicMutex14unlockInternalEv)
-                TRY2(_ZN15QRecursiveMutex7tryLockEi) UNLOCK(
-                    _ZN15QRecursiveMutex6unlockEv) void _ZN10QSemaphore7acquireEi(void* m, int n)
+LOCK(_ZN14QReadWriteLock11lockForReadEv);
+LOCK(_ZN14QReadWriteLock12lockForWriteEv);
+
+TRY1(_ZN14QReadWriteLock14tryLockForReadEv);
+TRY2(_ZN14QReadWriteLock14tryLockForReadEi);
+
+TRY1(_ZN14QReadWriteLock15tryLockForWriteEv);
+TRY2(_ZN14QReadWriteLock15tryLockForWriteEi);
+
+UNLOCK(_ZN14QReadWriteLock6unlockEv);
+
+LOCK(_ZN11QBasicMutex12lockInternalEv);
+TRY2(_ZN11QBasicMutex12lockInternalEi);
+UNLOCK(_ZN11QBasicMutex14unlockInternalEv);
+
+TRY2(_ZN15QRecursiveMutex7tryLockEi);
+UNLOCK(_ZN15QRecursiveMutex6unlockEv);
+
+void _ZN10QSemaphore7acquireEi(void* m, int n)
 {
     REAL(void, "_ZN10QSemaphore7acquireEi", void*, int) real(m, n);
     __tsan_acquire(m);
 }
-TRY2(_ZN10QSemaphore10tryAcquireEi)
+TRY2(_ZN10QSemaphore10tryAcquireEi);
+
 void _ZN10QSemaphore7releaseEi(void* m, int n)
 {
     REAL(void, "_ZN10QSemaphore7releaseEi", void*, int) __tsan_release(m);

@@ -11,6 +11,7 @@
 
 #include <linux/neighbour.h>
 #include <linux/rtnetlink.h>
+#include <sys/socket.h>
 
 using namespace tq;
 
@@ -173,6 +174,15 @@ void TestNeighbourTable::tellsWhatBecomesOfDevices_data()
         << "list;10.0.0.5 a reachable;end;+3000;10.0.0.9 a stale;+5000;10.0.0.5 a delay;10.0.0.5 "
            "- failed"
         << "new 10.0.0.5 a;ask 10.0.0.5;ask 10.0.0.5;changed 10.0.0.9 a";
+    QTest::newRow("moved, but the kernel trusted the old address for long")
+        << "list;10.0.0.5 a reachable;end;+3000;10.0.0.9 a reachable;+5000;+5000;+5000;10.0.0.5 "
+           "- failed;10.0.0.9 a stale;10.0.0.9 a reachable"
+        << "new 10.0.0.5 a;ask 10.0.0.5;ask 10.0.0.5;ask 10.0.0.5;ask 10.0.0.5;ask "
+           "10.0.0.9;changed 10.0.0.9 a";
+    QTest::newRow("a flush is no move")
+        << "list;10.0.0.5 a permanent;10.0.0.9 a reachable;end;10.0.0.9 a probe;10.0.0.9 a "
+           "reachable;del 10.0.0.5 a;del 10.0.0.9 a"
+        << "ask 10.0.0.9;new 10.0.0.5 a;ask 10.0.0.9;gone 10.0.0.5 a";
     QTest::newRow("questions keep a pause")
         << "list;end;10.0.0.5 a stale;10.0.0.9 a stale;+1900;+100"
         << "new 10.0.0.5 a;ask 10.0.0.5";

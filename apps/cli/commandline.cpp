@@ -1,0 +1,143 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "cli/commandline.h"
+
+#include "cli/commands/commands.h"
+
+#include "platform/log.h"
+
+#include <QCommandLineParser>
+
+namespace tq::cli {
+
+namespace {
+
+const QString k_program = QStringLiteral("nodedb");
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+void addGlobalOptions(QCommandLineParser& parser)
+{
+    parser.addOptions({
+        { text("store"), text("Use this store: sqlite:FILE, ini:FILE or a path."), text("URL") },
+        { text("json"), text("Print one JSON document.") },
+        { text("plugins"), text("Look for plug-ins here instead."), text("DIR") },
+        { text("as"), text("Act as this person: logins are kept for each."), text("NAME") },
+        { text("verbose"), text("Log progress as well.") },
+        { { text("h"), text("help") }, text("Show this help.") },
+    });
+}
+
+QString generalHelp()
+{
+    QCommandLineParser parser;
+    addGlobalOptions(parser);
+    parser.addOption({ text("version"), text("Show the version.") });
+    QString result = text("Usage: nodedb [OPTION]… COMMAND [ARGUMENT]…\n\n"
+                          "What is known of the devices on a network.\n\nCommands:\n");
+    for (const Command& command : allCommands())
+        result += text("  ") + padded(command.name, 13) + command.summary + QLatin1Char('\n');
+    result += text("  ") + padded(text("help"), 13) + text("Show the help of a command.\n\n");
+    const QString options = parser.helpText();
+    return result + options.mid(options.indexOf(text("Options:")));
+}
+
+QString commandHelp(const Command& command)
+{
+    QCommandLineParser parser;
+    if (command.addOptions)
+        command.addOptions(parser);
+    addGlobalOptions(parser);
+    const QString options = parser.helpText();
+    return QStringLiteral("Usage: nodedb %1 [OPTION]… %2\n\n%3\n\n")
+               .arg(command.name, command.arguments, command.summary)
+        + options.mid(options.indexOf(text("Options:")));
+}
+
+} // namespace
+
+int CommandLine::run(const QStringList& arguments)
+{
+    // Wanted even for the report of a call that cannot be parsed.
+    m_output.setJson(arguments.contains(text("--json")));
+    const Outcome outcome = parse(arguments);
+    m_output.finish(m_command, outcome);
+    return outcome.exitCode;
+}
+
+Outcome CommandLine::parse(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    addGlobalOptions(parser);
+    parser.addOption({ text("version"), text("Show the version.") });
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    if (!parser.parse(arguments))
+        return Outcome::usage(parser.errorText());
+    takeGlobals(parser);
+    QStringList rest = parser.positionalArguments();
+    if (parser.isSet(text("version"))) {
+        m_output.setJson(false);
+        m_output.print(text("nodedb " NODEDB_VERSION));
+        return Outcome::done();
+    }
+    if (parser.isSet(text("help")))
+        return help(rest);
+    if (rest.isEmpty())
+        return Outcome::usage(text("a command is missing; nodedb --help shows them"));
+    m_command = rest.takeFirst();
+    if (m_command == text("help"))
+        return help(rest);
+    if (const Command* const command = findCommand(m_command))
+        return runCommand(*command, rest);
+    return Outcome::usage(
+        QStringLiteral("there is no command %1; nodedb --help shows them").arg(quoted(m_command)));
+}
+
+Outcome CommandLine::runCommand(const Command& command, const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    addGlobalOptions(parser);
+    if (command.addOptions)
+        command.addOptions(parser);
+    if (!parser.parse(QStringList(k_program) + arguments))
+        return Outcome::usage(parser.errorText());
+    if (parser.isSet(text("help")))
+        return help({ command.name });
+    takeGlobals(parser);
+    const QStringList positional = parser.positionalArguments();
+    if (!command.takes(positional.size())) {
+        const QString usage = command.name + QLatin1Char(' ') + command.arguments;
+        return Outcome::usage(QStringLiteral("the call is \"nodedb %1\"").arg(usage.trimmed()));
+    }
+    Invocation invocation(m_globals, parser, positional, m_output);
+    return command.run(invocation);
+}
+
+void CommandLine::takeGlobals(const QCommandLineParser& parser)
+{
+    if (parser.isSet(text("store")))
+        m_globals.store = parser.value(text("store"));
+    if (parser.isSet(text("plugins")))
+        m_globals.pluginFolders = parser.values(text("plugins"));
+    if (parser.isSet(text("as")))
+        m_globals.activeUser = parser.value(text("as"));
+    if (parser.isSet(text("verbose")))
+        LogQt::instance().setLogLevel(Log::eProgress);
+}
+
+Outcome CommandLine::help(const QStringList& names)
+{
+    m_output.setJson(false);
+    const Command* const command = names.isEmpty() ? nullptr : findCommand(names.first());
+    if (!command && !names.isEmpty())
+        return Outcome::usage(QStringLiteral("there is no command %1").arg(quoted(names.first())));
+    for (const QString& line :
+        (command ? commandHelp(*command) : generalHelp()).trimmed().split(QLatin1Char('\n')))
+        m_output.print(line);
+    return Outcome::done();
+}
+
+} // namespace tq::cli

@@ -1,0 +1,166 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "cli/commands/commands.h"
+#include "cli/discoverywatch.h"
+#include "cli/invocation.h"
+#include "cli/nodesummary.h"
+#include "cli/passwordinput.h"
+
+#include "discovery/nodehintipdevice.h"
+#include "nodestore/node.h"
+#include "nodestore/nodedb.h"
+
+#include <QCommandLineParser>
+#include <QEventLoop>
+#include <QRegularExpression>
+#include <QTimer>
+
+#include <limits>
+#include <optional>
+
+namespace tq::cli {
+
+namespace {
+
+const QString k_type = QStringLiteral("type");
+const QString k_port = QStringLiteral("port");
+const QString k_ssl = QStringLiteral("ssl");
+const QString k_user = QStringLiteral("user");
+const QString k_name = QStringLiteral("name");
+constexpr int k_highestPort = 65535;
+constexpr int k_probeTimeout = 15000; // ms
+constexpr int k_creationTimeout = 2000; // ms
+
+void addOptions(QCommandLineParser& parser)
+{
+    parser.addOptions({
+        { k_type, QStringLiteral("Make a node of this type, without asking the device."),
+            QStringLiteral("T") },
+        { k_port, QStringLiteral("The port of its web server (80, or 443 with --ssl)."),
+            QStringLiteral("PORT") },
+        { k_ssl, QStringLiteral("It is reached over TLS.") },
+        { k_user, QStringLiteral("The user to log in as; its password is asked for."),
+            QStringLiteral("USER") },
+        { k_name, QStringLiteral("Its name for people."), QStringLiteral("NAME") },
+    });
+    addPasswordOptions(parser);
+}
+
+Outcome readAddress(const QString& address, NodeHintIPDevice& hint)
+{
+    // A host name or an address of either family: nothing that would be a path, a port or an option
+    // elsewhere.
+    static const QRegularExpression pattern(QStringLiteral(
+        "^[\\p{L}\\p{N}][\\p{L}\\p{N}._-]*$|^[0-9A-Fa-f:.]*:[0-9A-Fa-f:.]*(%[\\w.-]+)?$"));
+    if (!pattern.match(address).hasMatch() || address.size() > 253)
+        return Outcome::refused(
+            QStringLiteral("%1 is no host name or address").arg(quoted(address)));
+    hint.setHostAddress(address);
+    return Outcome::done();
+}
+
+Outcome readLogin(const QCommandLineParser& options, NodeHintIPDevice& hint)
+{
+    const bool isPassword = isPasswordGiven(options);
+    if (!options.isSet(k_user))
+        return isPassword ? Outcome::usage(QStringLiteral("a password needs a --user"))
+                          : Outcome::done();
+    QString password;
+    Outcome outcome;
+    if (isPassword || canAsk())
+        outcome = readPassword(
+            options, QStringLiteral("password of ") + quoted(options.value(k_user)), password);
+    hint.setUser(options.value(k_user));
+    hint.setPassword(password);
+    // Without this it would be forgotten when the program ends.
+    hint.setSavePassword(true);
+    return outcome;
+}
+
+Outcome readHint(const Invocation& call, NodeHintIPDevice& hint)
+{
+    const QCommandLineParser& options = call.options();
+    Outcome outcome = readAddress(call.arguments().first(), hint);
+    hint.setName(options.value(k_name));
+    hint.setSsl(options.isSet(k_ssl));
+    hint.setPort(hint.ssl() ? 443 : 80);
+    if (outcome.isDone() && options.isSet(k_port)) {
+        if (const auto port = call.number(k_port, 1, k_highestPort, outcome))
+            hint.setPort(*port);
+    }
+    if (outcome.isDone() && options.isSet(k_type)) {
+        if (const auto type = call.number(k_type, 0, std::numeric_limits<int>::max(), outcome))
+            hint.setNodeType(ENodeType(*type));
+    }
+    return outcome.isDone() ? readLogin(options, hint) : outcome;
+}
+
+/** Waits for what becomes of the hint that was just handed over. */
+void waitForFate(DiscoveryWatch& watch, const std::optional<DeviceEvent>& fate)
+{
+    watch.waitForProbes(k_probeTimeout);
+    if (fate || watch.openProbes() > 0)
+        return;
+    // A driver may take its time between accepting a hint and making the node.
+    QEventLoop loop;
+    QObject::connect(&watch, &DiscoveryWatch::happened, &loop, &QEventLoop::quit);
+    QTimer::singleShot(k_creationTimeout, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+Outcome judge(const std::optional<DeviceEvent>& fate, const NodeHintIPDevice& hint)
+{
+    const QString address = quoted(hint.hostAddress());
+    if (!fate)
+        return Outcome::refused(QStringLiteral("no driver made a node of %1").arg(address));
+    switch (fate->fate) {
+    case DeviceEvent::eNew:
+        return Outcome::done();
+    case DeviceEvent::eNotOurs:
+        return Outcome::refused(
+            QStringLiteral("no driver recognises %1 as a device of its own").arg(address));
+    case DeviceEvent::eNoDriver:
+        return Outcome::refused(
+            QStringLiteral("there is no driver for the node type %1").arg(int(hint.nodeType())));
+    default:
+        return Outcome::refused(
+            QStringLiteral("%1 is known already, as %2").arg(address, quoted(fate->nodeId)));
+    }
+}
+
+Outcome add(Invocation& call)
+{
+    NodeHintIPDevice hint;
+    Outcome outcome = readHint(call, hint);
+    if (outcome.isDone())
+        outcome = call.open(OpenMode::ReadWrite);
+    if (!outcome.isDone())
+        return outcome;
+    NodeDB& database = call.database();
+    if (database.readableNodeTypeNames().isEmpty())
+        return Outcome::refused(QStringLiteral("there is no driver for any type of node"));
+    DiscoveryWatch watch(database);
+    std::optional<DeviceEvent> fate;
+    QObject::connect(&watch, &DiscoveryWatch::happened, &watch, [&](const DeviceEvent& event) {
+        if (!fate)
+            fate = event;
+    });
+    database.newNodeHint(hint);
+    waitForFate(watch, fate);
+    outcome = judge(fate, hint);
+    if (outcome.isDone())
+        outcome = call.save();
+    if (outcome.isDone())
+        call.output().addItems({ fate->device }, nodeColumns());
+    return outcome;
+}
+
+} // namespace
+
+QList<Command> addCommands()
+{
+    return { { QStringLiteral("add"), QStringLiteral("ADDRESS"),
+        QStringLiteral("Add a device by its host name or address."), 1, 1, addOptions, add } };
+}
+
+} // namespace tq::cli

@@ -1,0 +1,97 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "cli/discoverywatch.h"
+
+#include "cli/nodesummary.h"
+
+#include "discovery/inodedrivercomponent.h"
+#include "discovery/nodehint.h"
+#include "nodestore/node.h"
+#include "nodestore/nodedb.h"
+
+#include <QEventLoop>
+#include <QTimer>
+
+namespace tq::cli {
+
+QString DeviceEvent::word(EFate fate)
+{
+    switch (fate) {
+    case eNew:
+        return QStringLiteral("new");
+    case eKnown:
+        return QStringLiteral("known");
+    case eChanged:
+        return QStringLiteral("changed");
+    case eGone:
+        return QStringLiteral("gone");
+    case eNotOurs:
+        return QStringLiteral("not ours");
+    case eNoDriver:
+        return QStringLiteral("no driver");
+    }
+    return QString();
+}
+
+DiscoveryWatch::DiscoveryWatch(NodeDB& database) : m_database(database)
+{
+    for (const QString& id : database.nodeIdList())
+        m_known.insert(id, nodeSummary(database, *database.node(id)));
+    connect(&database, &NodeDB::nodeInserted, this,
+        [this](const NodeID& id) { tellOfNode(DeviceEvent::eNew, id); });
+    connect(&database, &NodeDB::nodeLost, this,
+        [this](const NodeID& id) { tellOfNode(DeviceEvent::eGone, id); });
+    connect(&database, &NodeDB::nodeUpdated, this, &DiscoveryWatch::updated);
+    connect(&database, &NodeDB::duplicateNodeHint, this,
+        [this](const NodeHint&, const NodeID& id) { tellOfNode(DeviceEvent::eKnown, id); });
+    connect(&database, &NodeDB::unhandledNodeHint, this, [this](const NodeHint& hint) {
+        tell(DeviceEvent::eNoDriver, QString(), hintSummary(hint));
+    });
+    connect(&database, &NodeDB::probeStarted, this,
+        [this](int request, const NodeHint& hint) { m_probes.insert(request, hintSummary(hint)); });
+    connect(&database, &NodeDB::probeDecided, this,
+        [this](int request, const tqm::smart<INodeDriverComponent>& driver) {
+            const QJsonObject device = m_probes.take(request);
+            if (driver.null())
+                tell(DeviceEvent::eNotOurs, QString(), device);
+            if (m_probes.isEmpty())
+                emit idle();
+        });
+}
+
+DiscoveryWatch::~DiscoveryWatch() = default;
+
+bool DiscoveryWatch::waitForProbes(int timeout)
+{
+    if (m_probes.isEmpty())
+        return true;
+    QEventLoop loop;
+    connect(this, &DiscoveryWatch::idle, &loop, &QEventLoop::quit);
+    QTimer::singleShot(timeout, &loop, &QEventLoop::quit);
+    loop.exec();
+    return m_probes.isEmpty();
+}
+
+void DiscoveryWatch::tell(DeviceEvent::EFate fate, const QString& id, const QJsonObject& device)
+{
+    emit happened({ fate, id, device });
+}
+
+void DiscoveryWatch::tellOfNode(DeviceEvent::EFate fate, const QString& id)
+{
+    if (const auto node = m_database.node(id)) {
+        const QJsonObject device = nodeSummary(m_database, *node);
+        m_known.insert(id, device);
+        tell(fate, id, device);
+    }
+}
+
+void DiscoveryWatch::updated(const QString& id)
+{
+    const auto node = m_database.node(id);
+    // Every update is announced; only those that show are news.
+    if (node && m_known.value(id) != nodeSummary(m_database, *node))
+        tellOfNode(DeviceEvent::eChanged, id);
+}
+
+} // namespace tq::cli

@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "nodestore/nodetypes.h"
+
+#include <QHash>
+#include <QJsonObject>
+#include <QObject>
+
+namespace tq {
+class NodeDB;
+} // namespace tq
+
+namespace tq::cli {
+
+/** What became of a device. */
+struct DeviceEvent
+{
+    enum EFate : int { eNew, eKnown, eChanged, eGone, eNotOurs, eNoDriver };
+
+    EFate fate = eNew;
+    QString nodeId; ///< empty where there is no node
+    QJsonObject device; ///< what is known of it, under the names of a node's properties
+
+    /** Returns the fate in a word or two. */
+    static QString word(EFate fate);
+};
+
+/** Follows the discovery of a database and tells what becomes of each hint. */
+class DiscoveryWatch : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit DiscoveryWatch(NodeDB& database);
+    ~DiscoveryWatch() override;
+    Q_DISABLE_COPY_MOVE(DiscoveryWatch)
+
+    /** Returns how many hints are still being probed. */
+    qsizetype openProbes() const { return m_probes.size(); }
+
+    /** Waits until no hint is being probed, at most `timeout` ms. Returns whether that is so. */
+    bool waitForProbes(int timeout);
+
+signals:
+    void happened(const tq::cli::DeviceEvent& event);
+
+    /** The last open probe ended. */
+    void idle();
+
+private:
+    void tell(DeviceEvent::EFate fate, const QString& id, const QJsonObject& device);
+    void tellOfNode(DeviceEvent::EFate fate, const QString& id);
+    void updated(const QString& id);
+
+    NodeDB& m_database;
+    QHash<int, QJsonObject> m_probes;
+    QHash<QString, QJsonObject> m_known;
+};
+
+} // namespace tq::cli

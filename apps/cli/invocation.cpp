@@ -1,0 +1,82 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "cli/invocation.h"
+
+#include "nodestore/node.h"
+#include "nodestore/nodedb.h"
+
+#include <QCommandLineParser>
+
+namespace tq::cli {
+
+Invocation::Invocation(const GlobalOptions& globals, const QCommandLineParser& options,
+    const QStringList& arguments, Output& output)
+    : m_globals(globals), m_options(options), m_arguments(arguments), m_output(output)
+{
+}
+
+Invocation::~Invocation() = default;
+
+DatabaseSession& Invocation::session()
+{
+    if (!m_session) {
+        const QStringList own{ DatabaseSession::pluginFolder() };
+        m_session = std::make_unique<DatabaseSession>(
+            m_globals.pluginFolders.isEmpty() ? own : m_globals.pluginFolders);
+        m_session->database().setActiveUser(m_globals.activeUser);
+    }
+    return *m_session;
+}
+
+Outcome Invocation::runAction(const QList<Command>& actions)
+{
+    const QString name = m_arguments.takeFirst();
+    QStringList names;
+    for (const Command& action : actions) {
+        names.append(action.name);
+        if (action.name == name)
+            return action.takes(m_arguments.size())
+                ? action.run(*this)
+                : Outcome::usage(QStringLiteral("%1 wants %2").arg(name, action.arguments));
+    }
+    return Outcome::usage(
+        QStringLiteral("%1 is none of: %2").arg(quoted(name), names.join(QStringLiteral(", "))));
+}
+
+Outcome Invocation::open(OpenMode mode)
+{
+    const QString store = m_globals.store ? *m_globals.store : DatabaseSession::defaultStore();
+    const QString error = session().open(store, mode);
+    return error.isEmpty() ? Outcome::done() : Outcome::refused(error);
+}
+
+Outcome Invocation::save()
+{
+    const QString error = session().save();
+    return error.isEmpty() ? Outcome::done() : Outcome::refused(error);
+}
+
+Outcome Invocation::requireNode(const QString& id)
+{
+    if (!database().node(id).null())
+        return Outcome::done();
+    return Outcome::refused(QStringLiteral("there is no node with the id %1").arg(quoted(id)));
+}
+
+std::optional<int> Invocation::number(
+    const QString& option, int least, int most, Outcome& outcome) const
+{
+    const QString text = m_options.value(option);
+    bool isNumber = false;
+    const int value = text.toInt(&isNumber);
+    if (isNumber && value >= least && value <= most)
+        return value;
+    outcome = Outcome::usage(QStringLiteral("--%1 wants a number from %2 to %3, not %4")
+                                 .arg(option)
+                                 .arg(least)
+                                 .arg(most)
+                                 .arg(quoted(text)));
+    return std::nullopt;
+}
+
+} // namespace tq::cli

@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "nodestore/nodetypes.h"
+#include "persistence/istore.h"
+#include "session/keptentries.h"
+
+#include <QObject>
+#include <QSet>
+#include <QStringList>
+
+#include <memory>
+
+class QLockFile;
+
+namespace tq {
+
+class NodeDB;
+
+/**
+ * The life of the database in a program: plug-ins are found, the database is made and filled from a
+ * store, and saved back into it; its end frees the database and lets the plug-ins go.
+ *
+ * There is one at a time, used on one thread. Operations that can fail return an empty text, or one
+ * sentence for people that names what is wrong.
+ */
+class DatabaseSession : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** Gives the libraries of these folders to the loader and makes the database. */
+    explicit DatabaseSession(const QStringList& pluginFolders);
+    ~DatabaseSession() override;
+    Q_DISABLE_COPY_MOVE(DatabaseSession)
+
+    /** Returns the folder of plug-ins that belongs to the running program: ../lib/nodedb/plugins
+     * from its own. */
+    static QString pluginFolder();
+
+    /** Returns the store of the person who runs the program, in the user's folder for data. */
+    static QString defaultStore();
+
+    /** Returns the database; it lives as long as the session. */
+    NodeDB& database() const;
+
+    /**
+     * Opens the store and loads it. For writing, the store need not exist, and no other session may
+     * have it open for writing. A store that cannot be read, or not whole, is refused and left as
+     * it is.
+     */
+    [[nodiscard]] QString open(const QString& store, OpenMode mode);
+
+    /**
+     * Saves everything, and with it the stored entries that no driver could load. Refused without a
+     * store, while it is being loaded, and when it was opened for reading.
+     */
+    [[nodiscard]] QString save();
+
+    /** Returns whether nodes, relations, environments or settings changed since the last load or
+     * save. */
+    bool hasUnsavedChanges() const;
+
+    /** Notes a change of a setting that the database does not announce. */
+    void markChanged() { m_settingsChanged = true; }
+
+    /** Returns the types of relation that the database has or had in this session, ascending. */
+    QList<ENodeRelationType> relationTypes() const;
+
+    /** Returns the path of the open store; empty without one. */
+    QString location() const;
+
+private:
+    QString prepare(const QString& store);
+    QString load();
+    void watchSettings();
+
+    std::unique_ptr<QLockFile> m_lock;
+    std::unique_ptr<IStore> m_store;
+    KeptEntries m_kept;
+    QSet<int> m_relationTypes;
+    bool m_isLoading = false;
+    bool m_settingsChanged = false;
+};
+
+} // namespace tq

@@ -1,0 +1,151 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "session/keptentries.h"
+
+#include "nodestore/node.h"
+#include "nodestore/nodedb.h"
+
+#include "persistence/istore.h"
+#include "platform/persistscope.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+namespace tq {
+
+namespace {
+
+const QString k_nodesGroup = QStringLiteral("GlobalNodes");
+const QString k_nodes = QStringLiteral("Nodes");
+const QString k_relationsGroup = QStringLiteral("NodeRelations");
+const QString k_relations = QStringLiteral("Relations");
+const QString k_id = QStringLiteral("ID");
+const QString k_type = QStringLiteral("NodeType");
+const QString k_from = QStringLiteral("NodeFrom");
+const QString k_to = QStringLiteral("NodeTo");
+const QString k_relationType = QStringLiteral("RelationType");
+
+QSet<int> typesWithDriver(const NodeDB& database)
+{
+    QSet<int> result;
+    for (const auto& [type, name] : database.readableNodeTypeNames())
+        result.insert(type);
+    return result;
+}
+
+/** Reads an array as the database does. Returns whether nothing but a few entries is missing. */
+template <class Read>
+bool readEntries(IStore& store, const QString& group, const QString& array, Read read)
+{
+    constexpr int k_tooManyAbsent = 1000;
+    int absent = 0;
+    int count = 0;
+    {
+        const PersistGroup scope(&store, group);
+        count = readPersistedArray(&store, array, [&](int i) {
+            const bool isThere = read(i);
+            absent += isThere ? 0 : 1;
+            return isThere;
+        });
+    }
+    // Without entries there is nothing at all, or what is there is no array any more.
+    const bool isArray = count > 0 || store.tree({ { group, -1 } }).isEmpty();
+    return isArray && absent < k_tooManyAbsent;
+}
+
+/** Calls `write(i)` for `count` new entries after those that the array has. */
+template <class Write>
+void appendEntries(
+    IStore& store, const QString& group, const QString& array, qsizetype count, Write write)
+{
+    if (count == 0)
+        return;
+    const PersistGroup scope(&store, group);
+    const int first = store.beginReadArray(array);
+    store.endArray();
+    store.beginWriteArray(array);
+    for (qsizetype i = 0; i < count; ++i) {
+        store.setArrayIndex(first + int(i));
+        write(i);
+    }
+    store.endArray();
+}
+
+} // namespace
+
+bool KeptEntries::collect(IStore& store, const NodeDB& database)
+{
+    m_nodes.clear();
+    m_relations.clear();
+    const QSet<int> known = typesWithDriver(database);
+    QList<int> indexes;
+    QStringList ids;
+    const bool isWhole = readEntries(store, k_nodesGroup, k_nodes, [&](int i) {
+        const QVariant id = store.value(k_id);
+        const QVariant type = store.value(k_type);
+        const bool isThere = id.isValid() || type.isValid();
+        const bool isLost = !known.contains(type.toInt())
+            || (!id.toString().isEmpty() && database.node(id.toString()).null());
+        if (isThere && isLost) {
+            indexes.append(i);
+            ids.append(id.toString());
+        }
+        return isThere;
+    });
+    for (qsizetype i = 0; i < indexes.size(); ++i) {
+        const StoreLocation entry{ { k_nodesGroup, -1 }, { k_nodes, indexes[i] } };
+        m_nodes.append({ ids[i], store.tree(entry) });
+    }
+    return collectRelations(store) && isWhole;
+}
+
+bool KeptEntries::collectRelations(IStore& store)
+{
+    return readEntries(store, k_relationsGroup, k_relations, [&](int) {
+        const QVariant from = store.value(k_from);
+        const QVariant to = store.value(k_to);
+        if (isKept(from.toString()) || isKept(to.toString())) {
+            m_relations.append(
+                { from.toString(), to.toString(), store.value(k_relationType).toInt() });
+        }
+        return from.isValid() || to.isValid();
+    });
+}
+
+bool KeptEntries::isKept(const QString& id) const
+{
+    return std::any_of(
+        m_nodes.begin(), m_nodes.end(), [&](const KeptNode& node) { return node.id == id; });
+}
+
+KeptEntries KeptEntries::remaining(const NodeDB& database) const
+{
+    KeptEntries result;
+    for (const KeptNode& node : m_nodes) {
+        if (database.node(node.id).null())
+            result.m_nodes.append(node);
+    }
+    for (const KeptRelation& relation : m_relations) {
+        // The database drops a relation when the node at its other end is removed.
+        const QStringList destinations =
+            database.relatedNodes(relation.from, ENodeRelationType(relation.type));
+        const bool isOurs = result.isKept(relation.from) || result.isKept(relation.to);
+        if (isOurs && destinations.contains(relation.to))
+            result.m_relations.append(relation);
+    }
+    return result;
+}
+
+void KeptEntries::append(IStore& store) const
+{
+    appendEntries(store, k_nodesGroup, k_nodes, m_nodes.size(),
+        [&](qsizetype i) { writeNode(store, m_nodes[i].entry); });
+    appendEntries(store, k_relationsGroup, k_relations, m_relations.size(), [&](qsizetype i) {
+        store.setValue(k_from, m_relations[i].from);
+        store.setValue(k_relationType, m_relations[i].type);
+        store.setValue(k_to, m_relations[i].to);
+    });
+}
+
+} // namespace tq

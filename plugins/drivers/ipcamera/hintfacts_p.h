@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "nodestore/nodetypes.h"
+
+#include "platform/macaddress.h"
+
+#include <QList>
+#include <QString>
+
+namespace tq {
+
+class NodeHint;
+
+/** A web server of a device. */
+struct Endpoint
+{
+    int port = 80;
+    bool ssl = false;
+};
+
+/** What a hint of any kind says of a device, in one form. */
+struct HintFacts
+{
+    QString address; ///< a host, as a person would write it; IPv4 first
+    QString secondAddress; ///< of the other family
+    MACAddress mac;
+    QString name;
+    QString model;
+    QList<Endpoint> endpoints; ///< where to look for the device, the likeliest first; one at least
+    ENodeCreationService service = eUnknownService;
+};
+
+/**
+ * Returns what `hint` says. A device entered by hand with the port 80 and without SSL, as in a new
+ * hint, may be on either usual port; with SSL alone it is on 443; otherwise on the very port.
+ */
+HintFacts factsOf(const NodeHint& hint);
+
+/** Returns whether the two are one address or host name, however they are written. */
+bool isSameHost(const QString& left, const QString& right);
+
+} // namespace tq

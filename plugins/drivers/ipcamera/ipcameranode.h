@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "devices/ipdevicenode.h"
+
+namespace tq {
+
+/** A network camera, or any device that answers like one. */
+class IPCameraNode : public IPDeviceNode
+{
+    Q_OBJECT
+
+public:
+    explicit IPCameraNode(const QString& id);
+
+    Node* clone() const override;
+
+    /** Recognises hints of every kind: by MAC where both have one, else by address. */
+    bool isIdentical(const NodeHint& hint) const override;
+
+    /**
+     * Takes over a changed address, the MAC while none is known, and what a DNS-SD record says.
+     * IPv4 is never given up for IPv6 while the record has both.
+     */
+    void updateFromHint(const NodeHint& hint) override;
+
+    /** Fills hints of every kind, logins of the active user included. */
+    void fillHint(NodeHint& hint) const override;
+};
+
+} // namespace tq

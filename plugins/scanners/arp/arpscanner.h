@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "discovery/inodescanner.h"
+
+#include "platform/component.h"
+
+#include <QObject>
+
+#include <memory>
+
+namespace tq {
+
+class NodeHint;
+class NeighbourWatch;
+class SubnetSweep;
+
+/**
+ * Finds the devices that this machine has talked to: it follows the kernel's neighbour table,
+ * without privileges, and reports a NodeHintFromARP (address and MAC) for each device that is new,
+ * has changed its address, or is gone. A device with several addresses is one hint.
+ *
+ * The table knows nobody whom the machine has not talked to. So on request the scanner sweeps: it
+ * makes the kernel ask once for every address of the local IPv4 subnets, by one empty datagram to
+ * the discard port of each. Nothing but that is ever sent, except for a question to a device that
+ * appears to have moved.
+ */
+class ArpScanner : public QObject, public IComponent, public INodeScanner
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID "tq.plugin.Component/1" FILE "plugin.json")
+
+public:
+    /** The bits of the first argument of start(). */
+    enum EArgument : unsigned int { eSweep = 1 };
+
+    ArpScanner();
+    ~ArpScanner() override;
+    Q_DISABLE_COPY_MOVE(ArpScanner)
+
+    IInterface* getInterface(const std::string& name) override;
+    const IInterface* getInterface(const std::string& name) const override;
+
+    /**
+     * Starts watching. `argument` 0 only watches; with eSweep the subnets are swept once, at
+     * `datagramsPerSecond` (up to 10000; 0 for 250: an address that nobody has keeps one of the
+     * kernel's usual 1024 places for 3 s). While it runs, another start only adds a sweep.
+     */
+    void start(unsigned int argument, int datagramsPerSecond) override;
+    void stop() override;
+    bool isRunning() const override;
+    QString scannerName() const override;
+    QtSignal newHintSignal() override;
+    QtSignal hintChangedSignal() override;
+    QtSignal hintGoneSignal() override;
+
+signals:
+    void newHint(const tq::NodeHint& hint);
+    void hintChanged(const tq::NodeHint& hint);
+    void hintGone(const tq::NodeHint& hint);
+
+private:
+    std::unique_ptr<NeighbourWatch> m_watch;
+    std::unique_ptr<SubnetSweep> m_sweep;
+};
+
+} // namespace tq

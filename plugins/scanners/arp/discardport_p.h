@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QHostAddress>
+
+namespace tq {
+
+/** Sends empty datagrams to the discard port (9): they make the kernel ask who has an address. */
+class DiscardPort
+{
+public:
+    DiscardPort();
+    ~DiscardPort();
+    DiscardPort(const DiscardPort&) = delete;
+    DiscardPort& operator=(const DiscardPort&) = delete;
+
+    /** Sends one to an IPv4 address. Returns false when there is no room now: try again later. */
+    bool send(const QHostAddress& address);
+
+private:
+    int m_socket;
+};
+
+} // namespace tq
