@@ -30,4 +30,8 @@ if [ "$preset" = ci ]; then
   arguments+=(-DNODEDB_TSAN_TREE="$PWD/build/tsan")
 fi
 build "$preset" "${arguments[@]}"
-ctest --test-dir "build/$preset" --output-on-failure -j 2
+status=0
+ctest --test-dir "build/$preset" --output-on-failure -j 2 --output-junit junit.xml || status=$?
+count() { sed -n "s/.*[[:space:]]$1=\"\([0-9]*\)\".*/\1/p; /<testcase/q" "build/$preset/junit.xml" | head -n 1; }
+echo "$(($(count tests) - $(count failures) - $(count skipped))) passed, $(count failures) failed, $(count skipped) skipped"
+exit $status
