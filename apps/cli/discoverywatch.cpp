@@ -43,7 +43,7 @@ DiscoveryWatch::DiscoveryWatch(NodeDB& database) : m_database(database)
         [this](const NodeID& id) { tellOfNode(DeviceEvent::eGone, id); });
     connect(&database, &NodeDB::nodeUpdated, this, &DiscoveryWatch::updated);
     connect(&database, &NodeDB::duplicateNodeHint, this,
-        [this](const NodeHint&, const NodeID& id) { tellOfNode(DeviceEvent::eKnown, id); });
+        [this](const NodeHint& hint, const NodeID& id) { met(hint, id); });
     connect(&database, &NodeDB::unhandledNodeHint, this, [this](const NodeHint& hint) {
         tell(DeviceEvent::eNoDriver, QString(), hintSummary(hint));
     });
@@ -84,6 +84,21 @@ void DiscoveryWatch::tellOfNode(DeviceEvent::EFate fate, const QString& id)
         m_known.insert(id, device);
         tell(fate, id, device);
     }
+}
+
+void DiscoveryWatch::met(const NodeHint& hint, const QString& id)
+{
+    tellOfNode(DeviceEvent::eKnown, id);
+    const QString key = QStringLiteral("IP");
+    const QString seen = hintSummary(hint).value(key).toString();
+    const QString kept = m_known.value(id).value(key).toString();
+    const auto isIPv4 = [](const QString& address) {
+        constexpr int k_dots = 3;
+        return address.count(QLatin1Char('.')) == k_dots && !address.contains(QLatin1Char(':'));
+    };
+    // It moved while nobody was looking. Another family is no move.
+    if (isIPv4(seen) && isIPv4(kept) && seen != kept)
+        m_database.nodeHintChanged(hint);
 }
 
 void DiscoveryWatch::updated(const QString& id)

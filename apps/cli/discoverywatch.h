@@ -10,6 +10,7 @@
 
 namespace tq {
 class NodeDB;
+class NodeHint;
 } // namespace tq
 
 namespace tq::cli {
@@ -52,6 +53,7 @@ signals:
 private:
     void tell(DeviceEvent::EFate fate, const QString& id, const QJsonObject& device);
     void tellOfNode(DeviceEvent::EFate fate, const QString& id);
+    void met(const NodeHint& hint, const QString& id);
     void updated(const QString& id);
 
     NodeDB& m_database;

@@ -54,7 +54,8 @@ public:
      * the mutex. */
     Log::ELevel logLevel() const;
 
-    /** Sets the lowest level that is written. Takes the mutex itself, as do the next three. */
+    /** Sets the lowest level that is written. Any thread. The next two take the mutex themselves.
+     */
     void setLogLevel(Log::ELevel level);
 
     /** Sends lines to `stream`, not owned; null means standard error again. */

@@ -5,6 +5,8 @@
 #include "platform/logline.h"
 #include "platform/persistdestination.h"
 
+#include <QList>
+
 #include <concepts>
 #include <exception>
 
@@ -125,6 +127,25 @@ int readPersistedArray(IPersistDestination* source, const QString& name, ReadEnt
         }
     }
     return array.count();
+}
+
+/**
+ * Reads an array into a list: `readEntry(entry)` fills one entry and returns whether anything was
+ * there. Counts as readPersistedArray() does, so that a damaged array leaves no trace beyond what
+ * was in it.
+ */
+template <class Entry, std::predicate<Entry&> ReadEntry>
+QList<Entry> readPersistedEntries(
+    IPersistDestination* source, const QString& name, ReadEntry readEntry)
+{
+    QList<Entry> entries;
+    const int count = readPersistedArray(source, name, [&](int) {
+        Entry entry{};
+        const bool isThere = readEntry(entry);
+        entries.append(entry);
+        return isThere;
+    });
+    return entries.first(count);
 }
 
 } // namespace tq

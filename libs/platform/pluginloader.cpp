@@ -76,22 +76,34 @@ tqm::smart<IComponent> wrapRoot(QObject* root)
     return component ? tqm::smart<IComponent>(component, deleter) : tqm::smart<IComponent>();
 }
 
-/** Loads a library and makes its root object. On failure the handle is null and `reason` says why.
+/**
+ * Makes the root object that `root()` gives. On failure the handle is null and `reason` says why.
  */
-tqm::smart<IComponent> loadLibrary(const QString& path, QString& reason)
+template <class Root>
+tqm::smart<IComponent> makeComponent(QString& reason, Root root)
 {
-    QPluginLoader library(path);
-    library.setLoadHints(QLibrary::PreventUnloadHint | QLibrary::ResolveAllSymbolsHint);
     try {
-        QObject* const root = library.instance();
-        reason = root ? QStringLiteral("its root object is no component") : library.errorString();
-        return root ? wrapRoot(root) : tqm::smart<IComponent>();
+        QObject* const object = root();
+        if (object)
+            reason = QStringLiteral("its root object is no component");
+        return object ? wrapRoot(object) : tqm::smart<IComponent>();
     } catch (const std::exception& e) {
         reason = QStringLiteral("making its root object threw: ") + QString::fromUtf8(e.what());
     } catch (...) {
         reason = QStringLiteral("making its root object threw something unknown");
     }
     return {};
+}
+
+tqm::smart<IComponent> loadLibrary(const QString& path, QString& reason)
+{
+    QPluginLoader library(path);
+    library.setLoadHints(QLibrary::PreventUnloadHint | QLibrary::ResolveAllSymbolsHint);
+    return makeComponent(reason, [&] {
+        QObject* const root = library.instance();
+        reason = library.errorString();
+        return root;
+    });
 }
 
 } // namespace
@@ -142,7 +154,13 @@ void Loader::addStaticPlugins()
         if (metaData[QStringLiteral("IID")].toString() != k_pluginId)
             continue;
         const QJsonObject own = metaData[QStringLiteral("MetaData")].toObject();
-        registerComponent(infoFrom(own, QString()), wrapRoot(plugin.instance()));
+        const ComponentInfo info = infoFrom(own, QString());
+        QString reason = QStringLiteral("there is no root object");
+        const auto component = makeComponent(reason, [&] { return plugin.instance(); });
+        if (component.null())
+            fail(info.name, reason);
+        else
+            registerComponent(info, component);
     }
 }
 

@@ -39,6 +39,8 @@ private slots:
     void hintsOutliveTheirScanner();
     void slotsMayReportFurtherHints();
     void misbehavingPluginsAreSurvived();
+    void kindsOfHintsMayDeriveFurther();
+    void theFirstOfTwoNodesAnswers();
 };
 
 void TestDiscovery::scannersAreSwitchedByCapability()
@@ -52,11 +54,18 @@ void TestDiscovery::scannersAreSwitchedByCapability()
     QCOMPARE(f.trace.take(), QStringList(2, text("scannerStarted(b)")));
     emit first.newHint(named("x", 9));
     QCOMPARE(f.trace.take(), QStringList(text("unhandledNodeHint(x)")));
+    f.insertPlain(text("n"));
+    f.trace.take();
+    emit second.hintChanged(named("name of n"));
+    emit second.hintGone(named("name of n"));
+    QCOMPARE(f.trace.take(),
+        QStringList({ text("beginUpdatingNode(n)"), text("nodeUpdated(n)"), text("nodeLost(n)") }));
     f.db->stopScanners(std::set<std::string>{ "b", "a" });
     QVERIFY(!first.isRunning() && !second.isRunning());
     QCOMPARE(f.trace.take(),
         text("scannerStopped(a) scannerStopped(b) scannerStopped(b)").split(QLatin1Char(' ')));
     emit first.newHint(named("x", 9));
+    emit second.hintGone(named("name of n"));
     QCOMPARE(f.trace.take(), QStringList());
     f.db->startScanners(std::set<std::string>(), 0, 0);
     QCOMPARE(f.trace.take(), QStringList(2, text("scannerStarted()")));
@@ -89,6 +98,7 @@ void TestDiscovery::changedAndGoneHintsReachTheirNode()
     f.insertPlain(text("n"));
     NodeHintIPDevice hint = named("name of n");
     hint.setSecondText(text("M2"));
+    f.insertPlain(QString());
     f.trace.take();
     f.db->nodeHintGone(hint);
     f.db->nodeHintGone(named("unknown"));
@@ -236,6 +246,30 @@ void TestDiscovery::misbehavingPluginsAreSurvived()
     NodeDB::freeDB();
     driver.onCall = [] { throw 7; };
     QVERIFY(NodeDB::getDB()->readableNodeTypeNames().isEmpty());
+}
+
+void TestDiscovery::kindsOfHintsMayDeriveFurther()
+{
+    struct Special : NodeHintKind<Special, NodeHintIPDevice>
+    {
+        int extra = 0;
+    };
+    Special hint;
+    hint.extra = 7;
+    hint.setHostAddress(text("h"));
+    const std::unique_ptr<NodeHint> copy(hint.clone());
+    QCOMPARE(dynamic_cast<Special&>(*copy).extra, 7);
+    QCOMPARE(dynamic_cast<NodeHintIPDevice&>(*copy).hostAddress(), text("h"));
+}
+
+void TestDiscovery::theFirstOfTwoNodesAnswers()
+{
+    tst::Database f;
+    for (const char* id : { "c", "a", "b" })
+        f.insertDevice(text(id), text("10.0.0.1"));
+    NodeHintIPDevice hint;
+    hint.setHostAddress(text("10.0.0.1"));
+    QCOMPARE(f.db->lookupHint(hint), text("a"));
 }
 
 QTEST_GUILESS_MAIN(TestDiscovery)

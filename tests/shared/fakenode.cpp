@@ -20,6 +20,7 @@ tq::Node* PlainNode::clone() const
     auto* const copy = new PlainNode(id(), type());
     deepCopy(copy);
     copy->onClone = onClone;
+    copy->onName = onName;
     copy->onSave = onSave;
     return copy;
 }
@@ -37,6 +38,13 @@ void PlainNode::updateFromHint(const tq::NodeHint& hint)
 void PlainNode::fillHint(tq::NodeHint& hint) const
 {
     hint.setName(name());
+}
+
+QString PlainNode::name() const
+{
+    if (onName)
+        onName();
+    return Node::name();
 }
 
 void PlainNode::save(tq::IPersistDestination* target) const

@@ -25,10 +25,12 @@ public:
     bool isIdentical(const tq::NodeHint& hint) const override;
     void updateFromHint(const tq::NodeHint& hint) override;
     void fillHint(tq::NodeHint& hint) const override;
+    QString name() const override;
     void save(tq::IPersistDestination* target) const override;
 
     tq::UserAndPasswordNodeProperty login;
     std::function<void()> onClone; ///< runs at the start of clone(); copied into the copy
+    std::function<void()> onName;
     std::function<void()> onSave;
 };
 

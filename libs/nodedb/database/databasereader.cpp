@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "database/databasereader_p.h"
 
+#include "database/relationstore_p.h"
 #include "database/storedgroups_p.h"
 #include "discovery/plugincall_p.h"
 #include "nodestore/node.h"
@@ -43,21 +44,20 @@ bool DatabaseReader::readNode(int index)
 void DatabaseReader::readRelations()
 {
     const PersistGroup group(m_source, k_nodeRelations);
-    readPersistedArray(m_source, k_relations, [this](int) { return readRelation(); });
-}
-
-bool DatabaseReader::readRelation()
-{
-    if (!m_db)
-        return false;
-    const QVariant from = m_source->value(k_nodeFrom, QVariant());
-    const QVariant type = m_source->value(k_relationType, QVariant());
-    const QVariant to = m_source->value(k_nodeTo, QVariant());
-    if (!from.isValid() && !type.isValid() && !to.isValid())
-        return false;
-    m_db->addNodeRelation(from.toString(), to.toString(), ENodeRelationType(type.toInt()));
-    ++m_relationCount;
-    return true;
+    const auto relations =
+        readPersistedEntries<NodeRelation>(m_source, k_relations, [this](NodeRelation& relation) {
+            const QVariant from = m_source->value(k_nodeFrom, QVariant());
+            const QVariant type = m_source->value(k_relationType, QVariant());
+            const QVariant to = m_source->value(k_nodeTo, QVariant());
+            relation = { from.toString(), ENodeRelationType(type.toInt()), to.toString() };
+            return from.isValid() || type.isValid() || to.isValid();
+        });
+    for (const NodeRelation& relation : relations) {
+        if (!m_db)
+            return;
+        m_db->addNodeRelation(relation.from, relation.to, relation.type);
+        ++m_relationCount;
+    }
 }
 
 } // namespace tq

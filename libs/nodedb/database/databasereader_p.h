@@ -24,7 +24,6 @@ public:
 
 private:
     bool readNode(int index);
-    bool readRelation();
 
     QPointer<NodeDB>
         m_db; // a slot may end the database between two entries; the rest is passed over then

@@ -78,7 +78,8 @@ QList<QPair<ENodeType, QString>> NodeDB::readableNodeTypeNames(
 
 void NodeDB::startScanners(const std::string& capability, unsigned int argument, int secondArgument)
 {
-    d->service->startScanners(capability, argument, secondArgument);
+    if (d->service)
+        d->service->startScanners(capability, argument, secondArgument);
 }
 
 void NodeDB::startScanners(
@@ -93,7 +94,8 @@ void NodeDB::startScanners(
 
 void NodeDB::stopScanners(const std::string& capability)
 {
-    d->service->stopScanners(capability);
+    if (d->service)
+        d->service->stopScanners(capability);
 }
 
 void NodeDB::stopScanners(const std::set<std::string>& capabilities)
@@ -124,19 +126,25 @@ bool NodeDB::alreadyKnown(const NodeHint& hint, QString& nodeId) const
 
 void NodeDB::probe(const NodeHint& hint)
 {
-    if (d->service)
+    if (d->service && !d->lock.refusesChange("probe"))
         d->service->probe(hint);
 }
 
 void NodeDB::newNodeHint(const tq::NodeHint& hint)
 {
-    if (d->service)
+    if (d->service && !d->lock.refusesChange("newNodeHint"))
         d->service->newHint(hint);
 }
 
 void NodeDB::nodeHintChanged(const tq::NodeHint& hint)
 {
     const QString id = lookupHint(hint);
+    if (!id.isNull())
+        takeOver(hint, id);
+}
+
+void NodeDB::takeOver(const NodeHint& hint, const QString& id)
+{
     const auto known = node(id);
     if (!d->service || known.null() || known->creationService() == eManualService)
         return;
@@ -149,7 +157,7 @@ void NodeDB::nodeHintChanged(const tq::NodeHint& hint)
 void NodeDB::nodeHintGone(const tq::NodeHint& hint)
 {
     const QString id = lookupHint(hint);
-    if (!id.isNull())
+    if (!id.isNull() && !d->lock.refusesChange("nodeHintGone"))
         emit nodeLost(id);
 }
 

@@ -34,10 +34,8 @@ void NodeDB::freeDB()
 {
     if (s_state != EState::eReady)
         return;
-    if (m_nodeDB->d->lock.isHeldByThisThread()) {
-        logLine(Log::eSurvived, "Refused, because this thread holds the database's lock: freeDB");
+    if (m_nodeDB->d->lock.refusesChange("freeDB"))
         return;
-    }
     s_state = EState::eFreeing;
     delete m_nodeDB;
     s_state = EState::eNone;
@@ -60,6 +58,7 @@ NodeDB::~NodeDB()
     if (const auto guard = d->lock.write("freeDB"))
         nodes = d->registry.takeAll(*guard);
     nodes.clear();
+    NodeRegistry::deleteWaiting();
     m_nodeDB = nullptr;
 }
 

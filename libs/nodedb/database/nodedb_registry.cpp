@@ -22,7 +22,7 @@ void adopt(Node* node, const NodeDB& db)
     if (node->thread() == db.thread())
         return;
     if (node->thread() == QThread::currentThread())
-        node->moveWithMembers(db.thread());
+        callPlugin("moveWithMembers", [&] { node->moveWithMembers(db.thread()); });
     else
         logLine(Log::eSurvived, "A node lives on a thread that is not its maker's: ", node->id());
 }
@@ -43,8 +43,14 @@ Node* waitForCopy(NodeDBPrivate& d, const QString& id, int timeout)
         if (timeout != -1 && elapsed > timeout)
             return nullptr;
         if (!warned && elapsed >= k_warnAfter) {
-            logLine(Log::eSurvived, "Still waiting for another update of the node to end: ", id);
             warned = true;
+            guard->unlock(); // a slow log must not stop the registry
+            logLine(Log::eSurvived, "Still waiting for another update of the node to end: ", id);
+            auto again = d.lock.write("beginUpdateNode");
+            if (!again)
+                return nullptr;
+            guard.emplace(std::move(*again));
+            continue;
         }
         // Every end of a bracket and every removal wakes the waiter; it never spins.
         qint64 pause = timeout == -1 ? -1 : timeout - elapsed + 1;
@@ -59,18 +65,26 @@ Node* waitForCopy(NodeDBPrivate& d, const QString& id, int timeout)
 struct NodeFacts
 {
     explicit NodeFacts(const Node* node)
-        : name(node ? node->name() : QString()), shouldPersist(node && node->shouldPersist())
     {
+        if (!node)
+            return;
+        name = callPlugin("name", QString(), [&] { return node->name(); });
+        shouldPersist = callPlugin("shouldPersist", false, [&] { return node->shouldPersist(); });
     }
 
     QString name;
-    bool shouldPersist;
+    bool shouldPersist = false;
 };
 
 void logRefusedRemoval(const QString& id)
 {
     logLine(Log::eSurvived,
         "Couldn't remove node because it is locked by another consumer. Node id: ", id);
+}
+
+bool matches(const Node& node, const tqgen::BaseProperty& property)
+{
+    return callPlugin("compareProperty", false, [&] { return node.compareProperty(property); });
 }
 
 /** Drops the relations of a node that left the registry, then announces the removal. */
@@ -95,8 +109,8 @@ void NodeDB::insertNode(Node* node)
         return;
     const QString id = node->id();
     const NodeFacts facts(node);
-    if (d->registry.isStored(d->lock.read(), node)) {
-        logLine(Log::eSurvived, "The node is in the database already: ", id);
+    if (!NodeRegistry::claim(*node)) {
+        logLine(Log::eSurvived, "The node was in the database already: ", id);
         return;
     }
     adopt(node, *this);
@@ -112,6 +126,8 @@ void NodeDB::insertNode(Node* node)
     }
     handle.reset();
     d->lock.wakeAll();
+    if (d->service)
+        d->service->takeDeferred(id); // meant the node that was here
     if (displaced.wasInUse)
         logLine(Log::eSurvived, "A node was inserted over one that is in use: ", id);
     displaced.node.reset();
@@ -134,8 +150,9 @@ void NodeDB::acquire(const QString& id)
         d->registry.acquire(*guard, id);
 }
 
-void NodeDB::release(const QString& id)
+void NodeDB::release(const QString& nodeId)
 {
+    const QString id = nodeId; // may be the node's own, which may die below
     const NodeFacts facts(node(id).get());
     NodeRegistry::Removal removal{};
     {
@@ -162,8 +179,9 @@ void NodeDB::release(const QString& id)
     }
 }
 
-void NodeDB::removeNode(const QString& id)
+void NodeDB::removeNode(const QString& nodeId)
 {
+    const QString id = nodeId; // may be the node's own, which dies below
     NodeRegistry::Handle known = node(id);
     if (known.null()) {
         logLine(Log::eSurvived, "NodeDB::removeNode remove on non-existing node ", id);
@@ -200,9 +218,10 @@ void NodeDB::removeAllNodes()
     }
 }
 
-Node* NodeDB::beginUpdateNode(const QString& id, int timeout)
+Node* NodeDB::beginUpdateNode(const QString& nodeId, int timeout)
 {
-    if (node(id).null())
+    const QString id = nodeId; // may be a node's own, which slots may remove
+    if (node(id).null() || d->lock.refusesChange("beginUpdateNode"))
         return nullptr;
     const QPointer<NodeDB> alive(this);
     emit beginUpdatingNode(id);
@@ -224,7 +243,7 @@ void NodeDB::endUpdateNode(Node* copy)
         const auto guard = d->lock.write("endUpdateNode");
         if (!guard)
             return;
-        if (!d->registry.isStored(*guard, copy)) {
+        if (NodeRegistry::claim(*copy)) {
             adopt(copy, *this);
             handle = NodeRegistry::handleFor(copy);
             displaced = d->registry.endUpdate(*guard, id, handle);
@@ -243,13 +262,14 @@ void NodeDB::endUpdateNode(Node* copy)
         d->modified = true;
     const QPointer<NodeDB> alive(this);
     callPlugin("endUpdateNode", [&] { copy->endUpdateNode(); });
+    handle.reset(); // kept the copy alive for its hook
     if (!alive)
         return;
     emit nodeUpdated(id);
     if (!alive || !d->service)
         return;
     if (const auto hint = d->service->takeDeferred(id))
-        nodeHintChanged(*hint);
+        takeOver(*hint, id);
 }
 
 bool NodeDB::nodenameExists(const QString& name) const
@@ -279,7 +299,7 @@ QStringList NodeDB::search(ENodeType type) const
 QStringList NodeDB::search(const tqgen::BaseProperty& property, ENodeType type) const
 {
     return d->registry.ids(d->lock.read(), [&](const Node& node) {
-        return (type == eAnyNodeType || node.type() == type) && node.compareProperty(property);
+        return (type == eAnyNodeType || node.type() == type) && matches(node, property);
     });
 }
 
@@ -289,7 +309,7 @@ QStringList NodeDB::search(const tqgen::PropertySet& properties, ENodeType type)
     return d->registry.ids(d->lock.read(), [&](const Node& node) {
         return (type == eAnyNodeType || node.type() == type)
             && std::all_of(wanted.begin(), wanted.end(),
-                [&](const auto& property) { return node.compareProperty(*property); });
+                [&](const auto& property) { return matches(node, *property); });
     });
 }
 

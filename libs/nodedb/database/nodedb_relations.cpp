@@ -15,7 +15,7 @@ void NodeDB::addNodeRelation(const QString& from, const QString& to, ENodeRelati
             return;
     }
     const QPointer<NodeDB> alive(this);
-    emit nodeRelationAboutToBeAdded(from, to, type);
+    emit nodeRelationAboutToBeAdded(relation.from, relation.to, relation.type);
     if (!alive)
         return;
     {
@@ -25,18 +25,19 @@ void NodeDB::addNodeRelation(const QString& from, const QString& to, ENodeRelati
         d->relations.add(*guard, relation);
         d->modified = true;
     }
-    emit nodeRelationAdded(from, to, type);
+    emit nodeRelationAdded(relation.from, relation.to, relation.type);
 }
 
 void NodeDB::removeNodeRelation(const QString& from, const QString& to, ENodeRelationType type)
 {
+    const NodeRelation relation{ from, type, to };
     {
         const auto guard = d->lock.write("removeNodeRelation");
         if (!guard || !d->relations.hasAny(*guard, from, type))
             return;
     }
     const QPointer<NodeDB> alive(this);
-    emit nodeRelationAboutToBeRemoved(from, to, type);
+    emit nodeRelationAboutToBeRemoved(relation.from, relation.to, relation.type);
     if (!alive)
         return;
     {
@@ -44,14 +45,16 @@ void NodeDB::removeNodeRelation(const QString& from, const QString& to, ENodeRel
         if (!guard)
             return;
         // kept: only exactly one erased entry counts as a modification
-        if (d->relations.erase(*guard, { from, type, to }) == 1)
+        if (d->relations.erase(*guard, relation) == 1)
             d->modified = true;
     }
-    emit nodeRelationRemoved(from, to, type);
+    emit nodeRelationRemoved(relation.from, relation.to, relation.type);
 }
 
 void NodeDB::removeAllNodeRelations(const QString& id)
 {
+    if (d->lock.refusesChange("removeAllNodeRelations"))
+        return;
     const QPointer<NodeDB> alive(this);
     const QList<NodeRelation> relations = d->relations.takingPart(d->lock.read(), id);
     for (const NodeRelation& relation : relations) {

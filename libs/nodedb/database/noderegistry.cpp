@@ -4,11 +4,45 @@
 
 #include "discovery/plugincall_p.h"
 
+#include <QMutex>
+#include <QPointer>
 #include <QThread>
 
 #include <utility>
 
 namespace tq {
+
+namespace {
+
+/** The nodes that wait to be deleted on their own thread. */
+struct Waiting
+{
+    QMutex mutex; // guards `nodes`; innermost
+    QList<QPointer<Node>> nodes;
+    qsizetype pruneAt = 64;
+};
+
+Waiting& waiting()
+{
+    static Waiting list;
+    return list;
+}
+
+void deleteOnItsThread(Node* node)
+{
+    {
+        Waiting& list = waiting();
+        const QMutexLocker locker(&list.mutex);
+        if (list.nodes.size() >= list.pruneAt) {
+            list.nodes.removeIf([](const QPointer<Node>& each) { return each.isNull(); });
+            list.pruneAt = 2 * list.nodes.size() + 64;
+        }
+        list.nodes.append(node);
+    }
+    node->deleteLater();
+}
+
+} // namespace
 
 NodeRegistry::Handle NodeRegistry::handleFor(const Node* node)
 {
@@ -16,19 +50,32 @@ NodeRegistry::Handle NodeRegistry::handleFor(const Node* node)
         if (last->thread() == QThread::currentThread() || !last->thread())
             delete last;
         else
-            const_cast<Node*>(last)->deleteLater();
+            deleteOnItsThread(const_cast<Node*>(last));
     });
+}
+
+bool NodeRegistry::claim(Node& node)
+{
+    return !node.m_isOwned.exchange(true);
+}
+
+void NodeRegistry::deleteWaiting()
+{
+    QList<QPointer<Node>> nodes;
+    {
+        const QMutexLocker locker(&waiting().mutex);
+        nodes.swap(waiting().nodes);
+    }
+    for (const QPointer<Node>& node : std::as_const(nodes)) {
+        if (node && node->thread() == QThread::currentThread())
+            delete node;
+    }
 }
 
 NodeRegistry::Handle NodeRegistry::find(const Reading&, const QString& id) const
 {
     const auto record = m_records.constFind(id);
     return record == m_records.cend() ? Handle() : record->node;
-}
-
-bool NodeRegistry::isStored(const Reading& guard, const Node* node) const
-{
-    return find(guard, node->id()).get() == node;
 }
 
 QStringList NodeRegistry::ids(const Reading&, const Filter& filter) const

@@ -63,8 +63,14 @@ public:
 
     Handle find(const Reading&, const QString& id) const;
 
-    /** Returns whether `node` is the object that is stored under its id. */
-    bool isStored(const Reading&, const Node* node) const;
+    /**
+     * Marks the node as taken by a database. Returns false when it was already: it is stored, or
+     * was and is still held by somebody. Any thread.
+     */
+    [[nodiscard]] static bool claim(Node& node);
+
+    /** Deletes the nodes that died on other threads and wait for this one, which is theirs. */
+    static void deleteWaiting();
 
     /** Returns the ids of the nodes that pass `filter` (empty: all), ascending. */
     QStringList ids(const Reading&, const Filter& filter = {}) const;

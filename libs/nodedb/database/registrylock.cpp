@@ -59,11 +59,8 @@ RegistryLock::Reading RegistryLock::read()
 
 std::optional<RegistryLock::Writing> RegistryLock::write(const char* operation)
 {
-    if (isHeldByThisThread()) {
-        logLine(
-            Log::eSurvived, "Refused, because this thread holds the database's lock: ", operation);
+    if (refusesChange(operation))
         return std::nullopt;
-    }
     lockForWrite();
     return Writing(*this);
 }
@@ -71,6 +68,15 @@ std::optional<RegistryLock::Writing> RegistryLock::write(const char* operation)
 bool RegistryLock::isHeldByThisThread() const
 {
     return t_reads > 0 || isWriter();
+}
+
+bool RegistryLock::refusesChange(const char* operation) const
+{
+    const bool isHeld = isHeldByThisThread();
+    if (isHeld)
+        logLine(
+            Log::eSurvived, "Refused, because this thread holds the database's lock: ", operation);
+    return isHeld;
 }
 
 void RegistryLock::lockForRead()

@@ -74,6 +74,12 @@ public:
     /** Returns whether this thread holds the lock, for reading or for writing. */
     bool isHeldByThisThread() const;
 
+    /**
+     * Returns isHeldByThisThread(), with the line that write() gives: for operations that announce
+     * something before they write.
+     */
+    bool refusesChange(const char* operation) const;
+
     /** Wakes every thread in Writing::wait(). */
     void wakeAll() { m_changed.wakeAll(); }
 

@@ -41,12 +41,11 @@ QString IPDeviceNode::password(bool useGlobal) const
     return own.user.isEmpty() && useGlobal ? database()->globalPassword() : own.password;
 }
 
-void IPDeviceNode::setUser(const QString& user, const QString& password)
+void IPDeviceNode::setUser(const QString& userName, const QString& userPassword)
 {
-    const UserAndPassword own = login();
-    if (own.user == user && own.password == password)
+    if (user(false) == userName && password(false) == userPassword)
         return;
-    setLogin(UserAndPassword(user, password, own.savePassword));
+    setLogin(UserAndPassword(userName, userPassword, savePassword()));
     markConnectionDirty();
 }
 
@@ -57,9 +56,7 @@ bool IPDeviceNode::savePassword() const
 
 void IPDeviceNode::setSavePassword(bool save)
 {
-    UserAndPassword own = login();
-    own.savePassword = save;
-    setLogin(own);
+    setLogin(UserAndPassword(user(false), password(false), save));
 }
 
 void IPDeviceNode::setLoginForApplicationUser(

@@ -95,16 +95,15 @@ void IPDeviceNode::createPropertySet()
 void IPDeviceNode::updatePropertySet() const
 {
     tqgen::PropertySet& set = propertySet();
-    const UserAndPassword own = login();
     set.setValue(k_ip, hostAddress());
     set.setValue(k_port, port());
     set.setValue(k_bandWidth, bandWidth());
     set.setValue(k_controlMode, controlMode());
     set.setValue(k_mac, m_mac.toString());
     set.setValue(k_ssl, ssl());
-    set.setValue(k_user, own.user);
-    set.setValue(k_password, own.password);
-    set.setValue(k_savePassword, own.savePassword);
+    set.setValue(k_user, user(false));
+    set.setValue(k_password, password(false));
+    set.setValue(k_savePassword, savePassword());
     m_proxy.properties(set);
     Node::updatePropertySet();
 }
@@ -140,7 +139,8 @@ bool IPDeviceNode::updateConnectionField(const tqgen::BaseProperty& property)
         return false;
     // kept: only these two, although the setters of SSL and bandwidth mark the connection data as
     // well
-    m_connectionDataDirty = m_connectionDataDirty || name == k_ip || name == k_port;
+    if (name == k_ip || name == k_port)
+        m_connectionDataDirty = true;
     return true;
 }
 
@@ -158,7 +158,8 @@ bool IPDeviceNode::updateLoginField(const tqgen::BaseProperty& property)
         return false;
     setLogin(own);
     // kept: a new password alone does not
-    m_connectionDataDirty = m_connectionDataDirty || name == k_user;
+    if (name == k_user)
+        m_connectionDataDirty = true;
     return true;
 }
 
@@ -169,10 +170,8 @@ void IPDeviceNode::beginUpdateNode()
 
 void IPDeviceNode::endUpdateNode()
 {
-    if (!m_connectionDataDirty)
-        return;
-    m_connectionDataDirty = false;
-    emit connectionDataChanged(id());
+    if (m_connectionDataDirty.exchange(false))
+        emit connectionDataChanged(id());
 }
 
 bool IPDeviceNode::isIdentical(const NodeHint& hint) const
@@ -253,13 +252,14 @@ bool IPDeviceNode::supportsExport() const
 
 template <class T>
 void IPDeviceNode::change(
-    EnvironmentSpecificNodeData<T>& field, const T& value, bool isConnectionData)
+    EnvironmentSpecificNodeData<T>& field, const T& current, const T& value, bool isConnectionData)
 {
-    if (field.value() == value)
+    if (current == value)
         return;
     field.set(database()->activeEnvironment(), value);
     markStale();
-    m_connectionDataDirty = m_connectionDataDirty || isConnectionData;
+    if (isConnectionData)
+        m_connectionDataDirty = true;
 }
 
 QString IPDeviceNode::hostAddress() const
@@ -269,7 +269,7 @@ QString IPDeviceNode::hostAddress() const
 
 void IPDeviceNode::setHostAddress(const QString& address)
 {
-    change(m_hostAddress, address, true);
+    change(m_hostAddress, this->hostAddress(), address, true);
 }
 
 int IPDeviceNode::port() const
@@ -279,7 +279,7 @@ int IPDeviceNode::port() const
 
 void IPDeviceNode::setPort(int port)
 {
-    change(m_port, port, true);
+    change(m_port, this->port(), port, true);
 }
 
 int IPDeviceNode::bandWidth() const
@@ -289,7 +289,7 @@ int IPDeviceNode::bandWidth() const
 
 void IPDeviceNode::setBandWidth(int bandWidth)
 {
-    change(m_bandWidth, bandWidth, true);
+    change(m_bandWidth, this->bandWidth(), bandWidth, true);
 }
 
 int IPDeviceNode::controlMode() const
@@ -299,7 +299,7 @@ int IPDeviceNode::controlMode() const
 
 void IPDeviceNode::setControlMode(int mode)
 {
-    change(m_controlMode, mode, false);
+    change(m_controlMode, this->controlMode(), mode, false);
 }
 
 bool IPDeviceNode::ssl() const
@@ -309,7 +309,7 @@ bool IPDeviceNode::ssl() const
 
 void IPDeviceNode::setSsl(bool ssl)
 {
-    change(m_ssl, ssl, true);
+    change(m_ssl, this->ssl(), ssl, true);
 }
 
 MACAddress IPDeviceNode::mac() const

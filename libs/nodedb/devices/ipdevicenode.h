@@ -120,7 +120,8 @@ private:
     template <class Self, class Function>
     static void forEachValue(Self& self, Function function);
     template <class T>
-    void change(EnvironmentSpecificNodeData<T>& field, const T& value, bool isConnectionData);
+    void change(EnvironmentSpecificNodeData<T>& field, const T& current, const T& value,
+        bool isConnectionData);
 
     EnvironmentSpecificNodeData<QString> m_hostAddress;
     EnvironmentSpecificNodeData<bool> m_ssl;
@@ -135,7 +136,7 @@ private:
     SimpleNodeProperty<int> m_recordingStorageUsage;
     SimpleNodeProperty<QString> m_audioPathId;
     UserSpecificNodeData<UserAndPassword> m_logins;
-    bool m_connectionDataDirty = false;
+    std::atomic<bool> m_connectionDataDirty = false;
 };
 
 } // namespace tq

@@ -22,7 +22,10 @@ QVariant UserAndPassword::toVariant() const
 
 void UserAndPassword::fromVariant(const QVariant& variant)
 {
-    const QVariantList list = variant.toList();
+    // Asked first, because Qt converts texts and byte arrays to lists of their characters.
+    const int type = variant.typeId();
+    const bool isList = type == QMetaType::QVariantList || type == QMetaType::QStringList;
+    const QVariantList list = isList ? variant.toList() : QVariantList();
     if (list.isEmpty())
         return;
     user = list.at(0).toString();

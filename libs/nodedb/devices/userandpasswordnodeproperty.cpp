@@ -10,19 +10,13 @@ UserAndPasswordNodeProperty::UserAndPasswordNodeProperty(
     const QString& name, Node* node, const UserAndPassword& value, const QString& label)
     : NodeProperty(label, node, name), m_initial(value)
 {
-    createProperty(nodePropertySet());
-}
-
-QVariant UserAndPasswordNodeProperty::variant() const
-{
-    const tqgen::BaseProperty* const entry = nodePropertySet().find(name());
-    return entry ? entry->value() : QVariant();
+    createInNode();
 }
 
 UserAndPassword UserAndPasswordNodeProperty::current() const
 {
     UserAndPassword record;
-    record.fromVariant(variant());
+    record.fromVariant(valueInNode());
     return record;
 }
 
@@ -44,17 +38,17 @@ bool UserAndPasswordNodeProperty::savePassword() const
 void UserAndPasswordNodeProperty::setUserAndPassword(
     const QString& user, const QString& password, bool savePassword)
 {
-    nodePropertySet().setValue(name(), UserAndPassword(user, password, savePassword).toVariant());
+    setValueInNode(UserAndPassword(user, password, savePassword).toVariant());
 }
 
 void UserAndPasswordNodeProperty::save(IPersistDestination* target) const
 {
-    target->setValue(name(), variant());
+    target->setValue(name(), valueInNode());
 }
 
 void UserAndPasswordNodeProperty::load(IPersistDestination* source)
 {
-    nodePropertySet().setValue(name(), source->value(name(), m_initial.toVariant()));
+    setValueInNode(source->value(name(), m_initial.toVariant()));
 }
 
 void UserAndPasswordNodeProperty::createProperty(tqgen::PropertySet& set) const

@@ -37,7 +37,6 @@ public:
     bool updateField(const tqgen::BaseProperty& property) override;
 
 private:
-    QVariant variant() const;
     UserAndPassword current() const;
 
     UserAndPassword m_initial;

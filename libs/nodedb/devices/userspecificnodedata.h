@@ -5,7 +5,9 @@
 #include "platform/persistscope.h"
 
 #include <QMap>
+#include <QPair>
 #include <QString>
+#include <QStringList>
 
 #include <utility>
 
@@ -49,14 +51,16 @@ public:
     void load(IPersistDestination* source)
     {
         m_values.clear();
-        readPersistedArray(source, m_arrayName, [&](int) {
+        using Entry = QPair<QString, T>;
+        const auto entries = readPersistedEntries<Entry>(source, m_arrayName, [&](Entry& entry) {
             const QVariant key = source->value(QStringLiteral("Key"), QVariant());
             const QVariant value = source->value(QStringLiteral("Value"), QVariant());
-            T record;
-            record.fromVariant(value);
-            m_values[key.toString()] = record;
+            entry.first = key.toString();
+            entry.second.fromVariant(value);
             return key.isValid() || value.isValid();
         });
+        for (const Entry& entry : entries)
+            m_values[entry.first] = entry.second;
     }
 
 private:

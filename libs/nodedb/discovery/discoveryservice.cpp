@@ -31,6 +31,35 @@ const std::array<HintConnection, 3> k_hintConnections{ {
     { &INodeScanner::hintGoneSignal, SLOT(nodeHintGone(const tq::NodeHint&)) },
 } };
 
+QtSignal signalOf(INodeScanner& scanner, const HintConnection& connection)
+{
+    return callPlugin(
+        "a scanner's signal", QtSignal(), [&] { return (scanner.*connection.signal)(); });
+}
+
+void disconnectHints(INodeScanner& scanner, NodeDB* db)
+{
+    for (const auto& each : k_hintConnections)
+        tq::disconnect(signalOf(scanner, each), db, each.slot);
+}
+
+/** Returns a copy of `hint`; null, with a log line, when its kind cannot make one. */
+std::shared_ptr<const NodeHint> copyOf(const NodeHint& hint)
+{
+    return std::shared_ptr<const NodeHint>(
+        callPlugin("clone", nullptr, [&]() -> NodeHint* { return hint.clone(); }));
+}
+
+/** Runs `announce` now, or after the to-do list was let go if this thread holds it. */
+template <class Announce>
+void announceOutsideTheList(NodeDB* db, Announce announce)
+{
+    if (ToDoList::isHeldByThisThread())
+        QMetaObject::invokeMethod(db, announce, Qt::QueuedConnection);
+    else
+        announce();
+}
+
 const char* const k_probeResultSlot = SLOT(probeResult(int, tqm::smart<INodeDriverComponent>, int));
 
 } // namespace
@@ -46,7 +75,9 @@ void DiscoveryService::connectDrivers()
         const auto signal = callPlugin(
             "probeFinishedSignal", QtSignal(), [&] { return driver->probeFinishedSignal(); });
         // kept: a driver of several types is connected once for each, so its answers count as often
-        tq::connect(signal, &m_db, k_probeResultSlot);
+        if (!tq::connect(signal, &m_db, k_probeResultSlot))
+            logLine(Log::eSurvived, "Later answers of this driver will not be heard: ",
+                callPlugin("driverName", QString(), [&] { return driver->driverName(); }));
     }
     tq::connect(QtSignal(&m_db, SIGNAL(probeFinished(int, tqm::smart<INodeDriverComponent>, int))),
         &m_db, k_probeResultSlot);
@@ -69,15 +100,17 @@ void DiscoveryService::startScanners(
 {
     const QPointer<NodeDB> db(&m_db);
     for (const auto& scanner : scanners(capability)) {
+        if (!db)
+            return;
         logLine(Log::eProgress, "NodeDB::startScanners: ", capability, "/", argument);
-        for (const auto& [signal, slot] : k_hintConnections)
-            tq::connect((scanner.get()->*signal)(), db, slot);
-        callPlugin("start", [&] { scanner->start(argument, secondArgument); });
-        if (!db)
-            return;
-        emit db->scannerStarted(QString::fromStdString(capability));
-        if (!db)
-            return;
+        for (const auto& each : k_hintConnections)
+            tq::connect(signalOf(*scanner, each), db, each.slot);
+        if (callPlugin("start", [&] { scanner->start(argument, secondArgument); })) {
+            if (db)
+                emit db->scannerStarted(QString::fromStdString(capability));
+        } else {
+            disconnectHints(*scanner, db);
+        }
     }
 }
 
@@ -85,14 +118,12 @@ void DiscoveryService::stopScanners(const std::string& capability)
 {
     const QPointer<NodeDB> db(&m_db);
     for (const auto& scanner : scanners(capability)) {
-        for (const auto& [signal, slot] : k_hintConnections)
-            tq::disconnect((scanner.get()->*signal)(), db, slot);
+        if (!db)
+            return;
+        disconnectHints(*scanner, db);
         callPlugin("stop", [&] { scanner->stop(); });
-        if (!db)
-            return;
-        emit db->scannerStopped(QString::fromStdString(capability));
-        if (!db)
-            return;
+        if (db)
+            emit db->scannerStopped(QString::fromStdString(capability));
     }
 }
 
@@ -121,9 +152,11 @@ void DiscoveryService::probe(const NodeHint& hint)
     const QPointer<NodeDB> db(&m_db);
     // Copies: a slot of an answer may end the database, and the hint with it.
     const DriverTable::Entries drivers = m_drivers.entries();
-    const std::unique_ptr<const NodeHint> copy(hint.clone());
-    const int id = m_toDoList.add(hint, int(drivers.size()));
-    emit db->probeStarted(id, *copy);
+    const std::shared_ptr<const NodeHint> copy = copyOf(hint);
+    if (!copy)
+        return;
+    const int id = m_toDoList.add(copy, int(drivers.size()));
+    announceOutsideTheList(db, [db, id, copy] { emit db->probeStarted(id, *copy); });
     for (const auto& driver : drivers) {
         if (!db)
             return;
@@ -138,11 +171,13 @@ void DiscoveryService::probeResult(int requestId, const ToDoList::Driver& driver
     const QPointer<NodeDB> db(&m_db);
     const auto decided = m_toDoList.checkAndCreate(requestId, driver, result);
     if (decided && db)
-        emit db->probeDecided(requestId, *decided);
+        announceOutsideTheList(
+            db, [db, requestId, decided] { emit db->probeDecided(requestId, *decided); });
 }
 
 void DiscoveryService::applyChange(const NodeHint& hint, const QString& id)
 {
+    takeDeferred(id); // an older one
     const QPointer<NodeDB> db(&m_db);
     Node* const copy = db->beginUpdateNode(id, -1);
     if (!copy || !db)
@@ -153,8 +188,11 @@ void DiscoveryService::applyChange(const NodeHint& hint, const QString& id)
 
 void DiscoveryService::deferChange(const NodeHint& hint, const QString& id)
 {
+    const std::shared_ptr<const NodeHint> copy = copyOf(hint);
+    if (!copy)
+        return;
     const QMutexLocker locker(&m_deferredMutex);
-    m_deferred[id].reset(hint.clone());
+    m_deferred[id] = copy;
 }
 
 std::shared_ptr<const NodeHint> DiscoveryService::takeDeferred(const QString& id)

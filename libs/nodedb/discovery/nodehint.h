@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <new>
+#include <typeinfo>
 
 class QTextStream;
 
@@ -73,16 +74,27 @@ private:
     qint64 m_furtherValue = 0;
 };
 
-/** Gives the concrete kind `Kind` its copies. */
-template <class Kind>
-class NodeHintKind : public NodeHint
+/**
+ * Gives the concrete kind `Kind` its copies. A kind that derives from another one names it as
+ * `Base`; deriving without this would make copies that lack what was added.
+ */
+template <class Kind, class Base = NodeHint>
+class NodeHintKind : public Base
 {
 public:
-    NodeHint* clone() const override { return new Kind(static_cast<const Kind&>(*this)); }
+    using Base::Base;
+
+    NodeHint* clone() const override
+    {
+        Q_ASSERT(typeid(*this) == typeid(Kind));
+        return new Kind(static_cast<const Kind&>(*this));
+    }
 
     NodeHint* cloneAt(void* where) const override
     {
-        static_assert(sizeof(Kind) <= k_slotSize && alignof(Kind) <= alignof(std::max_align_t));
+        Q_ASSERT(typeid(*this) == typeid(Kind));
+        static_assert(
+            sizeof(Kind) <= NodeHint::k_slotSize && alignof(Kind) <= alignof(std::max_align_t));
         NodeHint* const copy = new (where) Kind(static_cast<const Kind&>(*this));
         Q_ASSERT(static_cast<void*>(copy) == where);
         return copy;

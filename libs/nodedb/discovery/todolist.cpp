@@ -50,10 +50,19 @@ QMutex ToDoList::m_mutex;
 
 int ToDoList::add(const NodeHint& hint, int driverCount)
 {
-    const std::shared_ptr<const NodeHint> copy(hint.clone());
+    return add(std::shared_ptr<const NodeHint>(hint.clone()), driverCount);
+}
+
+int ToDoList::add(const std::shared_ptr<const NodeHint>& hint, int driverCount)
+{
     const Guard guard(m_mutex);
-    m_items.insert(++m_idCounter, Item{ copy, {}, 0, driverCount });
+    m_items.insert(++m_idCounter, Item{ hint, {}, 0, driverCount });
     return m_idCounter;
+}
+
+bool ToDoList::isHeldByThisThread()
+{
+    return s_owner == QThread::currentThreadId();
 }
 
 std::optional<ToDoList::Driver> ToDoList::checkAndCreate(

@@ -25,9 +25,17 @@ class NODEDB_EXPORT ToDoList
 public:
     using Driver = tqm::smart<INodeDriverComponent>;
 
-    /** Keeps a copy of `hint` until `driverCount` drivers have answered. Returns the new request
-     * id, from 1. */
+    /**
+     * Keeps a copy of `hint` until `driverCount` drivers have answered. Returns the new request id,
+     * from 1.
+     */
     int add(const NodeHint& hint, int driverCount);
+
+    /** The same, with a copy that was made already. */
+    int add(const std::shared_ptr<const NodeHint>& hint, int driverCount);
+
+    /** Returns whether this thread is inside a creation that an answer led to. */
+    static bool isHeldByThisThread();
 
     /**
      * Takes one answer: 1 wins at once, -1 is a refusal, any other is a rank of which the first

@@ -7,6 +7,7 @@
 #include "platform/persistscope.h"
 #include "platform/qtsignal.h"
 
+#include <QMutex>
 #include <QPointer>
 #include <QUuid>
 
@@ -20,6 +21,8 @@ const QString k_active = QStringLiteral("Active");
 const QString k_environments = QStringLiteral("Environments");
 const QString k_id = QStringLiteral("ID");
 const QString k_name = QStringLiteral("Name");
+
+QMutex s_activeMutex; // guards the active id: hints and nodes read it on any thread; innermost
 
 } // namespace
 
@@ -38,11 +41,13 @@ Environments::~Environments() = default;
 
 QString Environments::activeEnvironment()
 {
+    const QMutexLocker locker(&s_activeMutex);
     return m_activeEnvironment;
 }
 
 void Environments::setActiveEnvironment(const QString& id)
 {
+    const QMutexLocker locker(&s_activeMutex);
     m_activeEnvironment = id;
 }
 
@@ -87,21 +92,25 @@ void Environments::rename(const QString& id, const QString& newName)
     const int index = find(m_list, id);
     if (index < 0)
         return;
+    // `id` may be the list's own, which slots may change.
+    const QString renamed = id;
     m_list[index].second = newName;
-    emit environmentRenamed(id);
+    emit environmentRenamed(renamed);
 }
 
 void Environments::remove(const QString& id)
 {
     const int index = find(m_list, id);
-    if (index < 0 || id == m_activeEnvironment)
+    if (index < 0 || id == activeEnvironment())
         return;
+    const QString removed = id; // may be the list's own
     m_list.removeAt(index);
-    emit environmentRemoved(id);
+    emit environmentRemoved(removed);
 }
 
-void Environments::setList(const QList<Entry>& list)
+void Environments::setList(const QList<Entry>& edited)
 {
+    const QList<Entry> list = edited; // may be the list of this object itself
     if (list.isEmpty())
         return;
     // Slots may change the list, and even end the database with it.
@@ -115,7 +124,7 @@ void Environments::setList(const QList<Entry>& list)
         if (!alive)
             return;
         const int index = find(m_list, entry.first);
-        if (find(list, entry.first) >= 0 || entry.first == m_activeEnvironment || index < 0)
+        if (find(list, entry.first) >= 0 || entry.first == activeEnvironment() || index < 0)
             continue;
         m_list.removeAt(index);
         emit environmentRemoved(entry.first);
@@ -135,7 +144,7 @@ void Environments::mergeEntry(const Entry& entry)
 
 void Environments::save(IPersistDestination* target) const
 {
-    target->setValue(k_active, m_activeEnvironment);
+    target->setValue(k_active, activeEnvironment());
     PersistWriteArray array(target, k_environments);
     for (const Entry& entry : m_list) {
         array.next();
@@ -146,23 +155,22 @@ void Environments::save(IPersistDestination* target) const
 
 void Environments::load(IPersistDestination* source)
 {
-    m_list.clear();
-    const int count = readPersistedArray(source, k_environments, [&](int) {
+    m_list = readPersistedEntries<Entry>(source, k_environments, [&](Entry& entry) {
         const QVariant id = source->value(k_id, QVariant());
         const QVariant name = source->value(k_name, QVariant());
-        m_list.append({ id.toString(), name.toString() });
+        entry = { id.toString(), name.toString() };
         return id.isValid() || name.isValid();
     });
-    m_list.resize(count);
-    if (count == 0) {
+    if (m_list.isEmpty()) {
         // The stored active id, if any, belongs to environments that are gone.
-        m_activeEnvironment = appendNew(tr("Default"));
+        setActiveEnvironment(appendNew(tr("Default")));
         return;
     }
-    m_activeEnvironment = source->value(k_active, QVariant()).toString();
-    if (!exists(m_activeEnvironment))
-        logLine(Log::eSurvived,
-            "The active environment is not in the list of environments: ", m_activeEnvironment);
+    const QString active = source->value(k_active, QVariant()).toString();
+    setActiveEnvironment(active);
+    if (!exists(active))
+        logLine(
+            Log::eSurvived, "The active environment is not in the list of environments: ", active);
 }
 
 } // namespace tq

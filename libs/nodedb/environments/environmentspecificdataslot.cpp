@@ -44,7 +44,8 @@ QList<QPair<QString, QString>> EnvironmentSpecificDataSlot::environmentList() co
 
 QString EnvironmentSpecificDataSlot::activeEnvironment() const
 {
-    return getNodeDB()->activeEnvironment();
+    // The same as the database's, but good after its end too: consumers may still hold a node.
+    return Environments::activeEnvironment();
 }
 
 } // namespace tq

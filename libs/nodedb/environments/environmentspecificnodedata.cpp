@@ -82,14 +82,16 @@ template <class T>
 void EnvironmentSpecificGlobalData<T>::load(IPersistDestination* source)
 {
     m_values.clear();
-    const int count = readPersistedArray(source, k_array, [&](int) {
+    using Entry = QPair<QString, T>;
+    const auto entries = readPersistedEntries<Entry>(source, k_array, [&](Entry& entry) {
         const QVariant key = source->value(k_environment, QVariant());
-        const QString id = key.toString();
-        const T value = source->value(m_key, QVariant(m_default)).template value<T>();
-        m_values[id.isEmpty() ? activeEnvironment() : id] = value;
-        return key.isValid() || value != m_default;
+        const QVariant value = source->value(m_key, QVariant(m_default));
+        entry = { key.toString(), value.template value<T>() };
+        return key.isValid() || entry.second != m_default;
     });
-    if (count == 0)
+    for (const Entry& entry : entries)
+        m_values[entry.first.isEmpty() ? activeEnvironment() : entry.first] = entry.second;
+    if (entries.isEmpty())
         m_values[activeEnvironment()] =
             source->value(m_key, QVariant(m_default)).template value<T>();
 }

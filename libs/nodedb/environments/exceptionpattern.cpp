@@ -10,6 +10,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <optional>
 
 namespace tq {
 
@@ -17,8 +18,34 @@ namespace {
 
 constexpr int k_deepestNesting = 50;
 constexpr qint64 k_mostRepetitions = 10000;
+constexpr qint64 k_mostCopies = 100000; // of single characters, made by counted repetition
+constexpr qint64 k_longestEmptyChain = 1000;
+constexpr qint64 k_enough = 1000000; // counting stops here
 
-/** Walks a pattern once and follows how often its parts are repeated. */
+qint64 bounded(qint64 value)
+{
+    return std::min(value, k_enough);
+}
+
+/** What repeating a part of a pattern costs. */
+struct Part
+{
+    qint64 repetitions = 1; // the greatest product of counts along one nesting path
+    qint64 size = 1; // characters after all counted repetition is written out
+    qint64 copies = 0; // those of them that counted repetition made
+    qint64 chain = 0; // parts in a row that may match nothing: their number counts squared
+    bool mayBeEmpty = false;
+};
+
+/** A group that is open, or the pattern as a whole. */
+struct Group
+{
+    Part sum{ 1, 0, 0, 0, false };
+    qint64 chain = 0; // in the alternative that is being read
+    bool isEmptySoFar = true;
+};
+
+/** Walks a pattern once and follows how much its counted repetitions multiply. */
 class RepetitionCounter
 {
 public:
@@ -28,6 +55,7 @@ public:
     {
         while (m_at < m_pattern.size() && !m_explosive)
             step();
+        endPart();
         return m_explosive;
     }
 
@@ -37,18 +65,22 @@ private:
         const QChar c = m_pattern.at(m_at++);
         if (c == QLatin1Char('\\')) {
             ++m_at;
-            m_last = 1;
+            beginPart(Part());
         } else if (c == QLatin1Char('[')) {
             skipClass();
-            m_last = 1;
+            beginPart(Part());
         } else if (c == QLatin1Char('(')) {
             open();
         } else if (c == QLatin1Char(')')) {
             close();
+        } else if (c == QLatin1Char('|')) {
+            endAlternative();
         } else if (c == QLatin1Char('{')) {
             repeat();
-        } else if (c != QLatin1Char('?') && c != QLatin1Char('*') && c != QLatin1Char('+')) {
-            m_last = 1;
+        } else if (c == QLatin1Char('?') || c == QLatin1Char('*')) {
+            makeOptional();
+        } else if (c != QLatin1Char('+')) {
+            beginPart(Part());
         }
     }
 
@@ -57,25 +89,49 @@ private:
         if (m_at < m_pattern.size() && m_pattern.at(m_at) == QLatin1Char('^'))
             ++m_at;
         // A bracket right at the start stands for itself.
-        ++m_at;
-        while (m_at < m_pattern.size() && m_pattern.at(m_at) != QLatin1Char(']'))
+        bool isFirst = true;
+        while (m_at < m_pattern.size() && (isFirst || m_pattern.at(m_at) != QLatin1Char(']'))) {
             m_at += m_pattern.at(m_at) == QLatin1Char('\\') ? 2 : 1;
+            isFirst = false;
+        }
         ++m_at;
     }
 
     void open()
     {
-        m_groups.append(1);
-        m_last = 1;
-        m_explosive = m_groups.size() > k_deepestNesting;
+        endPart();
+        if (m_at < m_pattern.size() && m_pattern.at(m_at) == QLatin1Char('?'))
+            m_at += 2; // (?: and its like
+        m_groups.append(Group());
+        m_explosive = m_explosive || m_groups.size() > k_deepestNesting + 1;
     }
 
     void close()
     {
-        if (m_groups.isEmpty())
+        if (m_groups.size() == 1)
             return;
-        m_last = m_groups.takeLast();
-        note();
+        endAlternative();
+        beginPart(m_groups.takeLast().sum);
+    }
+
+    void endAlternative()
+    {
+        endPart();
+        Group& group = m_groups.last();
+        if (group.isEmptySoFar) {
+            group.sum.mayBeEmpty = true;
+            group.sum.chain = bounded(group.sum.chain + std::max<qint64>(group.chain, 1));
+        }
+        group.chain = 0;
+        group.isEmptySoFar = true;
+    }
+
+    void makeOptional()
+    {
+        if (m_part) {
+            m_part->mayBeEmpty = true;
+            m_part->chain = std::max<qint64>(m_part->chain, 1);
+        }
     }
 
     void repeat()
@@ -83,31 +139,52 @@ private:
         const qsizetype end = m_pattern.indexOf(QLatin1Char('}'), m_at);
         if (end < 0)
             return;
+        const QStringList bounds = m_pattern.mid(m_at, end - m_at).split(QLatin1Char(','));
+        m_at = end + 1;
         qint64 most = 1;
-        for (const QString& bound : m_pattern.mid(m_at, end - m_at).split(QLatin1Char(','))) {
+        for (const QString& bound : bounds) {
             bool isNumber = false;
             const qint64 count = bound.toLongLong(&isNumber);
-            const bool tooLong = !isNumber && !bound.trimmed().isEmpty();
-            most = std::max(most, tooLong ? k_mostRepetitions + 1 : count);
+            const bool isTooLong = !isNumber && !bound.trimmed().isEmpty();
+            most = std::max(most, isTooLong ? k_enough : bounded(count));
         }
-        m_at = end + 1;
-        m_last *= std::min(most, k_mostRepetitions + 1);
-        note();
+        if (!m_part)
+            return;
+        if (bounds.first().toLongLong() == 0)
+            makeOptional();
+        m_part->repetitions = bounded(m_part->repetitions * most);
+        m_part->size = bounded(m_part->size * most);
+        m_part->chain = bounded(m_part->chain * most);
+        if (most > 1)
+            m_part->copies = m_part->size;
     }
 
-    /** Notes the repetitions of the last part in the group around it. */
-    void note()
+    void beginPart(const Part& part)
     {
-        m_last = std::min(m_last, k_mostRepetitions + 1);
-        m_explosive = m_explosive || m_last > k_mostRepetitions;
-        if (!m_groups.isEmpty())
-            m_groups.last() = std::max(m_groups.last(), m_last);
+        endPart();
+        m_part = part;
+    }
+
+    /** Adds the last part, with all its quantifiers, to the group around it. */
+    void endPart()
+    {
+        if (!m_part)
+            return;
+        Group& group = m_groups.last();
+        group.sum.repetitions = std::max(group.sum.repetitions, m_part->repetitions);
+        group.sum.size = bounded(group.sum.size + m_part->size);
+        group.sum.copies = bounded(group.sum.copies + m_part->copies);
+        group.isEmptySoFar = group.isEmptySoFar && m_part->mayBeEmpty;
+        group.chain = m_part->mayBeEmpty ? bounded(group.chain + m_part->chain) : 0;
+        m_explosive = m_explosive || group.sum.repetitions > k_mostRepetitions
+            || group.sum.copies > k_mostCopies || group.chain > k_longestEmptyChain;
+        m_part.reset();
     }
 
     const QString& m_pattern;
     qsizetype m_at = 0;
-    qint64 m_last = 1;
-    QList<qint64> m_groups;
+    std::optional<Part> m_part; // the last one read: quantifiers apply to it
+    QList<Group> m_groups{ Group() };
     bool m_explosive = false;
 };
 

@@ -10,8 +10,8 @@ namespace tq {
 
 /**
  * Returns whether compiling `pattern` as a regular expression could take unbounded time or memory:
- * groups nested deeper than 50, or counted repetitions along one nesting path that multiply to over
- * 10,000.
+ * groups nested deeper than 50, counted repetitions along one nesting path that multiply to over
+ * 10,000 or make over 100,000 copies, or over 1,000 parts in a row that may match nothing.
  */
 TQ_TEST_EXPORT bool isExplosivePattern(const QString& pattern);
 

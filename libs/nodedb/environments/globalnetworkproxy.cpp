@@ -30,13 +30,11 @@ void saveExceptions(IPersistDestination* target, const QStringList& exceptions)
 
 QStringList loadExceptions(IPersistDestination* source)
 {
-    QStringList exceptions;
-    const int count = readPersistedArray(source, k_exceptions, [&](int) {
+    return readPersistedEntries<QString>(source, k_exceptions, [&](QString& entry) {
         const QVariant pattern = source->value(k_exception, QVariant());
-        exceptions.append(pattern.toString());
+        entry = pattern.toString();
         return pattern.isValid();
     });
-    return exceptions.first(count);
 }
 
 } // namespace
@@ -119,13 +117,15 @@ void GlobalNetworkProxy::save(IPersistDestination* target) const
 void GlobalNetworkProxy::load(IPersistDestination* source)
 {
     NetworkProxy::load(source);
-    const int count = readPersistedArray(source, k_array, [&](int) {
+    using Entry = QPair<QString, QStringList>;
+    const auto entries = readPersistedEntries<Entry>(source, k_array, [&](Entry& entry) {
         const QVariant key = source->value(k_environment, QVariant());
-        const QStringList exceptions = loadExceptions(source);
-        m_exceptions[key.toString()] = exceptions;
-        return key.isValid() || !exceptions.isEmpty();
+        entry = { key.toString(), loadExceptions(source) };
+        return key.isValid() || !entry.second.isEmpty();
     });
-    if (count == 0)
+    for (const Entry& entry : entries)
+        m_exceptions[entry.first] = entry.second;
+    if (entries.isEmpty())
         m_exceptions[activeEnvironment()] = loadExceptions(source);
 }
 

@@ -28,6 +28,32 @@ NodeDB* database()
     return NodeDB::getDB();
 }
 
+/** One environment's entry in a store. */
+struct StoredProxy
+{
+    QString id;
+    QString address;
+    int port = 0;
+    bool use = false;
+    UserAndPassword credentials;
+};
+
+/** Reads the selected entry. Returns whether anything was there. */
+bool readEntry(IPersistDestination* source, StoredProxy& entry)
+{
+    const QVariant key = source->value(k_environment, QVariant());
+    const QVariant address = source->value(k_address, QVariant());
+    const QVariant port = source->value(k_port, QVariant());
+    const QVariant use = source->value(k_use, QVariant());
+    entry.id = key.toString();
+    entry.address = address.toString();
+    entry.port = port.toInt();
+    entry.use = use.toBool();
+    entry.credentials.fromVariant(source->value(k_user, UserAndPassword().toVariant()));
+    return key.isValid() || address.isValid() || port.isValid() || use.isValid()
+        || entry.credentials != UserAndPassword();
+}
+
 } // namespace
 
 NetworkProxy::NetworkProxy() = default;
@@ -194,23 +220,16 @@ void NetworkProxy::save(IPersistDestination* target) const
 
 void NetworkProxy::load(IPersistDestination* source)
 {
-    const int count = readPersistedArray(source, k_array, [&](int) { return loadEntry(source); });
-    if (count == 0)
+    const auto entries = readPersistedEntries<StoredProxy>(
+        source, k_array, [&](StoredProxy& entry) { return readEntry(source, entry); });
+    for (const StoredProxy& entry : entries) {
+        m_addresses[entry.id] = entry.address;
+        m_ports[entry.id] = entry.port;
+        m_uses[entry.id] = entry.use;
+        m_credentials[entry.id] = entry.credentials;
+    }
+    if (entries.isEmpty())
         loadPlainKeys(source);
-}
-
-bool NetworkProxy::loadEntry(IPersistDestination* source)
-{
-    const QVariant key = source->value(k_environment, QVariant());
-    const QVariant address = source->value(k_address, QVariant());
-    const QString id = key.toString();
-    m_addresses[id] = address.toString();
-    m_ports[id] = source->value(k_port, QVariant()).toInt();
-    m_uses[id] = source->value(k_use, QVariant()).toBool();
-    UserAndPassword credentials;
-    credentials.fromVariant(source->value(k_user, UserAndPassword().toVariant()));
-    m_credentials[id] = credentials;
-    return key.isValid() || address.isValid();
 }
 
 void NetworkProxy::loadPlainKeys(IPersistDestination* source)

@@ -84,7 +84,6 @@ protected:
     static QStringList environmentIds();
 
 private:
-    bool loadEntry(IPersistDestination* source);
     void loadPlainKeys(IPersistDestination* source);
 
     QMap<QString, QString> m_addresses;

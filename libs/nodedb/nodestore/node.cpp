@@ -24,8 +24,8 @@ const QString k_modelInfo = QStringLiteral("ModelInfo");
 const QString k_preferredLayout = QStringLiteral("PreferredLayout");
 const QString k_mouseOverSize = QStringLiteral("MouseOverSize");
 
-/** One icon for all nodes: making it anew costs more than everything else in a node's construction.
- */
+/** One icon for all nodes, looked up at the first one: making it anew costs more than everything
+ * else in a node's construction. */
 QIcon sharedIcon()
 {
     static const QIcon icon(QStringLiteral(":/nodeIcons/cam_ip.png"));
@@ -44,9 +44,23 @@ void NodeProperty::registerWithNode()
     m_node->m_propertyBag.add(this);
 }
 
-tqgen::PropertySet& NodeProperty::nodePropertySet() const
+void NodeProperty::createInNode()
 {
-    return m_node->m_propertySet;
+    const QMutexLocker locker(&m_node->m_propertySetMutex);
+    createProperty(m_node->m_propertySet);
+}
+
+QVariant NodeProperty::valueInNode() const
+{
+    const QMutexLocker locker(&m_node->m_propertySetMutex);
+    const tqgen::BaseProperty* const entry = m_node->m_propertySet.find(name());
+    return entry ? entry->value() : QVariant();
+}
+
+void NodeProperty::setValueInNode(const QVariant& value)
+{
+    const QMutexLocker locker(&m_node->m_propertySetMutex);
+    m_node->m_propertySet.setValue(name(), value);
 }
 
 Node::Node(ENodeType type, const QString& id)
@@ -155,6 +169,12 @@ bool Node::updateBaseField(const tqgen::BaseProperty& property)
     return true;
 }
 
+void Node::markStale()
+{
+    const QMutexLocker locker(&m_propertySetMutex);
+    m_propertySetStale = true;
+}
+
 void Node::refresh() const
 {
     if (m_propertySetStale)
@@ -194,9 +214,8 @@ template <class T>
 void Node::setTypedProperty(const QString& name, const T& value)
 {
     const QMutexLocker locker(&m_propertySetMutex);
-    if (!hasProperty(name))
+    if (!hasProperty(name) || !m_propertySet.setValue(name, QVariant::fromValue(value)))
         return;
-    m_propertySet.setValue(name, QVariant::fromValue(value));
     // A copy: refreshing while the field is taken would write into the property that is being read.
     updateField(*m_propertySet.find(name)->clone());
 }
@@ -331,27 +350,27 @@ void Node::moveWithMembers(QThread* thread)
 
 void Node::acquire()
 {
-    database()->acquire(m_id);
+    database()->acquire(id());
 }
 
 void Node::release()
 {
-    database()->release(m_id);
+    database()->release(id());
 }
 
 void Node::addNodeRelation(const QString& to, ENodeRelationType type)
 {
-    database()->addNodeRelation(m_id, to, type);
+    database()->addNodeRelation(id(), to, type);
 }
 
 void Node::removeNodeRelation(const QString& to, ENodeRelationType type)
 {
-    database()->removeNodeRelation(m_id, to, type);
+    database()->removeNodeRelation(id(), to, type);
 }
 
 QStringList Node::relatedNodes(ENodeRelationType type) const
 {
-    return database()->relatedNodes(m_id, type);
+    return database()->relatedNodes(id(), type);
 }
 
 } // namespace tq

@@ -12,6 +12,8 @@
 #include <QRecursiveMutex>
 #include <QStringList>
 
+#include <atomic>
+
 namespace tq {
 
 class NodeHint;
@@ -181,7 +183,7 @@ protected:
     void createPropertySet();
 
     /** Marks the property set stale: the next read refreshes it. */
-    void markStale() { m_propertySetStale = true; }
+    void markStale();
 
     /** Returns the property set as it stands. */
     tqgen::PropertySet& propertySet() const { return m_propertySet; }
@@ -190,6 +192,7 @@ protected:
 
 private:
     friend class NodeProperty;
+    friend class NodeRegistry; // marks nodes as owned
 
     template <class T>
     T typedProperty(const QString& name, const T& defaultValue) const;
@@ -216,6 +219,7 @@ private:
     mutable QRecursiveMutex m_propertySetMutex;
     mutable tqgen::PropertySet m_propertySet;
     mutable bool m_propertySetStale = false;
+    std::atomic<bool> m_isOwned = false; ///< a database took it: it must not be taken again
     QIcon m_icon;
     NodePropertyBag m_propertyBag;
     SimpleNodeProperty<QRect> m_extraWindowRect;

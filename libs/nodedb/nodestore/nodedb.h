@@ -355,6 +355,7 @@ signals:
 private:
     NodeDB();
     void createNodeFactory();
+    void takeOver(const NodeHint& hint, const QString& id);
     void initialise();
 
     static NodeDB* m_nodeDB;

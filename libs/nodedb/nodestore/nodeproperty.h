@@ -56,9 +56,13 @@ protected:
     QString label() const { return m_label; }
     Node* node() const { return m_node; }
 
-    /** Returns the owning node's own property set. Only for entries that the node's refresh does
-     * not touch. */
-    tqgen::PropertySet& nodePropertySet() const;
+    /**
+     * For properties whose value lives in the node's own property set and is not touched by the
+     * node's refresh: creates the entry, reads it, writes it, under the lock of the node's set.
+     */
+    void createInNode();
+    QVariant valueInNode() const;
+    void setValueInNode(const QVariant& value);
 
 private:
     void registerWithNode();

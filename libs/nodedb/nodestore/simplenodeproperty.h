@@ -29,7 +29,7 @@ public:
 
     void load(IPersistDestination* source) override
     {
-        m_carrier->setValue(source->value(name(), QVariant(value())));
+        set(source->value(name(), QVariant(value())).template value<T>());
     }
 
     void createProperty(tqgen::PropertySet& set) const override { set.add(m_carrier->clone()); }

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/properties/propertyset.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tqgen {

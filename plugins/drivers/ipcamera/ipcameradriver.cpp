@@ -114,6 +114,14 @@ struct IPCameraDriver::Private
 {
     explicit Private(IPCameraDriver* driver) : self(driver, [](INodeDriverComponent*) {}) { }
 
+    /** Keeps what a device said, and returns its rank. */
+    int take(const QString& key, const WebProbe::Answer& answer)
+    {
+        answers.insert(key, new WebProbe::Answer(answer));
+        const bool isCamera = isCameraLike(answer.title) || isCameraLike(answer.server);
+        return isCamera ? k_cameraRank : k_webRank;
+    }
+
     // What answers carry: the signal's form asks for a handle. The loader owns the driver, and the
     // database keeps the loader's handle as long as it takes answers; so this one owns nothing, or
     // the driver would keep itself alive.
@@ -178,18 +186,12 @@ void IPCameraDriver::startWaitingProbes()
     while (!d->waiting.isEmpty() && d->open < k_mostOpen) {
         const Request request = d->waiting.dequeue();
         auto* const web = new WebProbe(request.host, request.endpoints, request.proxy, this);
-        QObject::connect(web, &WebProbe::finished, this,
-            [this, web, id = request.id, key = request.key](const auto& answer) {
-                web->deleteLater();
-                int rank = k_notOurs;
-                if (answer) {
-                    rank = isCameraLike(answer->title + QLatin1Char('\n') + answer->server)
-                        ? k_cameraRank
-                        : k_webRank;
-                    d->answers.insert(key, new WebProbe::Answer(*answer));
-                }
-                endProbe(id, rank);
-            });
+        const auto take = [this, web, id = request.id, key = request.key](const auto& answer) {
+            web->deleteLater();
+            endProbe(id, answer ? d->take(key, *answer) : k_notOurs);
+        };
+        // Queued: a slot of ours may end this driver, and no socket may stand in its signal then.
+        QObject::connect(web, &WebProbe::finished, this, take, Qt::QueuedConnection);
         ++d->open;
         web->start();
     }
@@ -199,7 +201,6 @@ void IPCameraDriver::endProbe(int requestId, int rank)
 {
     --d->open;
     startWaitingProbes();
-    // Last: a slot may end the database and this driver with it.
     emit probeFinished(requestId, d->self, rank);
 }
 

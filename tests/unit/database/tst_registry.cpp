@@ -54,6 +54,9 @@ private slots:
     void waiterWakesWhenTheNodeIsRemoved();
     void failingCopiesLeaveTheNodeUsable();
     void aNodeIsStoredOnce();
+    void argumentsMayDieWithTheirNode();
+    void throwingAccessorsAreSurvived();
+    void pinsOutliveUpdates();
     void changesUnderTheLockAreRefused();
     void lateChangesOfAnEditedNodeAreKept();
     void searchesAnswerInOrder();
@@ -186,7 +189,11 @@ void TestRegistry::updateRelaysConnectionDataLater()
     auto* const copy = static_cast<IPDeviceNode*>(f.db->beginUpdateNode(text("d"), 0));
     copy->setPort(8080);
     f.trace.take();
+    QStringList order;
+    connect(copy, &IPDeviceNode::connectionDataChanged, f.db, [&] { order.append(text("hook")); });
+    connect(f.db, &NodeDB::nodeUpdated, copy, [&] { order.append(text("updated")); });
     f.db->endUpdateNode(copy);
+    QCOMPARE(order, QStringList({ text("hook"), text("updated") }));
     QCOMPARE(f.trace.take(), QStringList(text("nodeUpdated(d)")));
     QCOMPARE(f.signals_(), QStringList(text("connectionDataChanged(d)")));
     // only that relay is queued
@@ -277,6 +284,58 @@ void TestRegistry::aNodeIsStoredOnce()
     QCOMPARE(f.trace.take(), QStringList());
     QCOMPARE(f.db->node(text("n")).get(), node);
     QCOMPARE(f.log.linesWith(text("already")).size(), 2);
+    // nor again when it was displaced and somebody still holds it
+    const tqm::smart<const Node> held = f.db->node(text("n"));
+    f.insertPlain(text("n"));
+    f.db->insertNode(node);
+    QVERIFY(f.db->node(text("n")).get() != node);
+}
+
+void TestRegistry::argumentsMayDieWithTheirNode()
+{
+    tst::Database f;
+    tst::PlainNode* const pinned = f.insertPlain(text("pinned"));
+    pinned->acquire();
+    f.db->removeNode(text("pinned"));
+    pinned->release();
+    QVERIFY(f.db->node(text("pinned")).null());
+
+    tst::PlainNode* const related = f.insertPlain(text("related"));
+    const auto end = connect(f.db, &NodeDB::nodeRelationAboutToBeAdded, f.db,
+        [&] { f.db->removeNode(text("related")); });
+    f.trace.take();
+    related->addNodeRelation(text("x"), eDeviceToRecordingFolder);
+    disconnect(end);
+    QCOMPARE(f.trace.take().last(), text("nodeRelationAdded(related,x,1)"));
+}
+
+void TestRegistry::throwingAccessorsAreSurvived()
+{
+    tst::Database f;
+    tst::PlainNode* const node = f.insertPlain(text("n"));
+    node->onName = [] { throw std::runtime_error("nameless"); };
+    f.db->acquire(text("n"));
+    Node* const copy = f.db->beginUpdateNode(text("n"), 0);
+    f.db->endUpdateNode(copy);
+    f.db->release(text("n"));
+    f.db->removeNode(text("n"));
+    QVERIFY(f.db->nodeIdList().isEmpty());
+    QVERIFY(!f.log.linesWith(text("threw in name: nameless")).isEmpty());
+}
+
+void TestRegistry::pinsOutliveUpdates()
+{
+    tst::Database f;
+    f.insertPlain(text("n"));
+    f.db->acquire(text("n"));
+    f.db->endUpdateNode(f.db->beginUpdateNode(text("n"), -7)); // negative: one attempt
+    f.db->removeNode(text("n"));
+    QVERIFY(!f.db->node(text("n")).null());
+    Node* const copy = f.db->beginUpdateNode(text("n"), -7);
+    QVERIFY(copy && !f.db->beginUpdateNode(text("n"), -7));
+    f.db->endUpdateNode(copy);
+    f.db->release(text("n"));
+    QVERIFY(f.db->node(text("n")).null());
 }
 
 void TestRegistry::changesUnderTheLockAreRefused()
@@ -293,12 +352,15 @@ void TestRegistry::changesUnderTheLockAreRefused()
         f.db->removeNode(text("n"));
         f.db->addNodeRelation(text("n"), text("n"), eDeviceToRecordingFolder);
         QVERIFY(!f.db->beginUpdateNode(text("n"), 0));
+        f.db->removeNodeRelation(text("n"), text("n"), eDeviceToRecordingFolder);
+        f.db->removeAllNodeRelations(text("n"));
+        f.db->newNodeHint(NodeHintIPDevice());
+        NodeDB::freeDB();
     };
-    // beginUpdateNode() announces before it is refused; nothing else is announced
     Node* const copy = f.db->beginUpdateNode(text("n"), 0);
     QVERIFY(copy && couldRead);
-    QCOMPARE(f.trace.take(), QStringList(2, text("beginUpdatingNode(n)")));
-    QCOMPARE(f.log.linesWith(text("holds the database's lock")).size(), 6);
+    QCOMPARE(f.trace.take(), QStringList(text("beginUpdatingNode(n)")));
+    QCOMPARE(f.log.linesWith(text("holds the database's lock")).size(), 10);
     node->onClone = {};
     f.db->endUpdateNode(copy);
     QCOMPARE(f.db->nodeIdList(), QStringList(text("n")));

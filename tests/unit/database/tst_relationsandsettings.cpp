@@ -95,9 +95,16 @@ void TestRelationsAndSettings::removedNodesLoseTheirRelationsAtBothEnds()
     QCOMPARE(node->relatedNodes(k_first), QStringList(text("m")));
     f.clearModified();
     f.trace.take();
+    qsizetype linesAtRelations = -1;
+    qsizetype linesAtRemoval = -1;
+    const auto lines = [&] { return f.log.linesWith(text("Node removed: ")).size(); };
+    connect(f.db, &NodeDB::nodeRelationRemoved, f.db, [&] { linesAtRelations = lines(); });
+    connect(f.db, &NodeDB::nodeRemoved, f.db, [&] { linesAtRemoval = lines(); });
     f.db->removeNode(text("n"));
     QStringList announced = f.trace.take();
     QCOMPARE(announced.takeLast(), text("nodeRemoved(n)"));
+    QCOMPARE(linesAtRelations, 0);
+    QCOMPARE(linesAtRemoval, 1);
     QCOMPARE(announced.size(), 4);
     for (const char* removed : { "nodeRelationRemoved(n,m,1)", "nodeRelationRemoved(m,n,2)" }) {
         const qsizetype at = announced.indexOf(text(removed));

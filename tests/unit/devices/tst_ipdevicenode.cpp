@@ -9,6 +9,7 @@
 
 #include "platform/properties/properties.h"
 
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -34,6 +35,7 @@ private slots:
     void recognisesItsHostOnly();
     void storedEntryHasItsGroupsAndArrays();
     void simpleValuesFollowAndExportNeedsUsageTwo();
+    void copiesAndStoresCarryEverything();
 };
 
 void TestIPDeviceNode::credentialsCarryPasswordsOnlyWhenSaved()
@@ -61,6 +63,8 @@ void TestIPDeviceNode::oddCredentialListsDecode_data()
     };
     QTest::newRow("invalid") << QVariant() << before;
     QTest::newRow("no list") << QVariant(7) << before;
+    QTest::newRow("text") << QVariant(text("abc")) << before;
+    QTest::newRow("bytes") << QVariant(QByteArray("abc")) << before;
     QTest::newRow("empty") << QVariant(QVariantList()) << before;
     QTest::newRow("user only") << QVariant(QVariantList{ text("u") }) << record("u", "", false);
     QTest::newRow("flag without password")
@@ -279,6 +283,44 @@ void TestIPDeviceNode::simpleValuesFollowAndExportNeedsUsageTwo()
     QVERIFY(!node.supportsExport());
     node.setIntProperty(text("RecordingStorageUsage"), 2);
     QVERIFY(node.supportsExport());
+}
+
+void TestIPDeviceNode::copiesAndStoresCarryEverything()
+{
+    tst::Database fixture;
+    tst::DeviceNode node(text("d"), text("h"));
+    node.setMac(MACAddress(text("020000000001")));
+    node.proxy().setProxyAddress(text("p"), 1);
+    node.setSavePassword(false);
+    node.setUser(text("u"), text("w"));
+    QVERIFY(!node.savePassword()); // a new login keeps the flag
+    node.setLoginForApplicationUser(text("b"), text("B"), text("pw"), true);
+    node.setLoginForApplicationUser(text("a"), text("A"), text("pw"), true);
+    tqgen::PropertySet edited = node.properties();
+    edited.setValue(text("User"), text("v"));
+    node.updateField(*edited.find(text("User")));
+    QCOMPARE(node.user(false) + node.password(false), text("vw"));
+
+    const std::unique_ptr<Node> copy(node.clone());
+    tst::CallLogDestination original;
+    tst::CallLogDestination copied;
+    node.save(&original);
+    copy->save(&copied);
+    QCOMPARE(copied.calls(), original.calls());
+    QCOMPARE(original.calls()
+                 .filter(text("setValue Key QVariant(QString, \""))
+                 .filter(QRegularExpression(text("\"(a|b|)\"\\)$")))
+                 .size(),
+        3);
+    const qsizetype first = original.calls().indexOf(text("setValue Key QVariant(QString, \"\")"));
+    QCOMPARE(original.calls().at(first + 2), text("setArrayIndex 1"));
+    QCOMPARE(original.calls().at(first + 3), text("setValue Key QVariant(QString, \"a\")"));
+    QCOMPARE(static_cast<IPDeviceNode&>(*copy).password(false), text("w"));
+    // what was marked before an update does not count as changed in it
+    QSignalSpy spy(&node, &IPDeviceNode::connectionDataChanged);
+    node.beginUpdateNode();
+    node.endUpdateNode();
+    QCOMPARE(spy.size(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestIPDeviceNode)

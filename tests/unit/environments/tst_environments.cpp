@@ -106,6 +106,12 @@ void TestEnvironments::refusesDuplicateNamesAndTheActiveOne()
             text("environmentRenamed(") + office + text(")"),
             text("environmentRemoved(") + office + text(")") }));
     QCOMPARE(fixture.trace.take().count(text("environmentsChanged()")), 3);
+    // an argument that is the list's own
+    const QString garden = environments.add(text("Garden"));
+    environments.add(text("Yard"));
+    own.take();
+    environments.remove(environments.getList().at(1).first);
+    QCOMPARE(own.take(), QStringList(text("environmentRemoved(") + garden + text(")")));
     QVERIFY(environments.name(office).isNull());
 }
 
@@ -340,19 +346,28 @@ void TestEnvironments::explosivePatternsMatchNothing_data()
 {
     QTest::addColumn<QString>("pattern");
     QTest::addColumn<bool>("explosive");
-    for (const char* fine : { "a", "(a+)+b", "(a*)*", "a{100}", "[({]{3}", "\\({50}", "[]{9}]{4}",
-             "(a{100}){100}", "(cam|nas){2,5}", "a{2}(b{3}(c{4}))", "[0-9]{1,3}(\\.[0-9]{1,3}){3}",
-             "a{", "((((", "))))", "a{10000}", "", "\\", "[^" })
+    for (const char* fine :
+        { "a", "(a+)+b", "(a*)*", "a{100}", "[({]{3}", "\\({50}", "[]{9}]{4}", "(a{100}){100}",
+            "(cam|nas){2,5}", "a{2}(b{3}(c{4}))", "[0-9]{1,3}(\\.[0-9]{1,3}){3}", "a{", "((((",
+            "))))", "a{10000}", "", "\\", "[^", "[\\]({20000}]", "[\\](((a{50}){50}){50}){50})]",
+            "(([0-9]{1,3})?\\.?){1,100}", "(a?){500}", "(?:a|b){9}" })
         QTest::newRow(fine) << text(fine) << false;
     QTest::newRow("5000 hosts") << QStringList(5000, text("host\\.example")).join(QLatin1Char('|'))
                                 << false;
-    for (const char* bad :
-        { "((((a{50}){50}){50}){50})", "(a{100}){101}", "a{10001}", "a{5,20000}",
-            "((a{10}b){11}c){100}", "(x(a{101})y){100}", "a{99999999999999999999}", "a{2,}{9999}" })
+    for (const char* bad : { "((((a{50}){50}){50}){50})", "(a{100}){101}", "a{10001}", "a{5,20000}",
+             "((a{10}b){11}c){100}", "(x(a{101})y){100}", "a{99999999999999999999}", "a{2,}{9999}",
+             "[\\][](((((a{50}){50}){50}){50}))", "[^\\][](((a{50}){50}){50})", "((a*){100}){100}",
+             "((.*){100}){100}", "((a?){100}){100}", "((a|b|c?){50}){50}", "((a|b|c?){100}){100}" })
         QTest::newRow(bad) << text(bad) << true;
     QTest::newRow("51 groups") << QString(51, QLatin1Char('(')) + text("a")
             + QString(51, QLatin1Char(')'))
                                << true;
+    const QString literal(1000, QLatin1Char('a'));
+    QTest::newRow("1000 letters") << text("((%1){100}){100}").arg(literal) << true;
+    QTest::newRow("300 counted letters")
+        << text("(%1){100}").arg(text("a{100}").repeated(300)) << true;
+    QTest::newRow("groups after a class")
+        << text("[\\][]") + QString(20000, QLatin1Char('(')) << true;
     QTest::newRow("20000 groups") << QString(20000, QLatin1Char('(')) << true;
 }
 
@@ -381,6 +396,13 @@ void TestEnvironments::hostileArraySizesEnd()
     QCOMPARE(fixture.log.linesWith(text("damaged array")).size(), 1);
     fixture.db->globalProxy()->load(&source);
     QCOMPARE(fixture.db->globalProxy()->proxyPort(), 8080);
+    // what was read before the damage stays: absent entries read as the active environment's
+    source.sizes[text("Environment")] = INT_MAX;
+    source.values = { { text("Environment/0/K"), 5 } };
+    fixture.db->setActiveEnvironment(text("seven"));
+    EnvironmentSpecificGlobalData<int> value(text("K"), 1);
+    value.load(&source);
+    QCOMPARE(value.value(), 5);
 }
 
 QTEST_GUILESS_MAIN(TestEnvironments)

@@ -8,6 +8,9 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <cstring>
+#include <functional>
+
 using namespace tq;
 using tst::text;
 
@@ -44,6 +47,9 @@ private slots:
     void savesInOrderAndLoadsMissingKeysAsEmpty();
     void copiesCarryTheBagAndAreStale();
     void loginPropertyKeepsOnlyWhatMayBeSaved();
+    void everyFieldIsShownEditedAndCopied_data();
+    void everyFieldIsShownEditedAndCopied();
+    void virtualOperationsStandInTheirOrder();
 };
 
 void TestNode::propertiesStandInOrderAndOnce()
@@ -172,6 +178,77 @@ void TestNode::loginPropertyKeepsOnlyWhatMayBeSaved()
     made.load(&empty);
     QVERIFY(made.user().isEmpty() && made.savePassword());
     QVERIFY(made.updateField(tqgen::StringProperty(text("Made"), QString())));
+}
+
+void TestNode::everyFieldIsShownEditedAndCopied_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<std::function<void(Node&)>>("set");
+    using Set = std::function<void(Node&)>;
+    QTest::newRow("CreationService")
+        << QVariant(1) << Set([](Node& n) { n.setCreationService(eARPService); });
+    QTest::newRow("ShouldPersist")
+        << QVariant(false) << Set([](Node& n) { n.setShouldPersist(false); });
+    QTest::newRow("PrimaryNode") << QVariant(false)
+                                 << Set([](Node& n) { n.setPrimaryNode(false); });
+    QTest::newRow("SoftwareVersion")
+        << QVariant(text("v")) << Set([](Node& n) { n.setSoftwareVersion(text("v")); });
+    QTest::newRow("ModelInfo") << QVariant(text("m"))
+                               << Set([](Node& n) { n.setModelInfo(text("m")); });
+    QTest::newRow("PreferredLayout")
+        << QVariant(text("l")) << Set([](Node& n) { n.setPreferredLayout(text("l")); });
+    QTest::newRow("MouseOverSize")
+        << QVariant(text("s")) << Set([](Node& n) { n.setMouseOverSize(text("s")); });
+    QTest::newRow("Note") << QVariant(text("n")) << Set([](Node& n) { n.setNote(text("n")); });
+}
+
+void TestNode::everyFieldIsShownEditedAndCopied()
+{
+    QFETCH(QVariant, value);
+    QFETCH(std::function<void(Node&)>, set);
+    const char* const name = QTest::currentDataTag();
+    tst::PlainNode node(text("n"));
+    QVERIFY(shown(node, name) != value);
+    tqgen::PropertySet edited = node.properties();
+    QVERIFY(edited.setValue(text(name), value));
+    set(node); // marks the set stale
+    QCOMPARE(shown(node, name), value);
+    node.setContext(&node);
+    const std::unique_ptr<Node> copy(node.clone());
+    QCOMPARE(shown(*copy, name), value);
+    QCOMPARE(copy->context(), static_cast<void*>(&node));
+    tst::PlainNode other(text("n"));
+    QVERIFY(other.updateField(*edited.find(text(name))));
+    QCOMPARE(shown(other, name), value);
+    // a value that does not convert changes nothing
+    other.setRectProperty(text(name), QRect(1, 2, 3, 4));
+    QCOMPARE(shown(other, name), value);
+}
+
+void TestNode::virtualOperationsStandInTheirOrder()
+{
+    // the first word of a pointer to a virtual function is 1 + its offset in the table
+    const auto slot = [](auto function) {
+        std::ptrdiff_t word = 0;
+        std::memcpy(&word, &function, sizeof word);
+        return int((word - 1) / std::ptrdiff_t(sizeof(void*)));
+    };
+    using Store = IPersistDestination;
+    QCOMPARE(
+        QList<int>({ slot(&Store::beginGroup), slot(&Store::endGroup),
+            slot(&Store::beginWriteArray), slot(&Store::beginReadArray), slot(&Store::endArray),
+            slot(&Store::setArrayIndex), slot(&Store::setValue), slot(&Store::value),
+            slot(&Store::remove), slot(&Store::contains), slot(&Store::sync) }),
+        QList<int>({ 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14 }));
+    const int first = slot(&Node::clone);
+    const QList<int> node{ slot(&Node::deepCopy), slot(&Node::beginUpdateNode),
+        slot(&Node::endUpdateNode), slot(&Node::updatePropertySet), slot(&Node::updateField),
+        slot(&Node::isIdentical), slot(&Node::updateFromHint), slot(&Node::fillHint),
+        slot(&Node::properties), slot(&Node::hasProperty), slot(&Node::boolProperty),
+        slot(&Node::setBoolProperty) };
+    for (int i = 0; i < node.size(); ++i)
+        QCOMPARE(node.at(i), first + 1 + i);
+    QCOMPARE(slot(&Node::relatedNodes) - slot(&Node::name), 33);
 }
 
 QTEST_GUILESS_MAIN(TestNode)

@@ -8,8 +8,11 @@
 
 #include "platform/pluginloader.h"
 
+#include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <algorithm>
 
 using namespace tq;
 using plugin::Loader;
@@ -54,6 +57,7 @@ private slots:
     void refusesWhatIsNoAddress();
     void probesManyAtATime();
     void diesWithProbesOpen();
+    void diesInItsOwnAnswer();
     void makesNodesOfEnteredDevices();
     void makesNodesOfTypedHints();
     void recognisesItsDevice_data();
@@ -271,10 +275,23 @@ void TestIPCamera::diesWithProbesOpen()
     const WebDevice device(QByteArray(), WebDevice::eSilent);
     m_fixture->db->newNodeHint(hintFor(device));
     QTRY_VERIFY(device.isVisited());
-    QPointer<QObject> root = m_driver->probeFinishedSignal().sender();
+    const QPointer<QObject> root = m_driver->probeFinishedSignal().sender();
     cleanup();
     QVERIFY(!root);
     QTRY_VERIFY(device.isLeft());
+}
+
+void TestIPCamera::diesInItsOwnAnswer()
+{
+    const WebDevice silent(QByteArray(), WebDevice::eSilent);
+    const WebDevice device(page("Camera"));
+    const QtSignal signal = m_driver->probeFinishedSignal();
+    const QPointer<QObject> root = signal.sender();
+    QVERIFY(tq::connect(signal, this, SLOT(cleanup())));
+    QCOMPARE(m_driver->probe(1, hintFor(silent)), 0);
+    QCOMPARE(m_driver->probe(2, hintFor(device)), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(!root, k_bound);
+    QTRY_VERIFY(device.isLeft() && silent.isLeft());
 }
 
 void TestIPCamera::makesNodesOfEnteredDevices()

@@ -183,7 +183,9 @@ void TestNeighbourTable::tellsWhatBecomesOfDevices_data()
         << "list;10.0.0.5 a permanent;10.0.0.9 a reachable;end;10.0.0.9 a probe;10.0.0.9 a "
            "reachable;del 10.0.0.5 a;del 10.0.0.9 a"
         << "ask 10.0.0.9;new 10.0.0.5 a;ask 10.0.0.9;gone 10.0.0.5 a";
-    QTest::newRow("questions keep a pause")
+    QTest::newRow("questions keep a pause") << "list;end;10.0.0.5 a stale;10.0.0.9 a stale;+1900"
+                                            << "new 10.0.0.5 a";
+    QTest::newRow("and are asked after it")
         << "list;end;10.0.0.5 a stale;10.0.0.9 a stale;+1900;+100"
         << "new 10.0.0.5 a;ask 10.0.0.5";
     QTest::newRow("gone and back") << "list;10.0.0.5 a stale;end;10.0.0.5 - failed;10.0.0.5 a stale"
