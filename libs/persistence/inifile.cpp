@@ -2,235 +2,156 @@
 // SPDX-License-Identifier: MIT
 #include "persistence/inifile_p.h"
 
-#include "persistence/initext_p.h"
+#include "persistence/inivalue_p.h"
 #include "persistence/storepath_p.h"
 
+#include <QDateTime>
+#include <QFile>
+#include <QSettings>
+
 #include <algorithm>
-#include <limits>
-#include <set>
-#include <utility>
+#include <atomic>
+#include <sys/mman.h>
 
 namespace tq {
 
 namespace {
 
+constexpr char k_anyVersion[] = "; nodedb store, version ";
 constexpr char k_firstLine[] = "; nodedb store, version 1\n";
 constexpr char k_lastLine[] = "; end of store\n";
-constexpr int k_maxBadLines = 20;
+constexpr int k_maxFindings = 20;
+const QString k_size = QStringLiteral("size");
 
-/** Stands for a value "size" until it is known whether it is that of an array; no name from a file
- * begins with a character 0. */
-const QString k_size = QLatin1Char('\0') + QStringLiteral("size");
-
-/** Returns the number of an array's entry, from 1; 0 when the text is none. */
-int entryNumber(QByteArrayView raw)
+/** Returns the number of an array's entry, from 1; 0 when the name is none. */
+int entryNumber(const QString& name)
 {
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    bool isNumber = std::all_of(raw.begin(), raw.end(), isDigit);
-    const int number = isNumber ? raw.toInt(&isNumber) : 0;
-    return isNumber && number < std::numeric_limits<int>::max() ? number : 0;
+    const int number = name.toInt();
+    return number > 0 && QString::number(number) == name ? number : 0;
+}
+
+/** Copies bytes into a file in memory for QSettings to read. Returns its path, empty on failure. */
+QString openInMemory(const QByteArray& bytes, QFile& file)
+{
+    const int descriptor = ::memfd_create("nodedb", MFD_CLOEXEC);
+    if (descriptor < 0 || !file.open(descriptor, QIODevice::ReadWrite, QFile::AutoCloseHandle))
+        return QString();
+    // QSettings remembers files by their path, which comes again, and their time.
+    static std::atomic<qint64> time = 0;
+    const bool isWritten = file.write(bytes) == bytes.size() && file.flush()
+        && file.setFileTime(QDateTime::fromSecsSinceEpoch(++time), QFile::FileModificationTime);
+    const QString path = QStringLiteral("/proc/self/fd/%1").arg(descriptor);
+    return isWritten && QFile::exists(path) ? path : QString();
 }
 
 class Reader
 {
 public:
-    explicit Reader(bool isOurs) : m_isOurs(isOurs) { }
+    Reader(const QSettings& settings, bool isOurs) : m_settings(settings), m_isOurs(isOurs) { }
 
-    void readAll(const QByteArray& bytes)
+    StoreNode read()
     {
-        QByteArray line;
-        for (qsizetype at = 0; at < bytes.size();) {
-            qsizetype end = bytes.indexOf('\n', at);
-            end = end < 0 ? bytes.size() : end;
-            line += bytes.sliced(at, end - at);
-            at = end + 1;
-            ++m_number;
-            if (line.endsWith('\r'))
-                line.chop(1);
-            if (isContinued(line)) {
-                line.chop(1);
-                continue;
-            }
-            readLine(line.trimmed());
-            line.clear();
-        }
-        if (!line.isEmpty())
-            readLine(line.trimmed());
-        fixArrays(content.root);
+        StoreNode groups;
+        const QStringList keys = m_settings.allKeys();
+        for (const QString& key : keys)
+            readValue(groups, key);
+        return withArrays(groups, nullptr);
     }
 
-    IniContent content;
-    bool hasValues = false;
+    QStringList findings;
 
 private:
-    static bool isContinued(const QByteArray& line)
+    void note(const QString& key, const char* what)
     {
-        qsizetype end = line.size();
-        while (end > 0 && line[end - 1] == '\\')
-            --end;
-        return (line.size() - end) % 2 == 1;
+        if (findings.size() < k_maxFindings)
+            findings += QStringLiteral("%1: %2").arg(key.left(100), QLatin1String(what));
     }
 
-    void refuse(const char* reason)
+    void readValue(StoreNode& root, const QString& key)
     {
-        if (content.badLines.size() < k_maxBadLines)
-            content.badLines += QStringLiteral("%1: %2").arg(m_number).arg(QLatin1String(reason));
+        if (std::size_t(key.count(QLatin1Char('/'))) > StorePath::k_maxDepth)
+            return note(key, "nested too deeply");
+        const QStringList path = unmarkedName(key).split(QLatin1Char('/'));
+        if (path.contains(QString()))
+            return note(key, "a part without a name");
+        const auto value = loadedValue(m_settings.value(key), m_isOurs);
+        if (!value)
+            return note(key, "a damaged value");
+        StoreNode* node = &root;
+        std::for_each(path.begin(), path.end() - 1,
+            [&node](const QString& name) { node = &node->groups[name]; });
+        node->values[path.last()] = *value;
     }
 
-    void readLine(const QByteArray& line)
-    {
-        if (line.isEmpty() || line.startsWith(';') || line.startsWith('#'))
-            return;
-        if (line.startsWith('[')) {
-            const qsizetype end = line.indexOf(']');
-            if (end < 0)
-                return refuse("a section without its end");
-            const QByteArray name = line.sliced(1, end - 1).trimmed();
-            m_section.clear();
-            if (name.compare("%general", Qt::CaseInsensitive) == 0)
-                m_section = { name.sliced(1) };
-            else if (name.compare("general", Qt::CaseInsensitive) != 0)
-                m_section = splitPath(name);
-            return;
-        }
-        const qsizetype equals = line.indexOf('=');
-        if (equals < 0)
-            return refuse("no value");
-        const QList<QByteArray> path = m_section + splitPath(line.first(equals).trimmed());
-        if (std::size_t(path.size()) > StorePath::k_maxDepth)
-            return refuse("nested too deeply");
-        bool isOk = true;
-        const QVariant value = iniValue(line.sliced(equals + 1).trimmed(), m_isOurs, isOk);
-        if (!isOk)
-            return refuse("a damaged value");
-        insert(path, value);
-    }
+    QString plain(const QString& name) const { return m_isOurs ? loadedName(name) : name; }
 
-    static QList<QByteArray> splitPath(QByteArray path)
+    /** Returns a group without what belongs to the array of its name; that goes into `array`. What
+     * lies behind the size was cut off by whoever wrote it. */
+    StoreNode withArrays(StoreNode& group, StoreArray* array) const
     {
-        if (path.contains('/'))
-            path.replace('/', '\\');
-        return path.split('\\');
-    }
-
-    void insert(const QList<QByteArray>& path, const QVariant& value)
-    {
-        StoreNode* node = &content.root;
-        const qsizetype last = path.size() - 1;
-        for (qsizetype i = 0; i < last; ++i) {
-            const int number = i + 1 < last ? entryNumber(path[i + 1]) : 0;
-            const QString name = iniName(path[i]);
-            if (number > 0) {
-                node = &node->arrays[name].entries[number - 1];
-                ++i;
-            } else {
-                node = &node->groups[name];
-            }
-        }
-        const bool isSize = last > 0 && path[last] == "size";
-        node->values[isSize ? k_size : iniName(path[last])] = value;
-        hasValues = true;
-    }
-
-    /** Gives arrays their sizes, and turns into groups again what has numbers but no size. */
-    void fixArrays(StoreNode& node)
-    {
-        for (auto& [name, group] : node.groups) {
-            const auto size = group.values.find(k_size);
-            if (size == group.values.end())
-                continue;
-            if (m_isOurs || node.arrays.contains(name))
-                node.arrays[name].size = std::max(size->second.toInt(), 0);
-            else
-                group.values[QStringLiteral("size")] = size->second;
+        const auto isEntry = [](const auto& child) { return entryNumber(child.first) > 0; };
+        const auto size = group.values.find(k_size);
+        const bool isArray = array && size != group.values.end()
+            && (m_isOurs || std::any_of(group.groups.begin(), group.groups.end(), isEntry));
+        if (isArray) {
+            array->size = std::max(size->second.toInt(), 0);
             group.values.erase(size);
         }
-        for (auto& [name, array] : node.arrays) {
-            for (auto& [index, entry] : array.entries) {
-                if (array.size == 0)
-                    node.groups[name].groups[QString::number(index + 1)] = std::move(entry);
-                else
-                    fixArrays(entry);
-            }
-            // What lies behind the size was cut off by whoever wrote it.
-            array.entries.erase(array.entries.lower_bound(array.size), array.entries.end());
+        StoreNode result;
+        for (auto& [key, value] : group.values)
+            result.values[plain(key)] = std::move(value);
+        for (auto& [name, child] : group.groups) {
+            const int number = isArray && array->size > 0 ? entryNumber(name) : 0;
+            if (number == 0)
+                placeChild(result, plain(name), child);
+            else if (number <= array->size)
+                array->entries[number - 1] = withArrays(child, nullptr);
         }
-        std::erase_if(node.arrays, [](const auto& array) { return array.second.size == 0; });
-        for (auto& group : node.groups)
-            fixArrays(group.second);
+        return result;
     }
 
+    void placeChild(StoreNode& parent, const QString& name, StoreNode& child) const
+    {
+        StoreArray array;
+        StoreNode group = withArrays(child, &array);
+        if (array.size > 0)
+            parent.arrays[name] = std::move(array);
+        if (!group.isEmpty())
+            parent.groups[name] = std::move(group);
+    }
+
+    const QSettings& m_settings;
     bool m_isOurs;
-    int m_number = 0;
-    QList<QByteArray> m_section;
 };
 
-class Writer
+void writeNode(QSettings& settings, const StoreNode& node, const QString& prefix)
 {
-public:
-    void writeAll(const StoreNode& root)
-    {
-        out = k_firstLine;
-        if (!root.values.empty())
-            out += "[General]\n";
-        writeValues(root);
-        std::set<QString> sections;
-        for (const auto& group : root.groups)
-            sections.insert(group.first);
-        for (const auto& array : root.arrays)
-            sections.insert(array.first);
-        for (const QString& name : sections) {
-            const bool isGeneral =
-                name.compare(QStringLiteral("general"), Qt::CaseInsensitive) == 0;
-            out += '[' + (isGeneral ? '%' + name.toLatin1() : iniEscapedName(name)) + "]\n";
-            if (const auto array = root.arrays.find(name); array != root.arrays.end())
-                writeArray(array->second);
-            if (const auto group = root.groups.find(name); group != root.groups.end())
-                writeNode(group->second);
-        }
-        out += k_lastLine;
+    for (const auto& [key, value] : node.values)
+        settings.setValue(prefix + storedName(key), storedValue(value));
+    for (const auto& [name, group] : node.groups)
+        writeNode(settings, group, prefix + storedName(name) + QLatin1Char('/'));
+    for (const auto& [name, array] : node.arrays) {
+        const QString start = prefix + storedName(name) + QLatin1Char('/');
+        if (array.size > 0)
+            settings.setValue(start + k_size, array.size);
+        for (const auto& [index, entry] : array.entries)
+            writeNode(settings, entry, start + QStringLiteral("%1/").arg(index + 1));
     }
+}
 
-    QByteArray out;
-
-private:
-    void writeValues(const StoreNode& node)
-    {
-        for (const auto& [key, value] : node.values)
-            out += m_prefix + iniEscapedName(key) + '=' + iniText(value) + '\n';
+/** Returns the number of lines with values; -1 when the last line has no end. */
+qsizetype countValues(const QByteArray& text)
+{
+    qsizetype count = 0;
+    for (qsizetype at = 0, end = 0; at < text.size(); at = end + 1) {
+        end = text.indexOf('\n', at);
+        if (end < 0)
+            return -1;
+        if (end > at && text[at] != '[')
+            ++count;
     }
-
-    void writeNode(const StoreNode& node)
-    {
-        writeValues(node);
-        const qsizetype length = m_prefix.size();
-        for (const auto& [name, array] : node.arrays) {
-            m_prefix += iniEscapedName(name) + '\\';
-            writeArray(array);
-            m_prefix.truncate(length);
-        }
-        for (const auto& [name, group] : node.groups) {
-            m_prefix += iniEscapedName(name) + '\\';
-            writeNode(group);
-            m_prefix.truncate(length);
-        }
-    }
-
-    void writeArray(const StoreArray& array)
-    {
-        if (array.size <= 0)
-            return;
-        const qsizetype length = m_prefix.size();
-        out += m_prefix + "size=" + QByteArray::number(array.size) + '\n';
-        for (const auto& [index, entry] : array.entries) {
-            m_prefix += QByteArray::number(index + 1) + '\\';
-            writeNode(entry);
-            m_prefix.truncate(length);
-        }
-    }
-
-    QByteArray m_prefix;
-};
+    return count;
+}
 
 } // namespace
 
@@ -238,25 +159,52 @@ IniContent readIni(const QByteArray& bytes)
 {
     IniContent content;
     const bool isOurs = bytes.startsWith(k_firstLine);
-    if (bytes.contains('\0')) {
+    if (bytes.contains('\0'))
         content.error = QStringLiteral("it is not a text");
-    } else if (isOurs && !bytes.endsWith(k_lastLine)) {
+    else if (!isOurs && bytes.startsWith(k_anyVersion))
+        content.error = QStringLiteral("this program does not know its version");
+    else if (isOurs && !bytes.endsWith(k_lastLine))
         content.error = QStringLiteral("it was cut off, its end is missing");
-    } else {
-        Reader reader(isOurs);
-        reader.readAll(bytes.startsWith("\xef\xbb\xbf") ? bytes.sliced(3) : bytes);
-        content = std::move(reader.content);
-        if (!reader.hasValues && !content.badLines.isEmpty())
+    if (!content.error.isEmpty())
+        return content;
+    QFile file;
+    const QString path = openInMemory(markedStreams(bytes), file);
+    if (path.isEmpty()) {
+        content.error = QStringLiteral("there is no memory to read it");
+        return content;
+    }
+    const QSettings settings(path, QSettings::IniFormat);
+    Reader reader(settings, isOurs);
+    content.root = reader.read();
+    content.findings = reader.findings;
+    if (settings.status() != QSettings::NoError) {
+        content.findings += QStringLiteral("a line that means nothing");
+        if (settings.allKeys().isEmpty())
             content.error = QStringLiteral("it is not an INI file");
     }
     return content;
 }
 
-QByteArray writeIni(const StoreNode& root)
+bool writeIni(const StoreNode& root, const QString& file)
 {
-    Writer writer;
-    writer.writeAll(root.pruned());
-    return writer.out;
+    qsizetype values = 0;
+    {
+        QSettings settings(file, QSettings::IniFormat);
+        writeNode(settings, root, QString());
+        values = settings.allKeys().size();
+        settings.sync();
+        if (settings.status() != QSettings::NoError)
+            return false;
+    }
+    QFile written(file);
+    if (!written.open(QIODevice::ReadWrite))
+        return false;
+    const QByteArray text = written.readAll();
+    // On a full disk QSettings keeps what fits and reports no error.
+    if (written.error() != QFile::NoError || countValues(text) != values)
+        return false;
+    const QByteArray whole = k_firstLine + text + k_lastLine;
+    return written.seek(0) && written.write(whole) == whole.size() && written.flush();
 }
 
 } // namespace tq

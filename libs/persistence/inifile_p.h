@@ -10,24 +10,19 @@
 
 namespace tq {
 
-/** What was read from an INI file. */
+/** What an INI file holds. */
 struct IniContent
 {
     StoreNode root;
-    QString error; ///< why it cannot be used at all; empty when it can
-    QStringList badLines; ///< what was passed over, as "NUMBER: reason"; at most twenty
+    QStringList findings; ///< what could not be read, the first ones
+    QString error; ///< not empty: the file cannot be used
 };
 
-/**
- * Reads an INI file as QSettings writes it. A group that has a value "size" and numbered groups is
- * an array; its numbers count from 1.
- *
- * A file of ours begins and ends with a line that says so. With the first and without the last it
- * was cut off, which is an error, as is a file that holds bytes 0 or nothing that could be read.
- */
+/** Reads the bytes of a file that writeIni() or QSettings wrote. Nothing is written to a disk. */
 IniContent readIni(const QByteArray& bytes);
 
-/** Returns the text of the whole file. */
-QByteArray writeIni(const StoreNode& root);
+/** Writes a content into `file`, an empty file in a folder that nobody else can enter. Returns
+ * whether it worked: a full disk is the likely reason when not. */
+[[nodiscard]] bool writeIni(const StoreNode& root, const QString& file);
 
 } // namespace tq

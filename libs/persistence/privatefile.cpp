@@ -8,35 +8,45 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace tq {
 
 namespace {
 
-/** Makes an open private file beside `path`; -1 with errno set when that fails. */
-int openBeside(const QString& path, QByteArray& name)
+/** Opens a folder and locks it; -1 when that fails, or when another holds it. A new one counts as
+ * locked where the file system has no locks: there nothing is taken for abandoned either. */
+int lockedFolder(const QString& path, bool isNew)
 {
-    name = QFile::encodeName(path + QStringLiteral(".new-XXXXXX"));
-    const int file = ::mkostemp(name.data(), O_CLOEXEC);
-    if (file >= 0)
-        ::fchmod(file, S_IRUSR | S_IWUSR); // a umask may have taken even these
-    return file;
+    const int folder = ::open(
+        QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (folder < 0 || ::flock(folder, LOCK_EX | LOCK_NB) == 0 || (isNew && errno != EWOULDBLOCK))
+        return folder;
+    ::close(folder);
+    return -1;
 }
 
-bool writeAll(int file, const QByteArray& content)
+/** Removes the folders whose paths start so and whose makers are gone: those hold their locks as
+ * long as they live. */
+void removeAbandoned(const QString& start)
 {
-    const char* at = content.constData();
-    const char* end = at + content.size();
-    while (at < end) {
-        const ssize_t written = ::write(file, at, std::size_t(end - at));
-        if (written < 0 && errno != EINTR)
-            return false;
-        at += written < 0 ? 0 : written;
+    const QFileInfo pattern(start);
+    const QDir parent(pattern.path());
+    const auto kinds = QDir::Dirs | QDir::Hidden | QDir::NoSymLinks | QDir::NoDotAndDotDot;
+    for (const QFileInfo& folder : parent.entryInfoList(kinds)) {
+        if (!folder.fileName().startsWith(pattern.fileName()) || folder.ownerId() != ::geteuid())
+            continue;
+        const int lock = lockedFolder(folder.filePath(), false);
+        if (lock < 0)
+            continue;
+        QDir(folder.filePath()).removeRecursively();
+        ::close(lock);
     }
-    return ::fsync(file) == 0;
 }
 
 } // namespace
@@ -76,46 +86,61 @@ QString systemError(const QString& path)
     return path + QStringLiteral(": ") + qt_error_string(errno);
 }
 
-QString createPrivateFileBeside(const QString& path, QString& error)
+PrivateFolder::PrivateFolder(const QString& path, QString& error)
 {
-    QByteArray name;
-    const int file = openBeside(path, name);
-    if (file < 0) {
-        error = systemError(path);
-        return QString();
+    const QFileInfo target(path);
+    const QString start =
+        target.path() + QStringLiteral("/.") + target.fileName() + QStringLiteral(".nodedb-");
+    removeAbandoned(start);
+    // Another process may take the new folder for an abandoned one just before it is locked.
+    for (int tries = 0; tries < 10 && m_lock < 0; ++tries) {
+        QByteArray name = QFile::encodeName(start + QStringLiteral("XXXXXX"));
+        if (!::mkdtemp(name.data()))
+            break;
+        ::chmod(name.constData(), S_IRWXU); // a umask may have taken even these
+        m_path = QFile::decodeName(name);
+        m_lock = lockedFolder(m_path, true);
+        if (m_lock >= 0 && !QFileInfo::exists(m_path))
+            ::close(std::exchange(m_lock, -1));
     }
-    ::close(file);
-    return QFile::decodeName(name);
+    const int made = m_lock < 0 ? -1
+                                : ::open(QFile::encodeName(file()).constData(),
+                                    O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (made < 0 || ::fchmod(made, S_IRUSR | S_IWUSR) != 0)
+        error = systemError(path);
+    if (made >= 0)
+        ::close(made);
 }
 
-QString replaceFile(const QString& path, const QByteArray& content)
+PrivateFolder::~PrivateFolder()
 {
-    QByteArray name;
-    const int file = openBeside(path, name);
-    if (file < 0)
+    if (!m_path.isEmpty())
+        QDir(m_path).removeRecursively();
+    if (m_lock >= 0)
+        ::close(m_lock);
+}
+
+QString replaceFile(const QString& from, const QString& path)
+{
+    const QByteArray source = QFile::encodeName(from);
+    const int file = ::open(source.constData(), O_WRONLY | O_CLOEXEC);
+    bool isDone = file >= 0 && ::fsync(file) == 0;
+    if (file >= 0)
+        isDone = ::close(file) == 0 && isDone;
+    isDone = isDone && std::rename(source.constData(), QFile::encodeName(path).constData()) == 0;
+    if (!isDone)
         return systemError(path);
-    const bool written = writeAll(file, content);
-    QString error = written ? QString() : systemError(path);
-    if (::close(file) != 0 && written)
-        error = systemError(path);
-    if (error.isEmpty() && std::rename(name.constData(), QFile::encodeName(path).constData()) != 0)
-        error = systemError(path);
-    if (error.isEmpty())
-        syncFolderOf(path);
-    else
-        ::unlink(name.constData());
-    return error;
+    syncFolderOf(path);
+    return QString();
 }
 
-QString moveIntoPlace(const QString& temporary, const QString& path)
+QString moveIntoPlace(const QString& from, const QString& path)
 {
-    if (renameWithoutReplacing(temporary, path)) {
+    if (renameWithoutReplacing(from, path)) {
         syncFolderOf(path);
         return QString();
     }
-    const QString error = systemError(path);
-    QFile::remove(temporary);
-    return error;
+    return systemError(path);
 }
 
 bool renameWithoutReplacing(const QString& from, const QString& to)

@@ -4,7 +4,6 @@
 
 #include "persistence/istore.h"
 
-#include <QByteArray>
 #include <QString>
 
 namespace tq {
@@ -22,20 +21,31 @@ QString resolvedPath(const QString& path);
 QString systemError(const QString& path);
 
 /**
- * Makes an empty file beside `path` that only its owner can read from its first moment, whatever
- * the umask. Returns its path; an empty text, with `error` set, when that fails.
+ * A folder beside a store in which a new content is made, with an empty file in it. Only its owner
+ * can enter it, whatever the umask. It goes with the object; what a killed process left goes when
+ * the next one is made for the same store.
  */
-QString createPrivateFileBeside(const QString& path, QString& error);
+class PrivateFolder
+{
+public:
+    /** Makes the folder beside `path`; `error` is set when that fails. */
+    PrivateFolder(const QString& path, QString& error);
+    ~PrivateFolder();
+    Q_DISABLE_COPY_MOVE(PrivateFolder)
 
-/** Makes `content` the file at `path`: as a whole or not at all, durable when this returns,
- * readable by its owner only. Returns the error; an empty text when it worked. */
-QString replaceFile(const QString& path, const QByteArray& content);
+    QString file() const { return m_path + QStringLiteral("/store"); }
 
-/**
- * Gives `temporary` the name `path`, durably, unless there is a file of that name. Returns the
- * error; an empty text when it worked. `temporary` is gone in both cases.
- */
-QString moveIntoPlace(const QString& temporary, const QString& path);
+private:
+    QString m_path;
+    int m_lock = -1; ///< an open descriptor: the folder is in use
+};
+
+/** Gives the file `from` the name `path`, durably, in place of what has that name. Returns the
+ * error; an empty text when it worked. */
+QString replaceFile(const QString& from, const QString& path);
+
+/** The same, unless there is a file of that name. */
+QString moveIntoPlace(const QString& from, const QString& path);
 
 /** Renames a file unless the new name is taken; errno tells why not. */
 bool renameWithoutReplacing(const QString& from, const QString& to);

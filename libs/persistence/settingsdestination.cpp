@@ -43,9 +43,9 @@ std::unique_ptr<SettingsDestination> SettingsDestination::open(
         error = QStringLiteral("The store %1 cannot be used: %2").arg(name, content.error);
         return nullptr;
     }
-    for (const QString& line : std::as_const(content.badLines))
-        logLine(Log::eSurvived, "Store: ", name, " has a line that means nothing: ", line);
-    store->m_isDamaged = !content.badLines.isEmpty();
+    for (const QString& finding : std::as_const(content.findings))
+        logLine(Log::eSurvived, "Store: ", name, " is damaged: ", finding);
+    store->m_isDamaged = !content.findings.isEmpty();
     store->setContent(std::move(content.root));
     return store;
 }
@@ -55,7 +55,13 @@ void SettingsDestination::sync()
     MemoryDestination::sync();
     if (openMode() == OpenMode::ReadOnly)
         return;
-    const QString error = replaceFile(m_path, writeIni(content()));
+    QString error;
+    const PrivateFolder folder(m_path, error);
+    if (error.isEmpty()) {
+        error = writeIni(content(), folder.file())
+            ? replaceFile(folder.file(), m_path)
+            : QStringLiteral("%1 could not be written, the disk may be full.").arg(m_path);
+    }
     setError(error.isEmpty() ? QString() : QStringLiteral("Nothing was saved: %1").arg(error));
 }
 

@@ -63,8 +63,6 @@ SqlTables::~SqlTables()
 {
     rollBack();
     disconnect();
-    if (!m_temporary.isEmpty())
-        QFile::remove(m_temporary);
 }
 
 bool SqlTables::connect(const QString& file)
@@ -155,12 +153,12 @@ bool SqlTables::create()
     if (error.isEmpty() && exists)
         error = QStringLiteral("The store %1 was made by somebody else meanwhile.").arg(m_path);
     if (error.isEmpty())
-        m_temporary = createPrivateFileBeside(m_path, error);
+        m_folder = std::make_unique<PrivateFolder>(m_path, error);
     if (!error.isEmpty()) {
         fail(error);
         return false;
     }
-    return connect(m_temporary) && run(QStringLiteral("BEGIN"))
+    return connect(m_folder->file()) && run(QStringLiteral("BEGIN"))
         && run(QStringLiteral("CREATE TABLE store (format INTEGER NOT NULL)"))
         && run(QStringLiteral("INSERT INTO store (format) VALUES (%1)").arg(k_format))
         && run(QStringLiteral("CREATE TABLE names (id INTEGER PRIMARY KEY, name TEXT NOT NULL)"))
@@ -216,11 +214,11 @@ bool SqlTables::commit()
         return false;
     }
     m_state = EState::Idle;
-    if (m_temporary.isEmpty())
+    if (!m_folder)
         return true;
     disconnect();
-    const QString error = moveIntoPlace(m_temporary, m_path);
-    m_temporary.clear();
+    const QString error = moveIntoPlace(m_folder->file(), m_path);
+    m_folder.reset();
     if (!error.isEmpty())
         fail(error);
     return error.isEmpty() && connect(m_path);
@@ -243,10 +241,9 @@ void SqlTables::rollBack()
     if (m_database && m_state != EState::Idle)
         QSqlQuery(*m_database).exec(QStringLiteral("ROLLBACK"));
     m_state = EState::Idle;
-    if (!m_temporary.isEmpty()) {
+    if (m_folder) {
         disconnect();
-        QFile::remove(m_temporary);
-        m_temporary.clear();
+        m_folder.reset();
     }
 }
 

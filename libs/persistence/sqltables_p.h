@@ -18,6 +18,8 @@ class QSqlQuery;
 
 namespace tq {
 
+class PrivateFolder;
+
 /**
  * The tables of an SQL store, its connection and its transactions.
  *
@@ -117,7 +119,7 @@ private:
 
     QString m_path;
     OpenMode m_mode;
-    QString m_temporary; ///< the file's name until the first commit
+    std::unique_ptr<PrivateFolder> m_folder; ///< holds a new store until its first commit
     QString m_connection;
     std::unique_ptr<QSqlDatabase> m_database;
     EState m_state = EState::Idle;

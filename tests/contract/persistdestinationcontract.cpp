@@ -15,7 +15,12 @@
 #include <QTextStream>
 #include <QThread>
 
+#include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace tst;
 
@@ -281,17 +286,51 @@ void FileStoreContract::aKilledWriterLeavesTheOldContent()
     QCOMPARE(QFile::exists(m_path), !isNew);
     if (!isNew)
         QCOMPARE(flat(open(tq::OpenMode::ReadOnly)->tree()), before);
-    QCOMPARE(flat(open()->tree()), before);
+    const auto store = open();
+    QCOMPARE(flat(store->tree()), before);
+    store->setValue(QStringLiteral("Old"), 1);
+    store->sync();
+    const auto all = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
+    QCOMPARE(QDir(m_folder->path()).entryList(all), QStringList{ m_fileName });
+}
+
+void FileStoreContract::abandonedFoldersAreRemoved()
+{
+    const QDir folder(m_folder->path());
+    const QString start = QStringLiteral(".%1.nodedb-").arg(m_fileName);
+    const QStringList names{ start + QStringLiteral("gone"), start + QStringLiteral("used"),
+        QStringLiteral(".other.nodedb-gone") };
+    for (const QString& name : names) {
+        QVERIFY(folder.mkdir(name));
+        QFile file(folder.filePath(name + QStringLiteral("/store")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    const int used = ::open(qPrintable(folder.filePath(names[1])), O_RDONLY | O_DIRECTORY);
+    QCOMPARE(::flock(used, LOCK_EX), 0);
+    const auto others = [&folder] {
+        return folder.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
+    };
+    const auto first = open();
+    const auto second = open();
+    first->setValue(QStringLiteral("A"), 1);
+    second->setValue(QStringLiteral("A"), 2);
+    first->sync();
+    QVERIFY2(first->isUsable(), qPrintable(first->errorString()));
+    second->sync();
+    QCOMPARE(others(), QStringList({ names[1], names[2] }));
+    ::close(used);
 }
 
 void FileStoreContract::filesAreTheOwnersAlone()
 {
     const auto verify = [this] {
-        const auto files = QDir(m_folder->path()).entryInfoList(QDir::Files | QDir::Hidden);
+        const auto files =
+            QDir(m_folder->path())
+                .entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
         for (const QFileInfo& file : files) {
             struct stat state = {};
             QCOMPARE(::stat(qPrintable(file.filePath()), &state), 0);
-            QCOMPARE(int(state.st_mode & 0777), 0600);
+            QCOMPARE(int(state.st_mode & 0777), file.isDir() ? 0700 : 0600);
         }
     };
     const auto before = ::umask(0);
@@ -418,4 +457,25 @@ void FileStoreContract::aFailedSyncIsReported()
     store->sync();
     QVERIFY2(store->isUsable(), qPrintable(store->errorString()));
     QCOMPARE(open()->value(QStringLiteral("A")), QVariant(1));
+}
+
+void FileStoreContract::aFullDiskLeavesTheOldContent()
+{
+    auto store = open();
+    store->setValue(QStringLiteral("Old"), QStringLiteral("kept"));
+    store->sync();
+    const auto handler = ::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit = {};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit small{ 100000, limit.rlim_max };
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    writeDevices(*store, 2000);
+    store->sync();
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    ::signal(SIGXFSZ, handler);
+    QVERIFY(store->errorString().contains(m_path));
+    QCOMPARE(flat(open()->tree()), QStringList{ QStringLiteral("Old=QString kept") });
+    writeDevices(*store, 20);
+    store->sync();
+    QVERIFY2(store->isUsable(), qPrintable(store->errorString()));
 }

@@ -70,6 +70,7 @@ private slots:
     void nothingIsDurableBeforeSync();
     void aKilledWriterLeavesTheOldContent_data();
     void aKilledWriterLeavesTheOldContent();
+    void abandonedFoldersAreRemoved();
     void filesAreTheOwnersAlone();
     void damagedFilesAreRefusedAndLeft_data();
     void damagedFilesAreRefusedAndLeft();
@@ -77,6 +78,7 @@ private slots:
     void unusablePathsAreNamed();
     void aReadOnlyStoreIsNotTouched();
     void aFailedSyncIsReported();
+    void aFullDiskLeavesTheOldContent();
 };
 
 } // namespace tst

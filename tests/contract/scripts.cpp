@@ -78,6 +78,18 @@ void addArrayScripts()
             t.sync();
             fill(t, "A", 0, 0, "x", 2);
         });
+    addRow("names like escapes",
+        { str("A/x40/k=int 2"), str("A#101"), str("A[63]/k=int 1"), str("A[64]/k=int 1"),
+            str("A[99]/k=int 3"), str("A[100]/k=int 3") },
+        [](Target& t) {
+            fill(t, "A", 63, 64, "k", 1);
+            fill(t, "A", 99, 100, "k", 3);
+            t.beginGroup(str("A"));
+            t.beginGroup(str("x40"));
+            t.setValue(str("k"), 2);
+            t.endGroup();
+            t.endGroup();
+        });
     addRow("skipped, empty and announced entries count",
         { str("A#4"), str("A[3]/x=int 1"), str("B#2"), str("C#5"), str("L#1"), str("L[0]/D#3") },
         [](Target& t) {
@@ -172,17 +184,21 @@ void addScripts()
         });
     addRow("odd names",
         { str("=int 1"), str("%41=int 1"), str("1=int 1"), str("General=int 1"), str("a/b=int 1"),
-            str("a\\b=int 1"), str("size=int 1"), str("ü€ =int 1"), str("/k=int 2"),
-            str("%41/k=int 2"), str("1/k=int 2"), str("General/k=int 2"), str("a/b/k=int 2"),
-            str("a\\b/k=int 2"), str("size/k=int 2"), str("ü€ /k=int 2") },
+            str("a\\b=int 1"), str("general=int 1"), str("size=int 1"), str("ü€ =int 1"),
+            str("/k=int 2"), str("%41/k=int 2"), str("1/k=int 2"), str("General/k=int 2"),
+            str("a/b/k=int 2"), str("a\\b/k=int 2"), str("general/k=int 2"), str("size/k=int 2"),
+            str("ü€ /k=int 2") },
         [](Target& t) {
-            for (const char* name : { "", "%41", "1", "General", "a/b", "a\\b", "size", "ü€ " }) {
+            for (const char* name :
+                { "", "%41", "1", "General", "general", "a/b", "a\\b", "size", "ü€ " }) {
                 t.setValue(str(name), 1);
                 t.beginGroup(str(name));
                 t.setValue(str("k"), 2);
                 t.endGroup();
             }
         });
+    addRow("noncharacters", { str("\xef\xb7\x90@=QString \xef\xb7\x90@") },
+        [](Target& t) { t.setValue(str("\xef\xb7\x90@"), str("\xef\xb7\x90@")); });
     addRow("a group that looks like an array", { str("G/size=int 2"), str("G/1/k=int 1") },
         [](Target& t) {
             t.beginGroup(str("G"));
@@ -251,9 +267,11 @@ QVariantList valuesOfEveryType()
         qlonglong(-1) << 62, std::numeric_limits<qulonglong>::max(), QVariant(0.1f), 0.1, 1e300,
         1.0, HUGE_VAL, QString(), str("plain"), str("true"), str("80"), str("080"), str("@Rect(1)"),
         str("@"), str("@@list"), str(" blanks "), str("a, b; c=\"d\" \\ %41 {x}/y [z]"),
-        str("grüße \xe2\x82\xac \xf0\x9f\x98\x80 \xe2\x80\xa8"), nul, QString(QChar(0xd800)),
-        QString(5000, QLatin1Char('x')), QByteArray(), bytes, QRect(), QRect(-3, 4, 640, 480),
-        QVariantList{ str("root"), true, QByteArray("secret") }, QVariantList{ str("root"), false },
+        str("grüße \xe2\x82\xac \xf0\x9f\x98\x80 \xe2\x80\xa8"), nul, str("@@") + nul,
+        str("me@home @Variant(x)"), QString(QChar(0xd800)), QString(5000, QLatin1Char('x')),
+        QByteArray(), bytes, QByteArray("80"), QByteArray("packed:"), QRect(),
+        QRect(-3, 4, 640, 480), QVariantList{ str("root"), true, QByteArray("secret") },
+        QVariantList{ str("root"), false }, QVariantList{ str("80"), 80, QByteArray("80") },
         QVariantList{ str("a"), str("b") }, QVariantList{ str("a") }, QVariantList{ QVariant() },
         QVariantList(), QStringList(), QStringList{ str("a") },
         QStringList{ str("1"), str(""), str("a, b"), str("@list") },

@@ -56,13 +56,18 @@ public:
     ~NodeDB() override;
     Q_DISABLE_COPY_MOVE(NodeDB)
 
-    /** \name Nodes. Any thread. */
+    /**
+     * \name Nodes. Any thread; for IP devices while the database's thread does not change
+     * environments, the active user or proxies, which their values follow.
+     */
     ///@{
 
     /**
-     * Takes ownership of `node` and stores it under its id, replacing a node of that id; its
-     * acquire count, update lock and pending removal start anew. Emits nodeInserted(); a node that
-     * should persist sets the modified flag.
+     * Takes ownership of `node`, which has no parent and was made on this thread or the database's,
+     * and stores it under its id, replacing a node of that id; its acquire count, update lock and
+     * pending removal start anew. Emits nodeInserted(); a node that should persist sets the
+     * modified flag. A node that a database took before is left alone; one that cannot be stored,
+     * because this thread holds the lock, is deleted.
      */
     void insertNode(Node* node);
 
@@ -98,7 +103,8 @@ public:
     /**
      * Closes the bracket: `copy` becomes the node (ownership is taken) and nodeUpdated() is
      * emitted. Nothing happens for null. Must be called for every copy, even one that nothing was
-     * changed on.
+     * changed on, and once: a second time is refused. While this thread holds the lock the bracket
+     * stays open and the copy the caller's.
      */
     void endUpdateNode(Node* copy);
 
@@ -154,7 +160,7 @@ public:
     void removeAllNodeRelations(const QString& id);
 
     ///@}
-    /** \name The store. */
+    /** \name The store. The database's thread. */
     ///@{
 
     /**

@@ -24,6 +24,7 @@ private slots:
     void plainValuesStayReadableForQSettings();
     void foreignOddities_data();
     void foreignOddities();
+    void filesOfOneSizeAreNotConfused();
 
 private:
     void writeFile(const QByteArray& content)
@@ -119,9 +120,26 @@ void TestSettingsDestination::foreignOddities_data()
         << QByteArray("k=v\nl=@Variant(\\0\\0\\0\\xff)\n") << lines("k=QString v") << true;
     QTest::newRow("nested without end") << "k=v\n" + QByteArray("g\\").repeated(100000) + "k=v\n"
                                         << lines("k=QString v") << true;
-    QTest::newRow("a variant nested without end")
-        << "k=v\nl=\"@Variant(" + QByteArray("\\0\\0\\0\\t\\0\\0\\0\\x1").repeated(100000) + ")\"\n"
-        << lines("k=QString v") << true;
+    QTest::newRow("parts without a name")
+        << QByteArray("=x\n[A]\nk=v\nb\\\\k=w\n") << lines("A/k=QString v") << true;
+    QTest::newRow("marks in names and texts")
+        << QByteArray("a@b=me@home\n[A@\\x40]\n@k=@Rect(1 2)\n")
+        << lines("a@b=QString me@home|A@/x40/@k=QString @Rect(1 2)") << false;
+    for (const char* start :
+        { "@Variant", "\\x40Variant", "\\100Variant", "@\\qVariant", "x\", @\"Variant" }) {
+        const QByteArray nested = QByteArray("\\0\\0\\0\\t\\0\\0\\0\\x1").repeated(100000);
+        QTest::addRow("nested without end: %s", start)
+            << "k=v\nl=\"" + QByteArray(start) + '(' + nested + ")\"\n"
+            << lines("k=QString v") << true;
+    }
+}
+
+void TestSettingsDestination::filesOfOneSizeAreNotConfused()
+{
+    for (int i = 0; i < 100; ++i) {
+        writeFile(QByteArray("k=") + char('a' + i % 26) + '\n');
+        QCOMPARE(open()->value(QStringLiteral("k")).toString(), QString(QChar('a' + i % 26)));
+    }
 }
 
 void TestSettingsDestination::foreignOddities()
