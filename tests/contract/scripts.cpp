@@ -78,6 +78,10 @@ void addArrayScripts()
             t.sync();
             fill(t, "A", 0, 0, "x", 2);
         });
+}
+
+void addOddArrayScripts()
+{
     addRow("names like escapes",
         { str("A/x40/k=int 2"), str("A#101"), str("A[63]/k=int 1"), str("A[64]/k=int 1"),
             str("A[99]/k=int 3"), str("A[100]/k=int 3") },
@@ -173,6 +177,7 @@ void addScripts()
     QTest::addColumn<Script>("script");
     QTest::addColumn<QStringList>("tree");
     addArrayScripts();
+    addOddArrayScripts();
     addRemovalScripts();
     addRow("one name thrice", { str("N=int 1"), str("N/k=int 2"), str("N#1"), str("N[0]/k=int 3") },
         [](Target& t) {

@@ -105,27 +105,10 @@ std::optional<Neighbour> read(const QByteArray& bytes)
     return readNeighbour(reinterpret_cast<const nlmsghdr*>(heap.get()));
 }
 
-} // namespace
+// Scripts of what the kernel says, and what is told of it.
 
-class TestNeighbourTable : public QObject
+void addComings()
 {
-    Q_OBJECT
-
-private slots:
-    void tellsWhatBecomesOfDevices_data();
-    void tellsWhatBecomesOfDevices();
-    void asksARouterOnceForManyAddresses();
-    void readsMessages();
-    void survivesMessagesThatLie();
-    void sweepsTheHostsOfASubnet_data();
-    void sweepsTheHostsOfASubnet();
-};
-
-void TestNeighbourTable::tellsWhatBecomesOfDevices_data()
-{
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<QString>("told");
-
     QTest::newRow("nothing before the listing ends") << "list;10.0.0.5 a reachable;10.0.0.6 b stale"
                                                      << "";
     QTest::newRow("new, refreshed, gone")
@@ -151,6 +134,10 @@ void TestNeighbourTable::tellsWhatBecomesOfDevices_data()
     QTest::newRow("silent on IPv4 is not moved to IPv6, but to the next IPv4 address")
         << "list;10.0.0.5 a stale;fe80::5 a stale;end;10.0.0.5 - failed;+9000;10.0.0.7 a stale"
         << "new 10.0.0.5 a;changed 10.0.0.7 a";
+}
+
+void addMoves()
+{
     QTest::newRow("moved: the old address fails")
         << "list;10.0.0.5 a stale;end;+3000;10.0.0.9 a stale;10.0.0.5 a probe;+3000;10.0.0.5 - "
            "failed;+9000;10.0.0.9 - failed"
@@ -183,6 +170,10 @@ void TestNeighbourTable::tellsWhatBecomesOfDevices_data()
         << "list;10.0.0.5 a permanent;10.0.0.9 a reachable;end;10.0.0.9 a probe;10.0.0.9 a "
            "reachable;del 10.0.0.5 a;del 10.0.0.9 a"
         << "ask 10.0.0.9;new 10.0.0.5 a;ask 10.0.0.9;gone 10.0.0.5 a";
+}
+
+void addChoices()
+{
     QTest::newRow("questions keep a pause") << "list;end;10.0.0.5 a stale;10.0.0.9 a stale;+1900"
                                             << "new 10.0.0.5 a";
     QTest::newRow("and are asked after it")
@@ -213,6 +204,32 @@ void TestNeighbourTable::tellsWhatBecomesOfDevices_data()
     QTest::newRow("a second listing shows what went unnoticed")
         << "list;10.0.0.5 a stale;10.0.0.6 b stale;end;list;10.0.0.6 b stale;10.0.0.7 c stale;end"
         << "new 10.0.0.5 a;new 10.0.0.6 b;new 10.0.0.7 c;gone 10.0.0.5 a";
+}
+
+} // namespace
+
+class TestNeighbourTable : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void tellsWhatBecomesOfDevices_data();
+    void tellsWhatBecomesOfDevices();
+    void asksARouterOnceForManyAddresses();
+    void readsMessages();
+    void survivesMessagesThatLie();
+    void sweepsTheHostsOfASubnet_data();
+    void sweepsTheHostsOfASubnet();
+};
+
+void TestNeighbourTable::tellsWhatBecomesOfDevices_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QString>("told");
+
+    addComings();
+    addMoves();
+    addChoices();
 }
 
 void TestNeighbourTable::tellsWhatBecomesOfDevices()
