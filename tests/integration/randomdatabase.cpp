@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "integration/randomdatabase.h"
 
+#include "discovery/nodehintipdevice.h"
 #include "environments/environments.h"
 #include "environments/globalnetworkproxy.h"
 #include "nodestore/nodedb.h"
@@ -109,6 +110,7 @@ void RandomDatabase::fillNodes()
         db->insertNode(node);
         count("plain nodes");
     }
+    fillShipped();
     for (const QString& id : db->nodeIdList()) {
         Node* const copy = db->beginUpdateNode(id, 0);
         copy->setName(someText());
@@ -122,6 +124,26 @@ void RandomDatabase::fillNodes()
         count(copy->shouldPersist() ? "nodes that persist" : "nodes that do not");
         db->endUpdateNode(copy);
     }
+}
+
+/** Nodes of the drivers that are shipped, made as discovery makes them. */
+void RandomDatabase::fillShipped()
+{
+    NodeDB* const db = NodeDB::getDB();
+    NodeHintIPDevice camera;
+    camera.setNodeType(eIPCameraNode);
+    camera.setHostAddress(QStringLiteral("10.1.%1.%2").arg(number(254)).arg(number(254)));
+    camera.setUser(someText());
+    camera.setPassword(someText());
+    camera.setSavePassword(chance());
+    db->newNodeHint(camera);
+    NodeHintIPDevice folder;
+    folder.setNodeType(eRecordingFolderNode);
+    folder.setSecondText(someText());
+    folder.setThirdText(QStringLiteral("of ") + someText());
+    db->newNodeHint(folder);
+    count("cameras of the shipped driver", int(db->nodeIdList(eIPCameraNode).size()));
+    count("recording folders", int(db->nodeIdList(eRecordingFolderNode).size()));
 }
 
 void RandomDatabase::fillDevice(const QString& id)

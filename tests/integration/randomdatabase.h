@@ -26,13 +26,14 @@ private:
     bool chance() { return number(1) == 1; }
     QString someText();
     QString someId(int index);
-    void count(const char* what) { ++m_coverage[QString::fromLatin1(what)]; }
+    void count(const char* what, int times = 1) { m_coverage[QString::fromLatin1(what)] += times; }
 
     void fillEnvironments();
     void fillSettings();
     void fillProxy();
     void fillNodes();
     void fillDevice(const QString& id);
+    void fillShipped();
     void fillRelations();
 
     std::mt19937 m_random;

@@ -9,6 +9,8 @@
 #include "shared/fakenode.h"
 #include "shared/logcapture.h"
 
+#include "platform/pluginloader.h"
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QProcess>
@@ -158,6 +160,7 @@ void TestRoundTrip::everythingComesBack()
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
+    tq::plugin::Loader::instance().addFolder(QStringLiteral(PLUGIN_FOLDER));
     if (application.arguments().contains(QStringLiteral("--answer")))
         return answerForStores();
     TestRoundTrip test;
