@@ -189,11 +189,64 @@ const std::vector<Named>& otherOperations()
     return list;
 }
 
+/** What is left: the other forms of operations, and the settings that announce nothing. */
+const std::vector<Named>& quietOperations()
+{
+    static const std::vector<Named> list{
+        { "other queries",
+            [](NodeDB& db) {
+                const QList<ENodeType> types{ tst::k_plainType };
+                QString id;
+                db.isModified();
+                db.search(tst::k_plainType);
+                db.nodeIdList(&types, true);
+                db.alreadyKnown(hintOf("plain"), id);
+                db.nodeDriver(tst::k_plainType);
+                db.readableNodeTypeName(tst::k_plainType);
+            } },
+        { "probe", [](NodeDB& db) { db.probe(hintOf("probed")); } },
+        { "scanners by set",
+            [](NodeDB& db) {
+                db.startScanners(std::set<std::string>{ "fake" }, 0, 0);
+                db.stopScanners(std::set<std::string>{});
+            } },
+        { "setGlobalRecordingFolderUserAndPassword",
+            [](NodeDB& db) { db.setGlobalRecordingFolderUserAndPassword(text("r"), text("s")); } },
+        { "transponder",
+            [](NodeDB& db) {
+                db.setDefaultRecordingTransponderIP(text("h"));
+                db.setDefaultRecordingTransponderPort(1);
+                db.setDefaultRecordingTransponderSsl(true);
+                db.setDefaultRecordingTransponderPath(text("p"));
+                db.setDefaultRecordingTransponderPreviewMode(EPreviewType(1));
+                db.setDefaultRecordingTransponderFramerate(2);
+                db.setDefaultRecordingTransponderQuality(3);
+                db.setDefaultRecordingTransponderResolutionX(4);
+                db.setDefaultRecordingTransponderResolutionY(5);
+                db.setDefaultRecordingTransponderSound(true);
+                db.setDefaultRecordingTransponderUserAndPassword(text("u"), text("p"), true);
+            } },
+        { "settings read",
+            [](NodeDB& db) {
+                db.activeUser();
+                db.activeEnvironment();
+                db.bandwidth();
+                db.globalUser();
+                db.globalPassword();
+                db.globalRecordingFolderPath();
+                db.globalRecordingFolderUser();
+                db.globalRecordingFolderPassword();
+            } },
+    };
+    return list;
+}
+
 /** Returns all of them; the last one ends the database. */
 const std::vector<Named>& operations()
 {
     static const std::vector<Named> list = [] {
         std::vector<Named> all = nodeOperations();
+        all.insert(all.end(), quietOperations().begin(), quietOperations().end());
         all.insert(all.end(), otherOperations().begin(), otherOperations().end());
         return all;
     }();
