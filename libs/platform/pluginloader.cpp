@@ -209,6 +209,16 @@ QList<ComponentInfo> Loader::components() const
     return result;
 }
 
+void Loader::setOption(const QString& name, const QString& value)
+{
+    m_options.insert(name, value);
+}
+
+QString Loader::option(const QString& name) const
+{
+    return m_options.value(name);
+}
+
 QList<LoadError> Loader::loadErrors() const
 {
     return m_errors;
@@ -224,6 +234,7 @@ void Loader::clear()
 {
     m_entries.clear();
     m_errors.clear();
+    m_options.clear();
 }
 
 } // namespace tq::plugin

@@ -6,6 +6,7 @@
 #include "platform/platform_export.h"
 #include "platform/smart.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -84,11 +85,22 @@ public:
     /** Returns what is known of all components, in their order, loading none. */
     QList<ComponentInfo> components() const;
 
+    /**
+     * Sets what a component asks for by `name`: "component/key", such as "dnssd/serviceTypes". The
+     * program sets options before it starts the component; each says which it knows. clear()
+     * forgets them.
+     */
+    void setOption(const QString& name, const QString& value);
+
+    /** Returns the option of that name; empty when it was not set. */
+    QString option(const QString& name) const;
+
     /** Returns every failure since the last clear(), oldest first. Each was logged at level 2 as
      * well. */
     QList<LoadError> loadErrors() const;
 
-    /** Forgets all components and errors. Objects of libraries are deleted with their last handle.
+    /** Forgets all components, options and errors. Objects of libraries are deleted with their last
+     * handle.
      */
     void clear();
 
@@ -100,6 +112,7 @@ private:
     struct Entry;
     QList<std::shared_ptr<Entry>> m_entries;
     QList<LoadError> m_errors;
+    QHash<QString, QString> m_options;
 };
 
 } // namespace tq::plugin

@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+// Before <concepts>, which moc cannot read as the first header of all.
+#include <cstddef>
+
 #include <compare>
 #include <concepts>
-#include <cstddef>
 #include <memory>
 #include <type_traits>
 #include <utility>
