@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-#include "drivers/ipcamera/hintfacts_p.h"
+#include "parts/hintfacts.h"
 
 #include "discovery/nodehintfromarp.h"
 #include "discovery/nodehintfrombonjour.h"
@@ -53,6 +53,19 @@ void take(const SServiceInfo& record, HintFacts& facts)
         facts.name = record.serviceName;
 }
 
+void take(const NodeHintIPDevice& device, HintFacts& facts)
+{
+    facts.address = device.hostAddress().trimmed();
+    if (device.furtherValue() == eWSDiscoveryService) {
+        facts.service = eWSDiscoveryService;
+        facts.serviceUrl = QUrl(device.thirdText(), QUrl::StrictMode);
+        facts.endpoints = { { device.port(), device.ssl() } };
+    } else {
+        facts.service = eManualService;
+        facts.endpoints = endpointsOf(device);
+    }
+}
+
 } // namespace
 
 HintFacts factsOf(const NodeHint& hint)
@@ -67,9 +80,7 @@ HintFacts factsOf(const NodeHint& hint)
     } else if (const auto* const record = dynamic_cast<const NodeHintFromBonjour*>(&hint)) {
         take(*record, facts);
     } else if (const auto* const entered = dynamic_cast<const NodeHintIPDevice*>(&hint)) {
-        facts.address = entered->hostAddress().trimmed();
-        facts.endpoints = endpointsOf(*entered);
-        facts.service = eManualService;
+        take(*entered, facts);
     }
     return facts;
 }

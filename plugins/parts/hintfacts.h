@@ -8,6 +8,7 @@
 
 #include <QList>
 #include <QString>
+#include <QUrl>
 
 namespace tq {
 
@@ -29,12 +30,15 @@ struct HintFacts
     QString name;
     QString model;
     QList<Endpoint> endpoints; ///< where to look for the device, the likeliest first; one at least
+    QUrl serviceUrl; ///< of the device's own web service, where the hint names it
     ENodeCreationService service = eUnknownService;
 };
 
 /**
- * Returns what `hint` says. A device entered by hand with the port 80 and without SSL, as in a new
- * hint, may be on either usual port; with SSL alone it is on 443; otherwise on the very port.
+ * Returns what `hint` says. A NodeHintIPDevice whose further value is eWSDiscoveryService comes
+ * from WS-Discovery and has the URL of its service as third text; any other one was entered by
+ * hand. A device entered by hand with the port 80 and without SSL, as in a new hint, may be on
+ * either usual port; with SSL alone it is on 443; otherwise on the very port.
  */
 HintFacts factsOf(const NodeHint& hint);
 

@@ -5,10 +5,9 @@
 #include "drivers/ipcamera/devicepage_p.h"
 #include "drivers/ipcamera/ipcameranode.h"
 #include "drivers/ipcamera/webprobe_p.h"
+#include "parts/devicehints.h"
 
-#include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
-#include "nodestore/nodedb.h"
 
 #include "platform/logline.h"
 
@@ -55,57 +54,12 @@ QNetworkProxy proxyOf(const NodeHint& hint)
         QNetworkProxy::HttpProxy, proxy.proxyAddress(), quint16(proxy.proxyPort()));
 }
 
-QString idOf(const HintFacts& facts, const Endpoint& endpoint)
-{
-    if (facts.mac.isEmpty())
-        return QStringLiteral("ip:%1:%2").arg(facts.address.toLower()).arg(endpoint.port);
-    return QStringLiteral("mac:") + facts.mac.toString().remove(QLatin1Char(':')).toLower();
-}
-
-/** The name a person gave, else the device's own title, else what the scanner calls it. */
-QString nameOf(const HintFacts& facts, const QString& title)
-{
-    const bool isGiven = facts.service == eManualService && !facts.name.isEmpty();
-    if (!isGiven && !title.isEmpty())
-        return title;
-    return facts.name.isEmpty() ? facts.address : facts.name;
-}
-
 QString modelOf(const HintFacts& facts, const WebProbe::Answer& answer)
 {
     QStringList parts{ facts.model, answer.server, answer.title };
     parts.removeAll(QString());
     parts.removeDuplicates();
     return parts.join(QStringLiteral(", "));
-}
-
-void takeEnteredData(IPCameraNode& node, const NodeHintIPDevice& hint)
-{
-    if (!hint.user().isEmpty()) {
-        const QString person = NodeDB::getDB()->activeUser();
-        node.setLoginForApplicationUser(person, hint.user(), hint.password(), hint.savePassword());
-    }
-    hint.proxy().deepCopy(&node.proxy());
-}
-
-void describe(IPCameraNode& node, const NodeHint& hint, const HintFacts& facts,
-    const WebProbe::Answer& answer)
-{
-    node.setHostAddress(facts.address);
-    node.setPort(answer.endpoint.port);
-    node.setSsl(answer.endpoint.ssl);
-    node.setMac(facts.mac);
-    node.setName(nameOf(facts, answer.title));
-    node.setModelInfo(modelOf(facts, answer));
-    node.setCreationService(facts.service);
-    node.setShouldPersist(true);
-    if (const auto* const entered = dynamic_cast<const NodeHintIPDevice*>(&hint))
-        takeEnteredData(node, *entered);
-    if (const auto* const record = dynamic_cast<const NodeHintFromBonjour*>(&hint)) {
-        node.setServiceName(record->serviceName);
-        node.setFullName(record->fullName);
-        node.setBonjourAvailable(record->isAvailable != 0);
-    }
 }
 
 } // namespace
@@ -214,16 +168,11 @@ NodeID IPCameraDriver::createNodeFromHint(const NodeHint& hint)
     const std::unique_ptr<WebProbe::Answer> said(d->answers.take(keyOf(facts)));
     const WebProbe::Answer answer =
         said ? *said : WebProbe::Answer{ facts.endpoints.first(), {}, {} };
-    const QString id = idOf(facts, answer.endpoint);
-    NodeDB* const db = NodeDB::getDB();
-    if (!db->node(id).null()) {
-        logLine(Log::eSurvived, "There is a node with this id already: ", id);
-        return QString();
-    }
-    auto node = std::make_unique<IPCameraNode>(id);
-    describe(*node, hint, facts, answer);
-    db->insertNode(node.release());
-    return id;
+    auto node = std::make_unique<IPCameraNode>(deviceId(facts, answer.endpoint.port));
+    describe(*node, hint, answer.endpoint);
+    node->setName(deviceName(facts, answer.title));
+    node->setModelInfo(modelOf(facts, answer));
+    return insertDevice(std::move(node), hint);
 }
 
 } // namespace tq

@@ -31,7 +31,8 @@ public:
     QString readableNodeTypeName(ENodeType type) override;
     Node* createNode(ENodeType type) override;
 
-    /** Refuses, with a level 2 log line, a hint without an address and one whose id is taken. */
+    /** Refuses, with a level 2 log line, a hint without an address. A device that has a node by now
+     * gives that one's id. */
     NodeID createNodeFromHint(const NodeHint& hint) override;
     int probe(int requestId, const NodeHint& hint) override;
     QtSignal probeFinishedSignal() override;

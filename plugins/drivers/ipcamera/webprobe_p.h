@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "drivers/ipcamera/hintfacts_p.h"
+#include "parts/hintfacts.h"
 
 #include <QNetworkProxy>
 #include <QObject>
