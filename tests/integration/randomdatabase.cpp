@@ -99,7 +99,8 @@ void RandomDatabase::fillProxy()
 void RandomDatabase::fillNodes()
 {
     NodeDB* const db = NodeDB::getDB();
-    for (int i = 0, most = 2 + number(6); i < most; ++i) {
+    const int most = 2 + number(6);
+    for (int i = 0; i < most; ++i) {
         const QString id = someId(i);
         if (chance()) {
             fillDevice(id);
@@ -110,6 +111,7 @@ void RandomDatabase::fillNodes()
         db->insertNode(node);
         count("plain nodes");
     }
+    fillStorage(someId(most));
     fillShipped();
     for (const QString& id : db->nodeIdList()) {
         Node* const copy = db->beginUpdateNode(id, 0);
@@ -124,6 +126,26 @@ void RandomDatabase::fillNodes()
         count(copy->shouldPersist() ? "nodes that persist" : "nodes that do not");
         db->endUpdateNode(copy);
     }
+}
+
+void RandomDatabase::fillStorage(const QString& id)
+{
+    auto* const storage = new StorageNode(id);
+    storage->setHostAddress(someText());
+    for (int i = number(4); i > 0; --i)
+        storage->addLocalUser(QString::number(i) + someText(), someText(), chance());
+    for (int i = number(4); i > 0; --i) {
+        const QString share = QString::number(i) + someText();
+        storage->addShare(share, someText(), someText());
+        for (const QString& user : storage->userNames()) {
+            storage->setAccessRights(share, user, NASDeviceNode::EAccess(number(2)));
+            count("rights on shares");
+        }
+    }
+    storage->setFloatProperty(QStringLiteral("TotalCapacity"), float(number(1000)) / 7.0F);
+    storage->setBoolProperty(QStringLiteral("UPSAvailable"), chance());
+    NodeDB::getDB()->insertNode(storage);
+    count("network storages");
 }
 
 /** Nodes of the drivers that are shipped, made as discovery makes them. */

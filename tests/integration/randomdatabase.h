@@ -33,6 +33,7 @@ private:
     void fillProxy();
     void fillNodes();
     void fillDevice(const QString& id);
+    void fillStorage(const QString& id);
     void fillShipped();
     void fillRelations();
 

@@ -25,6 +25,8 @@ namespace {
 
 constexpr int k_databases = 500;
 constexpr unsigned k_seed = 20261123;
+const QMap<int, int> k_types{ { tst::k_plainType, 1 }, { tst::k_deviceType, 1 },
+    { tst::k_storageType, 1 } };
 const QString k_suffix = QStringLiteral(".calls");
 
 bool savesAll(int index)
@@ -60,8 +62,7 @@ QByteArray printed(const QStringList& calls)
 int answerForStores()
 {
     tst::LogCapture log(Log::eNothing);
-    tst::FakeDriver driver(
-        QStringLiteral("fake"), { { tst::k_plainType, 1 }, { tst::k_deviceType, 1 } });
+    tst::FakeDriver driver(QStringLiteral("fake"), k_types);
     QFile input;
     if (!input.open(stdin, QIODevice::ReadOnly))
         return 1;
@@ -123,8 +124,7 @@ void TestRoundTrip::writeDatabase(int index)
 void TestRoundTrip::everythingComesBack()
 {
     tst::LogCapture log(Log::eNothing);
-    tst::FakeDriver driver(
-        QStringLiteral("fake"), { { tst::k_plainType, 1 }, { tst::k_deviceType, 1 } });
+    tst::FakeDriver driver(QStringLiteral("fake"), k_types);
     for (int i = 0; i < k_databases; ++i) {
         writeDatabase(i);
         if (QTest::currentTestFailed())

@@ -62,6 +62,8 @@ tq::Node* FakeDriver::createNode(tq::ENodeType type)
     called();
     if (type == k_plainType)
         return new PlainNode(QString());
+    if (type == k_storageType)
+        return new StorageNode(QString());
     return new DeviceNode(QString(), QString(), type);
 }
 

@@ -78,4 +78,36 @@ void DeviceNode::fillHint(tq::NodeHint& hint) const
     hint.setName(name());
 }
 
+StorageNode::StorageNode(const QString& id) : NASDeviceNode(k_storageType, id)
+{
+    setShouldPersist(true);
+}
+
+tq::Node* StorageNode::clone() const
+{
+    auto* const copy = new StorageNode(id());
+    deepCopy(copy);
+    return copy;
+}
+
+void StorageNode::updateFromHint(const tq::NodeHint& hint)
+{
+    setModelInfo(hint.secondText());
+}
+
+void StorageNode::fillHint(tq::NodeHint& hint) const
+{
+    hint.setName(name());
+}
+
+QString StorageNode::shareUrl(const QString& shareName) const
+{
+    return existsShare(shareName) ? QStringLiteral("smb://storage.test/") + shareName : QString();
+}
+
+float StorageNode::freeSpace() const
+{
+    return floatProperty(QStringLiteral("FreeCapacity"), 0);
+}
+
 } // namespace tst

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "devices/ipdevicenode.h"
+#include "devices/nasdevicenode.h"
 #include "devices/userandpasswordnodeproperty.h"
 
 #include <functional>
@@ -12,6 +12,7 @@ namespace tst {
 /** Node types of the fakes. */
 constexpr auto k_plainType = tq::ENodeType(7);
 constexpr auto k_deviceType = tq::ENodeType(8);
+constexpr auto k_storageType = tq::ENodeType(9);
 
 /** A node that is no device, with a login property. Its hooks can be replaced to misbehave. */
 class PlainNode : public tq::Node
@@ -46,6 +47,21 @@ public:
     tq::Node* clone() const override;
     void updateFromHint(const tq::NodeHint& hint) override;
     void fillHint(tq::NodeHint& hint) const override;
+};
+
+/** A network storage at storage.test. */
+class StorageNode : public tq::NASDeviceNode
+{
+    Q_OBJECT
+
+public:
+    explicit StorageNode(const QString& id);
+
+    tq::Node* clone() const override;
+    void updateFromHint(const tq::NodeHint& hint) override;
+    void fillHint(tq::NodeHint& hint) const override;
+    QString shareUrl(const QString& shareName) const override;
+    float freeSpace() const override;
 };
 
 } // namespace tst

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 // Out-of-line destructors give each interface one vtable in this library: checked casts work
 // between libraries.
+#include "discovery/idevicereader.h"
 #include "discovery/inodedrivercomponent.h"
 #include "discovery/inodescanner.h"
 
@@ -38,6 +39,8 @@ const IInterface* INodeDriverComponent::getInterface(const std::string& name) co
 {
     return const_cast<INodeDriverComponent*>(this)->getInterface(name);
 }
+
+IDeviceReader::~IDeviceReader() = default;
 
 INodeScanner::~INodeScanner() = default;
 
