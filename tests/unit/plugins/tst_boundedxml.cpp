@@ -1,0 +1,200 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "parts/boundedxml.h"
+
+#include <QStringEncoder>
+#include <QTest>
+
+using namespace tq;
+
+namespace {
+
+const QString k_greeting = QString::fromUtf8("Gr\u00fc\u00dfe \U0001F600");
+
+QByteArray declared(const char* encoding, const QString& text = k_greeting)
+{
+    return QStringLiteral("<?xml version='1.0' encoding='%1'?><a>%2</a>")
+        .arg(QLatin1String(encoding), text)
+        .toUtf8();
+}
+
+QByteArray inUtf16(const QByteArray& utf8, QStringConverter::Encoding encoding, bool hasMark)
+{
+    QStringEncoder encoder(
+        encoding, hasMark ? QStringConverter::Flag::WriteBom : QStringConverter::Flag::Default);
+    return encoder(QString::fromUtf8(utf8));
+}
+
+QByteArray nested(int depth)
+{
+    return QByteArrayLiteral("<a>").repeated(depth) + QByteArrayLiteral("</a>").repeated(depth);
+}
+
+QByteArray inRoot(const QByteArray& content)
+{
+    return "<a>" + content + "</a>";
+}
+
+QByteArray withAttributes(int count)
+{
+    QByteArray result = "<a";
+    for (int i = 0; i < count; ++i)
+        result += " b" + QByteArray::number(i) + "=''";
+    return result + "/>";
+}
+
+} // namespace
+
+class TestBoundedXml : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void buildsATree();
+    void readsItsEncodings_data();
+    void readsItsEncodings();
+    void refuses_data();
+    void refuses();
+    void readsUpToItsBounds_data();
+    void readsUpToItsBounds();
+    void survivesEveryTruncation_data();
+    void survivesEveryTruncation();
+};
+
+void TestBoundedXml::buildsATree()
+{
+    QString error = QStringLiteral("old");
+    const auto root = readBoundedXml("<?xml version='1.0'?><!-- x --><s:A xmlns:s='urn:s' "
+                                     "xmlns='urn:d'> one<B>&lt;&#x41;<![CDATA[&B;]]> </B>"
+                                     "<C><E>deep</E></C><s:D/><?x y?>two\n<E>flat</E></s:A>",
+        &error);
+    QVERIFY2(root, qPrintable(error));
+    QVERIFY(error.isEmpty());
+    QCOMPARE(root->ns + root->name, QStringLiteral("urn:sA"));
+    QCOMPARE(root->text, QStringLiteral("onetwo"));
+    QCOMPARE(root->children.size(), 4);
+    QCOMPARE(root->child(u"B")->ns, QStringLiteral("urn:d"));
+    QCOMPARE(root->child(u"B")->text, QStringLiteral("<A&B;"));
+    QCOMPARE(root->child(u"D")->ns, QStringLiteral("urn:s"));
+    QCOMPARE(root->child(u"E")->text, QStringLiteral("flat"));
+    QCOMPARE(root->find(u"E")->text, QStringLiteral("deep"));
+    QVERIFY(!root->child(u"s:D") && !root->find(u"A") && !root->find(u"F"));
+}
+
+void TestBoundedXml::readsItsEncodings_data()
+{
+    constexpr auto k_little = QStringConverter::Utf16LE;
+    constexpr auto k_big = QStringConverter::Utf16BE;
+    const QByteArray bare = inRoot(k_greeting.toUtf8());
+    QTest::addColumn<QByteArray>("document");
+    QTest::newRow("nothing said") << bare;
+    QTest::newRow("a mark") << "\xef\xbb\xbf" + bare;
+    QTest::newRow("UTF-8 declared") << declared("utf-8");
+    QTest::newRow("UTF-8 declared, a mark") << "\xef\xbb\xbf" + declared("UTF-8");
+    QTest::newRow("Latin declared")
+        << "<?xml version='1.0' encoding='iso-8859-1'?>" + inRoot(k_greeting.left(5).toLatin1());
+    QTest::newRow("little, nothing said") << inUtf16(bare, k_little, false);
+    QTest::newRow("little, a mark") << inUtf16(bare, k_little, true);
+    QTest::newRow("little, declared") << inUtf16(declared("UTF-16"), k_little, true);
+    QTest::newRow("big, nothing said") << inUtf16(bare, k_big, false);
+    QTest::newRow("big, a mark") << inUtf16(bare, k_big, true);
+    QTest::newRow("big, declared") << inUtf16(declared("UTF-16BE"), k_big, false);
+}
+
+void TestBoundedXml::readsItsEncodings()
+{
+    QFETCH(const QByteArray, document);
+    QString error;
+    const auto root = readBoundedXml(document, &error);
+    QVERIFY2(root, qPrintable(error));
+    QCOMPARE(root->text, document.contains("8859") ? k_greeting.left(5) : k_greeting);
+}
+
+void TestBoundedXml::refuses_data()
+{
+    const QByteArray entity = "<!DOCTYPE a [<!ENTITY b 'bbb'>]>";
+    QTest::addColumn<QByteArray>("document");
+    QTest::newRow("nothing") << QByteArray();
+    QTest::newRow("no XML") << QByteArray("hello");
+    QTest::newRow("a document type") << QByteArray("<!DOCTYPE a><a/>");
+    QTest::newRow("an entity of its own") << entity + "<a>&b;</a>";
+    QTest::newRow("a file") << QByteArray("<!DOCTYPE a SYSTEM '/dev/zero'><a/>");
+    QTest::newRow("an unknown entity") << inRoot("&b;");
+    QTest::newRow("an unknown entity in an attribute") << QByteArray("<a b='&c;'/>");
+    QTest::newRow("an unknown prefix") << QByteArray("<a:b/>");
+    QTest::newRow("two roots") << QByteArray("<a/><a/>");
+    QTest::newRow("bytes after the end") << QByteArray("<a/>\0\0", 6);
+    for (const char character : { '\0', '\x01', '\x0b', '\x1b' })
+        QTest::addRow("character %d", character) << inRoot(QByteArray(1, character));
+    QTest::newRow("a reference to a null") << inRoot("&#0;");
+    QTest::newRow("a reference to a surrogate") << inRoot("&#xd800;");
+    QTest::newRow("a reference beyond all") << inRoot("&#x100000041;");
+    QTest::newRow("no UTF-8") << inRoot("\xff\xfe");
+    QTest::newRow("half a character") << inRoot("\xc3");
+    QTest::newRow("a bracket in two bytes") << inRoot("\xc0\xbc");
+    QTest::newRow("declared UTF-16, written in bytes") << declared("UTF-16");
+    for (const char* const name : { "UTF-8", "ISO-8859-1", "US-ASCII", "UTF-16BE", "UTF-32" })
+        QTest::addRow("declared %s, written in UTF-16LE", name)
+            << inUtf16(declared(name), QStringConverter::Utf16LE, true);
+    for (const char* const name : { "UTF-7", "EBCDIC-CP-US", "windows-1252", "x", "", "\x1b[2J" })
+        QTest::addRow("declared %s", name) << declared(name, QStringLiteral("a"));
+    QTest::newRow("half a UTF-16 character") << inUtf16("<a>", QStringConverter::Utf16LE, false)
+            + QByteArray("\x00\xd8", 2) + inUtf16("</a>", QStringConverter::Utf16LE, false);
+    QTest::newRow("too large") << inRoot(QByteArray(64 * 1024 - 6, 'b'));
+    QTest::newRow("too deep") << nested(33);
+    QTest::newRow("bottomless") << QByteArrayLiteral("<a>").repeated(20000);
+    QTest::newRow("too many elements") << inRoot(QByteArrayLiteral("<a/>").repeated(2000));
+    QTest::newRow("too many attributes") << withAttributes(251);
+    QTest::newRow("a name without end") << "<" + QByteArray(65000, 'a');
+    QTest::newRow("an entity without end") << inRoot("&" + QByteArray(65000, 'a') + ";");
+}
+
+void TestBoundedXml::refuses()
+{
+    QFETCH(const QByteArray, document);
+    QString error;
+    QVERIFY(!readBoundedXml(document, &error));
+    QVERIFY(!error.isEmpty());
+    QVERIFY(error.size() <= 200);
+    QVERIFY(!readBoundedXml(document, nullptr));
+}
+
+void TestBoundedXml::readsUpToItsBounds_data()
+{
+    QTest::addColumn<QByteArray>("document");
+    QTest::newRow("size") << inRoot(QByteArray(64 * 1024 - 7, 'b'));
+    QTest::newRow("depth") << nested(32);
+    QTest::newRow("elements") << inRoot(QByteArrayLiteral("<a/>").repeated(1999));
+    QTest::newRow("attributes") << withAttributes(250);
+}
+
+void TestBoundedXml::readsUpToItsBounds()
+{
+    QFETCH(const QByteArray, document);
+    QString error;
+    QVERIFY2(readBoundedXml(document, &error), qPrintable(error));
+}
+
+void TestBoundedXml::survivesEveryTruncation_data()
+{
+    const QByteArray whole = "<?xml version='1.0' encoding='%1'?><a b='&lt;&#x41;' xmlns:c='d'>"
+                             "<c:e><![CDATA[f]]></c:e><!-- g --><?h i?>\xc3\xbc&amp;</a>";
+    QTest::addColumn<QByteArray>("document");
+    QTest::newRow("UTF-8") << QByteArray(whole).replace("%1", "UTF-8");
+    QTest::newRow("UTF-16") << inUtf16(
+        QByteArray(whole).replace("%1", "UTF-16"), QStringConverter::Utf16LE, true);
+}
+
+void TestBoundedXml::survivesEveryTruncation()
+{
+    QFETCH(const QByteArray, document);
+    QVERIFY(readBoundedXml(document, nullptr));
+    for (qsizetype size = 0; size < document.size(); ++size) {
+        // On a heap of its own: a sanitizer sees a read beyond it.
+        const QByteArray head(document.constData(), size);
+        QVERIFY2(!readBoundedXml(head, nullptr), qPrintable(QString::number(size)));
+    }
+}
+
+QTEST_GUILESS_MAIN(TestBoundedXml)
+#include "tst_boundedxml.moc"
