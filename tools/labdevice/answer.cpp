@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "labdevice/answer.h"
 
-#include "labdevice/site.h"
+#include "simulated/site/site.h"
 
 #include <QTcpSocket>
 #include <QTimer>
@@ -13,7 +13,7 @@ namespace {
 
 const qint64 k_longestRequest = 16384;
 
-QByteArray reply(const DeviceSpec& device, bool withPage)
+QByteArray reply(const tq::site::DeviceSpec& device, bool withPage)
 {
     const QString title = device.title.toHtmlEscaped();
     const QByteArray page = QStringLiteral("<!DOCTYPE html>\n<html><head><title>%1</title></head>"
@@ -34,7 +34,7 @@ void send(QTcpSocket* socket, const QByteArray& bytes)
     socket->disconnectFromHost();
 }
 
-void takeInput(QTcpSocket* socket, const DeviceSpec& device)
+void takeInput(QTcpSocket* socket, const tq::site::DeviceSpec& device)
 {
     const QByteArray request = socket->peek(k_longestRequest);
     if (request.size() == k_longestRequest)
@@ -48,7 +48,7 @@ void takeInput(QTcpSocket* socket, const DeviceSpec& device)
 
 } // namespace
 
-void answerRequest(QTcpSocket* socket, const DeviceSpec& device)
+void answerRequest(QTcpSocket* socket, const tq::site::DeviceSpec& device)
 {
     QObject::connect(
         socket, &QTcpSocket::readyRead, socket, [socket, device] { takeInput(socket, device); });

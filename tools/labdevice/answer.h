@@ -4,11 +4,13 @@
 
 class QTcpSocket;
 
+namespace tq::site {
+struct DeviceSpec;
+}
+
 namespace lab {
 
-struct DeviceSpec;
-
 /** Answers one HTTP request on @p socket with the device's page, after its delay, and hangs up. */
-void answerRequest(QTcpSocket* socket, const DeviceSpec& device);
+void answerRequest(QTcpSocket* socket, const tq::site::DeviceSpec& device);
 
 } // namespace lab

@@ -9,7 +9,7 @@
 
 namespace lab {
 
-Device::Device(const DeviceSpec& spec, const QSslConfiguration& certificate)
+Device::Device(const tq::site::DeviceSpec& spec, const QSslConfiguration& certificate)
     : m_spec(spec), m_certificate(certificate)
 {
 }
@@ -40,7 +40,7 @@ void Device::close()
 std::unique_ptr<QTcpServer> Device::makeServer()
 {
     std::unique_ptr<QTcpServer> server;
-    if (m_spec.answers == AnswerHttps) {
+    if (m_spec.answers == tq::site::AnswerHttps) {
         auto secure = std::make_unique<QSslServer>();
         secure->setSslConfiguration(m_certificate);
         server = std::move(secure);
@@ -56,7 +56,7 @@ void Device::welcome(QTcpServer* server)
 {
     while (QTcpSocket* socket = server->nextPendingConnection()) {
         connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-        if (m_spec.answers != AnswerSilence)
+        if (m_spec.answers != tq::site::AnswerSilence)
             answerRequest(socket, m_spec);
     }
 }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "labdevice/site.h"
+#include "simulated/site/site.h"
 
 #include <QObject>
 #include <QSslConfiguration>
@@ -21,10 +21,10 @@ class Device : public QObject
     Q_DISABLE_COPY_MOVE(Device)
 
 public:
-    Device(const DeviceSpec& spec, const QSslConfiguration& certificate);
+    Device(const tq::site::DeviceSpec& spec, const QSslConfiguration& certificate);
     ~Device() override;
 
-    const DeviceSpec& spec() const { return m_spec; }
+    const tq::site::DeviceSpec& spec() const { return m_spec; }
 
     /** Takes another address; who listens goes on at the old one until the next listen(). */
     void setAddress(const QHostAddress& address) { m_spec.address = address; }
@@ -39,7 +39,7 @@ private:
     std::unique_ptr<QTcpServer> makeServer();
     void welcome(QTcpServer* server);
 
-    DeviceSpec m_spec;
+    tq::site::DeviceSpec m_spec;
     QSslConfiguration m_certificate;
     std::vector<std::unique_ptr<QTcpServer>> m_servers;
 };

@@ -37,10 +37,10 @@ QString unknown(const QString& name)
 
 } // namespace
 
-Lab::Lab(const Site& site, const QSslConfiguration& certificate, const Place& place)
+Lab::Lab(const tq::site::Site& site, const QSslConfiguration& certificate, const Place& place)
     : m_near(place.near)
 {
-    for (const DeviceSpec& spec : site.devices)
+    for (const tq::site::DeviceSpec& spec : site.devices)
         m_entries.push_back({ std::make_unique<Device>(spec, certificate) });
     if (!place.link.isEmpty())
         m_segment.emplace(place.link);
@@ -52,7 +52,7 @@ void Lab::startAll(const Done& done)
 {
     const auto gathering = std::make_shared<Gathering>(m_entries.size(), done);
     for (int place = 0; place < static_cast<int>(m_entries.size()); ++place) {
-        const DeviceSpec& spec = m_entries[static_cast<size_t>(place)].device->spec();
+        const tq::site::DeviceSpec& spec = m_entries[static_cast<size_t>(place)].device->spec();
         const QString error = m_segment ? m_segment->add(place, spec) : QString();
         if (error.isEmpty())
             listenAndSpeak(place, [gathering](const QString& text) { gathering->take(text); });
@@ -90,11 +90,11 @@ void Lab::changeAddress(const QString& name, const QString& address, const Done&
     const int place = placeOf(name);
     if (place < 0)
         return done(unknown(name));
-    QList<DeviceSpec> all;
+    QList<tq::site::DeviceSpec> all;
     for (const Entry& entry : m_entries)
         all.append(entry.device->spec());
     const QHostAddress wanted(address);
-    const QString why = refusalOf(wanted, all);
+    const QString why = tq::site::refusalOf(wanted, all);
     if (!why.isEmpty())
         return done(QStringLiteral("\"%1\" %2").arg(address, why));
     const QString error = move(place, wanted);

@@ -31,7 +31,7 @@ public:
      * well. */
     using Done = std::function<void(const QString& error)>;
 
-    Lab(const Site& site, const QSslConfiguration& certificate, const Place& place);
+    Lab(const tq::site::Site& site, const QSslConfiguration& certificate, const Place& place);
     ~Lab() override;
 
     /** Starts every device. */

@@ -3,6 +3,7 @@
 #include "labdevice/certificate.h"
 #include "labdevice/control.h"
 #include "labdevice/lab.h"
+#include "labdevice/population.h"
 #include "labdevice/tell.h"
 
 #include <QCommandLineParser>
@@ -41,9 +42,9 @@ void addOptions(QCommandLineParser& parser)
     add("tell", "Send a command to the lab around this process", "WORDS");
 }
 
-lab::Site askedSite(const QCommandLineParser& parser)
+tq::site::Site askedSite(const QCommandLineParser& parser)
 {
-    lab::Site site = lab::readSite(parser.value(QStringLiteral("site")));
+    tq::site::Site site = tq::site::readSite(parser.value(QStringLiteral("site")));
     if (!site.error.isEmpty())
         return site;
     const QString count = parser.value(QStringLiteral("devices"));
@@ -54,19 +55,21 @@ lab::Site askedSite(const QCommandLineParser& parser)
     return site;
 }
 
-int list(const lab::Site& site)
+int list(const tq::site::Site& site)
 {
     QTextStream out(stdout);
-    for (const lab::DeviceSpec& device : site.devices)
+    for (const tq::site::DeviceSpec& device : site.devices)
         out << device.toString() << '\n';
     return 0;
 }
 
-int serve(const QCommandLineParser& parser, const lab::Site& site)
+int serve(const QCommandLineParser& parser, const tq::site::Site& site)
 {
     std::optional<QSslConfiguration> certificate{ QSslConfiguration() };
-    if (std::any_of(site.devices.begin(), site.devices.end(),
-            [](const lab::DeviceSpec& device) { return device.answers == lab::AnswerHttps; }))
+    if (std::any_of(
+            site.devices.begin(), site.devices.end(), [](const tq::site::DeviceSpec& device) {
+                return device.answers == tq::site::AnswerHttps;
+            }))
         certificate = lab::makeCertificate();
     if (!certificate)
         return k_failed;
@@ -99,7 +102,7 @@ int main(int argc, char* argv[])
     parser.process(application);
     if (parser.isSet(QStringLiteral("tell")))
         return lab::tell(parser.value(QStringLiteral("tell")));
-    const lab::Site site = askedSite(parser);
+    const tq::site::Site site = askedSite(parser);
     if (!site.error.isEmpty())
         return complain(site.error, k_usage);
     if (parser.isSet(QStringLiteral("list")))

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "labdevice/segment.h"
 
-#include "labdevice/site.h"
+#include "simulated/site/site.h"
 
 #include <QProcess>
 #include <QStringList>
@@ -60,7 +60,7 @@ QStringList removeAddress(int place, const QString& address)
 
 } // namespace
 
-QString Segment::add(int place, const DeviceSpec& device) const
+QString Segment::add(int place, const tq::site::DeviceSpec& device) const
 {
     const QString link = QStringLiteral("link add mc%1 link %2 address %3 type macvlan mode bridge")
                              .arg(QString::number(place), m_link, device.mac);

@@ -4,9 +4,11 @@
 
 #include <QString>
 
-namespace lab {
-
+namespace tq::site {
 struct DeviceSpec;
+}
+
+namespace lab {
 
 /**
  * The devices' interfaces on the lab's segment, one each on top of one link, with routes of their
@@ -20,7 +22,7 @@ public:
     explicit Segment(const QString& link) : m_link(link) { }
 
     /** Makes the interface of the device with the given place in the site. */
-    [[nodiscard]] QString add(int place, const DeviceSpec& device) const;
+    [[nodiscard]] QString add(int place, const tq::site::DeviceSpec& device) const;
 
     /** Gives the device another address; it is on the segment again after plug(). */
     [[nodiscard]] QString replaceAddress(

@@ -1,18 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-#include "labdevice/site.h"
-
-#include <QSet>
-#include <QStringList>
+#include "simulated/site/site.h"
 
 #include <array>
 
-namespace lab {
+namespace tq::site {
 
 namespace {
 
 const quint32 k_segment = 0x0A4D0000; // 10.77.0.0/24; .1 is the near side
-const quint32 k_loopback = 0x7F004D00; // 127.0.77.0/24
 
 quint32 hostPart(const QHostAddress& address)
 {
@@ -21,11 +17,32 @@ quint32 hostPart(const QHostAddress& address)
 
 } // namespace
 
+QString nameOf(EKind kind)
+{
+    static const std::array names{ QStringLiteral("camera"), QStringLiteral("storage"),
+        QStringLiteral("recording"), QStringLiteral("other") };
+    return names.at(kind);
+}
+
 QString nameOf(EAnswer answer)
 {
     static const std::array names{ QStringLiteral("http"), QStringLiteral("https"),
         QStringLiteral("silence"), QStringLiteral("refuse"), QStringLiteral("slow") };
     return names.at(answer);
+}
+
+QString nameOf(EAppearance appearance)
+{
+    static const std::array names{ QStringLiteral("arp"), QStringLiteral("dnssd"),
+        QStringLiteral("wsdiscovery"), QStringLiteral("ipdevice") };
+    return names.at(appearance);
+}
+
+QString nameOf(EProbe probe)
+{
+    static const std::array names{ QStringLiteral("at once"), QStringLiteral("late"),
+        QStringLiteral("twice"), QStringLiteral("never"), QStringLiteral("refused") };
+    return names.at(probe);
 }
 
 QString macOf(const QHostAddress& address)
@@ -63,36 +80,4 @@ QString refusalOf(const QHostAddress& address, const QList<DeviceSpec>& others)
     return QString();
 }
 
-bool resize(Site& site, int count)
-{
-    const qsizetype pattern = site.devices.size();
-    QSet<quint32> taken;
-    for (const DeviceSpec& device : std::as_const(site.devices))
-        taken.insert(device.address.toIPv4Address());
-    quint32 next = k_segment + 2;
-    while (site.devices.size() < count) {
-        while (taken.contains(next))
-            ++next;
-        if ((next & 0xFF) == 255)
-            return false;
-        DeviceSpec device = site.devices.at(site.devices.size() % pattern);
-        device.name += QStringLiteral("-%1").arg(site.devices.size() / pattern + 1);
-        device.address = QHostAddress(next);
-        device.mac = macOf(device.address);
-        site.devices.append(device);
-        taken.insert(next);
-    }
-    site.devices.resize(count);
-    return true;
-}
-
-void moveToLoopback(Site& site)
-{
-    for (DeviceSpec& device : site.devices) {
-        device.address = QHostAddress(k_loopback | hostPart(device.address));
-        for (quint16& port : device.ports)
-            port = port < 1024 ? static_cast<quint16>(port + 8000) : port;
-    }
-}
-
-} // namespace lab
+} // namespace tq::site
