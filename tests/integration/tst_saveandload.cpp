@@ -201,10 +201,13 @@ void TestSaveAndLoad::aThrowAtAnyCallSavesNothing()
     tst::CallLogDestination whole;
     f.db->save(&whole, false);
     for (int k = 0; k < whole.calls().size(); ++k) {
+        const bool isChanged = k >= whole.calls().size() / 2;
+        if (isChanged)
+            f.db->endUpdateNode(f.db->beginUpdateNode(text("d"), 0));
         tst::CallLogDestination target;
         target.throwAt = k;
         f.db->save(&target, false);
-        QVERIFY2(f.db->isModified(), qPrintable(whole.calls().at(k)));
+        QVERIFY2(f.db->isModified() == isChanged, qPrintable(whole.calls().at(k)));
         QCOMPARE(target.calls().filter(text("sync")).size(), k == whole.calls().size() - 1 ? 1 : 0);
         QVERIFY2(target.openScopes() == 0, qPrintable(whole.calls().at(k)));
     }

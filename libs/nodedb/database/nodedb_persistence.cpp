@@ -73,9 +73,8 @@ void NodeDB::save(IPersistDestination* target, bool saveAll)
 {
     // Held until the flag is cleared: nothing changes between what was written and the flag.
     const auto guard = d->lock.read();
-    const bool saved =
-        survives("The database was not saved: ", [&] { writeAll(guard, *d, target, saveAll); });
-    d->modified = !saved;
+    if (survives("The database was not saved: ", [&] { writeAll(guard, *d, target, saveAll); }))
+        d->modified = false;
 }
 
 void NodeDB::load(IPersistDestination* source)

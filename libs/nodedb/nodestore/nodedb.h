@@ -167,7 +167,7 @@ public:
      * Writes everything into `target`: environments, settings, the nodes that should persist
      * (`saveAll`: all) and the relations between them; then syncs it and clears the modified flag.
      * Holds the lock for reading throughout. If a node or the target throws, nothing is synced, the
-     * modified flag is set and a level 2 line says so.
+     * modified flag stays as it is and a level 2 line says so.
      */
     void save(IPersistDestination* target, bool saveAll);
 
