@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "drivers/ipcamera/devicepage_p.h"
 
-#include <QStringDecoder>
+#include "parts/cleantext.h"
+
 #include <QStringList>
 
 #include <algorithm>
@@ -14,28 +15,6 @@ namespace tq {
 namespace {
 
 constexpr int k_longestTitle = 80;
-constexpr qsizetype k_bytesPerCharacter = 8; ///< of what is worth decoding
-
-QString decoded(const QByteArray& said)
-{
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = utf8(said);
-    return utf8.hasError() ? QString::fromLatin1(said) : text;
-}
-
-bool isShown(QChar character)
-{
-    switch (character.category()) {
-    case QChar::Other_Control:
-    case QChar::Other_Format:
-    case QChar::Other_Surrogate: // whole pairs too: a name can do without them
-    case QChar::Other_PrivateUse:
-    case QChar::Other_NotAssigned:
-        return false;
-    default:
-        return true;
-    }
-}
 
 QString withoutEntities(QString text)
 {
@@ -64,16 +43,6 @@ std::pair<qsizetype, qsizetype> titleBounds(const QByteArray& small)
 }
 
 } // namespace
-
-QString cleanText(const QByteArray& said, int longest)
-{
-    QString text = decoded(said.left(longest * k_bytesPerCharacter));
-    for (QChar& character : text) {
-        if (!isShown(character))
-            character = QLatin1Char(' ');
-    }
-    return text.simplified().left(longest).trimmed();
-}
 
 QString pageTitle(const QByteArray& page)
 {

@@ -7,12 +7,6 @@
 
 namespace tq {
 
-/**
- * Returns what a device said as one line of at most `longest` characters: UTF-8, else Latin-1,
- * white space run together, without control, direction and other invisible characters.
- */
-QString cleanText(const QByteArray& said, int longest);
-
 /** Returns the clean title of an HTML page, at most 80 characters; empty when it has none. */
 QString pageTitle(const QByteArray& page);
 

@@ -4,6 +4,7 @@
 
 #include "drivers/ipcamera/devicepage_p.h"
 #include "drivers/ipcamera/webexchange_p.h"
+#include "parts/cleantext.h"
 
 #include <QUrl>
 
