@@ -50,6 +50,8 @@ tq::site::Site askedSite(const QCommandLineParser& parser)
     const QString count = parser.value(QStringLiteral("devices"));
     if (!count.isEmpty() && (count.toInt() < 1 || !lab::resize(site, count.toInt())))
         site.error = QStringLiteral("\"%1\" devices are not possible: 1 to 253 are").arg(count);
+    else if (!parser.isSet(QStringLiteral("list")))
+        site.error = lab::refusalOf(site);
     if (parser.isSet(QStringLiteral("loopback")))
         lab::moveToLoopback(site);
     return site;

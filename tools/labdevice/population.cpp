@@ -40,6 +40,16 @@ bool resize(Site& site, int count)
     return true;
 }
 
+QString refusalOf(const Site& site)
+{
+    for (const DeviceSpec& device : site.devices) {
+        const QString why = tq::site::refusalOf(device.address, {});
+        if (!why.isEmpty())
+            return QStringLiteral("%1: %2 %3").arg(device.name, device.address.toString(), why);
+    }
+    return QString();
+}
+
 void moveToLoopback(Site& site)
 {
     for (DeviceSpec& device : site.devices) {

@@ -13,6 +13,10 @@ namespace lab {
  */
 [[nodiscard]] bool resize(tq::site::Site& site, int count);
 
+/** Returns which device keeps a site out of the lab, which has one segment; empty when none does.
+ */
+QString refusalOf(const tq::site::Site& site);
+
 /** Moves a site to 127.0.77.x, and ports below 1024 up by the nearest thousands: 8080, 8443. */
 void moveToLoopback(tq::site::Site& site);
 

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "simulated/site/devicereader_p.h"
 
-#include <QSet>
-
 #include <algorithm>
 
 namespace tq::site {
@@ -11,6 +9,10 @@ namespace tq::site {
 namespace {
 
 const int k_longestList = 64;
+const quint32 k_net = 0x0A4D0000; // 10.77.0.0/16; .1 of a segment is the near side
+const quint32 k_netMask = 0xFFFF0000;
+const quint32 k_firstHost = 2;
+const quint32 k_lastHost = 254;
 const int k_slow = 5000; // ms
 const int k_late = 2000; // ms
 
@@ -29,41 +31,51 @@ Enum readChoice(Fields& fields, const QString& key, std::initializer_list<Enum> 
     return *(values.begin() + fields.choice(key, words));
 }
 
-QString readName(Fields& fields, const QList<DeviceSpec>& others)
+QString readName(Fields& fields, Taken& taken)
 {
     static const QRegularExpression word = form("[\\w.-]{1,63}");
     const QString key = QStringLiteral("name");
     const QString name =
         fields.text(key, word, QStringLiteral("is not one word of at most 63 letters"));
-    for (const DeviceSpec& other : others) {
-        if (other.name == name)
-            fields.refuse(key, QStringLiteral("is used twice"));
-    }
+    if (taken.names.contains(name))
+        fields.refuse(key, QStringLiteral("is used twice"));
+    taken.names.insert(name);
     return name;
 }
 
-QHostAddress readAddress(Fields& fields, const QList<DeviceSpec>& others)
+QHostAddress readAddress(Fields& fields)
 {
     const QString key = QStringLiteral("address");
     const QHostAddress address(fields.text(key).value_or(QString()));
-    const QString why = refusalOf(address, others);
-    if (!why.isEmpty())
-        fields.refuse(key, why);
+    const quint32 number = address.toIPv4Address();
+    const quint32 host = number & 0xFF;
+    if ((number & k_netMask) != k_net || host < k_firstHost || host > k_lastHost)
+        fields.refuse(key, QStringLiteral("is no host's in 10.77.0.0/16 from .2 to .254"));
     return address;
 }
 
-QString readMac(Fields& fields, const QHostAddress& address, const QList<DeviceSpec>& others)
+QHostAddress readOwnAddress(Fields& fields, const QString& name, Taken& taken)
+{
+    const QHostAddress address = readAddress(fields);
+    const QString owner = taken.addresses.value(address.toIPv4Address());
+    if (!owner.isEmpty())
+        fields.refuse(QStringLiteral("address"), QStringLiteral("belongs to %1").arg(owner));
+    taken.addresses.insert(address.toIPv4Address(), name);
+    return address;
+}
+
+QString readMac(Fields& fields, const DeviceSpec& device, Taken& taken)
 {
     // The second digit makes it locally administered and no group's.
     static const QRegularExpression own = form("[0-9a-f][26ae](:[0-9a-f]{2}){5}");
     const QString key = QStringLiteral("mac");
-    const QString mac = fields.text(key).value_or(macOf(address)).toLower();
+    const QString mac = fields.text(key).value_or(macOf(device.address)).toLower();
     if (!own.match(mac).hasMatch())
         fields.refuse(key, QStringLiteral("is no locally administered MAC"));
-    for (const DeviceSpec& other : others) {
-        if (other.mac == mac)
-            fields.refuse(key, QStringLiteral("belongs to %1").arg(other.name));
-    }
+    const QString owner = taken.macs.value(mac);
+    if (!owner.isEmpty())
+        fields.refuse(key, QStringLiteral("belongs to %1").arg(owner));
+    taken.macs.insert(mac, device.name);
     return mac;
 }
 
@@ -207,7 +219,7 @@ Appearance readAppearance(Fields& device)
     fields->allow({ QStringLiteral("by"), QStringLiteral("at"), QStringLiteral("times") });
     result.by =
         readChoice(*fields, QStringLiteral("by"), { ByArp, ByDnssd, ByWsDiscovery, ByIpDevice });
-    result.at = fields->seconds(QStringLiteral("at")).value_or(result.at);
+    result.at = fields->seconds(QStringLiteral("at"));
     result.times = fields->number(QStringLiteral("times"), 1, 1000).value_or(result.times);
     return result;
 }
@@ -219,8 +231,7 @@ QList<AddressChange> readChanges(Fields& device)
         fields.allow({ QStringLiteral("at"), QStringLiteral("address") });
         fields.require(QStringLiteral("at"));
         // Whose address that may be at the time is not the file's matter.
-        result.append(
-            { fields.seconds(QStringLiteral("at")).value_or(0), readAddress(fields, {}) });
+        result.append({ fields.seconds(QStringLiteral("at")).value_or(0), readAddress(fields) });
     }
     std::stable_sort(result.begin(), result.end(),
         [](const AddressChange& left, const AddressChange& right) { return left.at < right.at; });
@@ -229,7 +240,7 @@ QList<AddressChange> readChanges(Fields& device)
 
 } // namespace
 
-DeviceSpec readDevice(Fields& fields, const QList<DeviceSpec>& others)
+DeviceSpec readDevice(Fields& fields, Taken& taken)
 {
     fields.allow({ QStringLiteral("name"), QStringLiteral("kind"), QStringLiteral("address"),
         QStringLiteral("mac"), QStringLiteral("answers"), QStringLiteral("port"),
@@ -238,11 +249,11 @@ DeviceSpec readDevice(Fields& fields, const QList<DeviceSpec>& others)
         QStringLiteral("appears"), QStringLiteral("changes"), QStringLiteral("vanishes"),
         QStringLiteral("probe"), QStringLiteral("probeDelay") });
     DeviceSpec device;
-    device.name = readName(fields, others);
+    device.name = readName(fields, taken);
     device.kind = readChoice(
         fields, QStringLiteral("kind"), { KindCamera, KindStorage, KindRecording, KindOther });
-    device.address = readAddress(fields, others);
-    device.mac = readMac(fields, device.address, others);
+    device.address = readOwnAddress(fields, device.name, taken);
+    device.mac = readMac(fields, device, taken);
     device.answers = readChoice(fields, QStringLiteral("answers"),
         { AnswerHttp, AnswerHttps, AnswerSilence, AnswerRefuse, AnswerSlow });
     device.ports = readPorts(fields, device.answers);

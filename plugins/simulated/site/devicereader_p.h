@@ -5,10 +5,20 @@
 #include "simulated/site/fields_p.h"
 #include "simulated/site/site.h"
 
+#include <QHash>
+#include <QSet>
+
 namespace tq::site {
 
-/** Reads what a site says of one device, which is to live among @p others; errors go to @p fields.
- */
-DeviceSpec readDevice(Fields& fields, const QList<DeviceSpec>& others);
+/** What no second device of a site may have. */
+struct Taken
+{
+    QSet<QString> names;
+    QHash<quint32, QString> addresses; ///< and whose they are
+    QHash<QString, QString> macs;
+};
+
+/** Reads what a site says of one device, and notes what it takes; errors go to @p fields. */
+DeviceSpec readDevice(Fields& fields, Taken& taken);
 
 } // namespace tq::site

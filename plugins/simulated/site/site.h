@@ -89,7 +89,7 @@ struct SmbSpec
 struct Appearance
 {
     EAppearance by = ByArp;
-    int at = 0; ///< ms after the start
+    std::optional<int> at; ///< ms after the start; none: the simulation draws it from the seed
     int times = 1; ///< how often it is reported, one after the other
 };
 
@@ -141,12 +141,12 @@ struct Site
  * "seed" 1; "kind" camera; "mac" made from the address; "answers" http; "port" 80, 443 for https,
  * both for silence; "server" empty; "title" the name; "delay" (s) 5 for slow, else 0; "announces"
  * none, "texts" of one none; "onvif" none, of its texts empty, "discoverable" false; "smb" none, of
- * its lists empty; "appears" {"by": "arp", "at": 0, "times": 1} (s); "changes" none; "vanishes"
+ * its lists empty; "appears" {"by": "arp", "times": 1}, "at" (s) drawn; "changes" none; "vanishes"
  * never; "probe" at once; "probeDelay" (s) 2 for late, else 0.
  *
- * Anything else is refused: a file above 1 MiB, an unknown key, a value that is out of range or of
- * the wrong type. The error names the first such thing: the device, counted from 1, the key and the
- * value. Any thread.
+ * Anything else is refused: a file above 16 MiB, more than 20,000 devices, an unknown key, a value
+ * that is out of range or of the wrong type. The error names the first such thing: the device,
+ * counted from 1, the key and the value. Any thread.
  */
 Site readSite(const QString& path);
 

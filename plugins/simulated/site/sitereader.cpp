@@ -9,17 +9,18 @@ namespace tq::site {
 
 namespace {
 
-const qint64 k_largestFile = 1 << 20;
-const int k_mostDevices = 253; // what the segment has addresses for
+const qint64 k_largestFile = 1 << 24;
+const int k_mostDevices = 20000;
 const int k_largestSeed = 2147483647;
 
 void readDevices(Fields& fields, Site& site)
 {
+    Taken taken;
     for (Fields& one : fields.objects(QStringLiteral("devices"), k_mostDevices)) {
         if (!site.error.isEmpty())
             return;
         one.forgetPath(); // the device's number stands for it
-        site.devices.append(readDevice(one, site.devices));
+        site.devices.append(readDevice(one, taken));
         if (!site.error.isEmpty())
             site.error.prepend(QStringLiteral("device %1: ").arg(site.devices.size()));
     }
@@ -58,7 +59,7 @@ Site readSite(const QString& path)
     } else {
         const QByteArray bytes = file.read(k_largestFile + 1);
         if (bytes.size() > k_largestFile)
-            site.error = QStringLiteral("it is larger than 1 MiB");
+            site.error = QStringLiteral("it is larger than 16 MiB");
         else
             readDocument(bytes, site);
     }
