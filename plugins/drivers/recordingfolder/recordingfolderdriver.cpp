@@ -3,13 +3,9 @@
 #include "drivers/recordingfolder/recordingfolderdriver.h"
 
 #include "drivers/recordingfolder/recordingfoldernode.h"
+#include "drivers/recordingfolder/recordingfolders.h"
 
 #include "discovery/nodehintipdevice.h"
-#include "nodestore/nodedb.h"
-
-#include "platform/logline.h"
-
-#include <memory>
 
 namespace tq {
 
@@ -40,23 +36,7 @@ Node* RecordingFolderDriver::createNode(ENodeType type)
 
 NodeID RecordingFolderDriver::createNodeFromHint(const NodeHint& hint)
 {
-    if (hint.thirdText().isEmpty()) {
-        logLine(Log::eSurvived, "No device is named, no recording folder made: ", hint.name());
-        return QString();
-    }
-    NodeDB* const db = NodeDB::getDB();
-    const QString id = RecordingFolderNode::idFor(hint.thirdText());
-    if (!db->node(id).null()) {
-        logLine(Log::eSurvived, "There is a node with this id already: ", id);
-        return QString();
-    }
-    const bool hasPath = !hint.secondText().isEmpty();
-    auto node = std::make_unique<RecordingFolderNode>(id);
-    node->setName(hint.name().isEmpty() ? tr("Recording folder") : hint.name());
-    node->setPath(hasPath ? hint.secondText() : db->globalRecordingFolderPath());
-    node->setShouldPersist(true);
-    db->insertNode(node.release());
-    return id;
+    return insertRecordingFolder(hint);
 }
 
 int RecordingFolderDriver::probe(int, const NodeHint&)
