@@ -37,19 +37,24 @@ function(tq_add_library name)
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/nodedb)
 endfunction()
 
-# tq_add_plugin(NAME SOURCES … LINK …): a loadable component, put where the programs look for it.
+# tq_add_plugin(NAME [FOLDER name] SOURCES … LINK …): a loadable component, put where the programs look for it. A
+# component with a FOLDER lies in one beside the others: only who asks for that folder loads it.
 function(tq_add_plugin name)
-  cmake_parse_arguments(ARG "EXAMPLE" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "EXAMPLE" "FOLDER" "SOURCES;LINK" ${ARGN})
   add_library(${name} MODULE ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE tq::nodedb ${ARG_LINK})
   set(folder "${NODEDB_PLUGIN_DIR}")
-  if(ARG_EXAMPLE)
+  if(ARG_FOLDER)
+    string(APPEND folder "/${ARG_FOLDER}")
+  elseif(ARG_EXAMPLE)
     set(folder "examples/plugins")
-  else()
-    install(TARGETS ${name} LIBRARY DESTINATION ${NODEDB_PLUGIN_DIR})
   endif()
+  if(NOT ARG_EXAMPLE)
+    install(TARGETS ${name} LIBRARY DESTINATION "${folder}")
+  endif()
+  string(REGEX REPLACE "[^/]+" ".." up "${folder}")
   set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/${folder}"
-    INSTALL_RPATH "$ORIGIN/../../../${CMAKE_INSTALL_LIBDIR}")
+    INSTALL_RPATH "$ORIGIN/${up}/${CMAKE_INSTALL_LIBDIR}")
   tq_set_policy(${name})
 endfunction()
 

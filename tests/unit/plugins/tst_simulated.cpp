@@ -1,0 +1,468 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "devices/nasdevicenode.h"
+#include "discovery/inodescanner.h"
+#include "discovery/nodehintipdevice.h"
+#include "persistence/storefactory.h"
+#include "shared/calllogdestination.h"
+#include "shared/databasefixture.h"
+#include "simulated/sightings_p.h"
+
+#include "platform/pluginloader.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tq;
+using plugin::Loader;
+
+namespace {
+
+constexpr int k_fast = 1000000; ///< percent: an hour in a third of a second
+constexpr int k_patience = 60000; // ms
+
+constexpr int k_many = 10000;
+
+/** At 9.25 s a camera of the depot is lost. */
+const QString k_lastOfTheHarbour = QStringLiteral("lost mac:064b57b98f51");
+
+QString option()
+{
+    return QStringLiteral("simulated/site");
+}
+
+QString shipped(const char* name)
+{
+    return QStringLiteral(SITE_FOLDER "/") + QLatin1String(name);
+}
+
+tqm::smart<INodeScanner> scanner()
+{
+    return Loader::instance().listComponents("INodeScanner").value(0);
+}
+
+/** What a database tells of its discovery, in order: "WHAT ID", or "WHAT NAME" without a node. */
+class Story : public QObject
+{
+public:
+    explicit Story(NodeDB* db)
+    {
+        const auto tell = [this](const char* what, const QString& whom) {
+            m_events.append(QLatin1String(what) + QLatin1Char(' ') + whom);
+        };
+        connect(db, &NodeDB::nodeInserted, this, [=](const auto& id) { tell("new", id); });
+        connect(db, &NodeDB::nodeUpdated, this, [=](const auto& id) { tell("changed", id); });
+        connect(db, &NodeDB::nodeLost, this, [=](const auto& id) { tell("lost", id); });
+        connect(db, &NodeDB::duplicateNodeHint, this,
+            [=](const NodeHint&, const auto& id) { tell("known", id); });
+        connect(db, &NodeDB::unhandledNodeHint, this,
+            [=](const NodeHint& hint) { tell("unhandled", hint.name()); });
+        connect(db, &NodeDB::probeDecided, this, [=](int, const auto& driver) {
+            if (driver.null())
+                tell("refused", QString());
+        });
+    }
+
+    QStringList events() const { return m_events; }
+    qsizetype count(const char* what) const
+    {
+        return m_events.filter(QLatin1String(what) + QLatin1Char(' ')).size();
+    }
+
+private:
+    QStringList m_events;
+};
+
+tqm::smart<INodeDriverComponent> driver()
+{
+    return Loader::instance().listComponents("tq::INodeDriverComponent").value(0);
+}
+
+/** Asks the driver about every hint of the scanner, without a database. */
+class Crowd : public QObject
+{
+    Q_OBJECT
+
+public:
+    Crowd()
+    {
+        tq::connect(scanner()->newHintSignal(), this, SLOT(meet(const tq::NodeHint&)));
+        tq::connect(driver()->probeFinishedSignal(), this,
+            SLOT(hear(int, tqm::smart<INodeDriverComponent>, int)));
+    }
+
+    int reports = 0;
+    QHash<int, int> answers; ///< by request
+
+private slots:
+    void meet(const tq::NodeHint& hint)
+    {
+        const int answer = driver()->probe(++reports, hint);
+        if (answer != 0)
+            answers.insert(reports, answer);
+    }
+    void hear(int request, tqm::smart<INodeDriverComponent>, int answer)
+    {
+        answers.insert(request, answer);
+    }
+};
+
+} // namespace
+
+/** The simulation as it is shipped: loaded from its folder, asked through a database. */
+class TestSimulated : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void asksAndAnswersAsTheSiteSays_data();
+    void asksAndAnswersAsTheSiteSays();
+    void devicesAppearAsEveryScannerReportsThem_data();
+    void devicesAppearAsEveryScannerReportsThem();
+    void aDeviceIsMetMovesAndIsLost();
+    void foldersAndStrangersHaveTypedHints();
+    void storagesHoldTheirShares();
+    void badSitesCostOneLine_data();
+    void badSitesCostOneLine();
+    void nothingComesAfterStop();
+    void oneSeedTellsOneStory();
+    void theHarbourIsFoundWithinTenSeconds();
+    void shippedDriversLoadWhatIsSaved();
+    void carriesTenThousandDevices();
+
+private:
+    QString site(const QByteArray& devices, int seed = 1);
+    QStringList storyOf(const QString& path, const QString& last, int percent = k_fast);
+
+    QTemporaryDir m_folder;
+    int m_files = 0;
+};
+
+void TestSimulated::init()
+{
+    Loader::instance().addFolder(QStringLiteral(SIMULATED_FOLDER));
+}
+
+void TestSimulated::cleanup()
+{
+    NodeDB::freeDB();
+    Loader::instance().clear();
+}
+
+/** Writes a site file and returns its path. */
+QString TestSimulated::site(const QByteArray& devices, int seed)
+{
+    const QString path = m_folder.filePath(QStringLiteral("%1.json").arg(++m_files));
+    QFile file(path);
+    const QByteArray json =
+        "{\"seed\": " + QByteArray::number(seed) + ", \"devices\": [" + devices + "]}";
+    if (!file.open(QIODevice::WriteOnly) || file.write(json) != json.size())
+        qFatal("no site file");
+    return path;
+}
+
+/** Scans a site until an event happens, and returns all events. */
+QStringList TestSimulated::storyOf(const QString& path, const QString& last, int percent)
+{
+    Loader::instance().setOption(option(), path);
+    const tst::Database fixture;
+    const Story story(fixture.db);
+    fixture.db->startScanners("simulated", 0, percent);
+    [&] { QTRY_VERIFY_WITH_TIMEOUT(story.events().contains(last), k_patience); }();
+    fixture.db->stopScanners("simulated");
+    return story.events();
+}
+
+void TestSimulated::asksAndAnswersAsTheSiteSays_data()
+{
+    const QString gate = QStringLiteral("new mac:020000000001");
+    const QString clock = QStringLiteral("new mac:020000000002");
+    QTest::addColumn<QByteArray>("probe");
+    QTest::addColumn<QStringList>("events");
+    QTest::newRow("at once") << QByteArray("at once") << QStringList{ gate, clock };
+    QTest::newRow("late") << QByteArray("late") << QStringList{ clock, gate };
+    QTest::newRow("twice") << QByteArray("twice") << QStringList{ gate, clock };
+    QTest::newRow("never") << QByteArray("never") << QStringList{ clock };
+    QTest::newRow("refused") << QByteArray("refused")
+                             << QStringList{ QStringLiteral("refused "), clock };
+}
+
+void TestSimulated::asksAndAnswersAsTheSiteSays()
+{
+    QFETCH(const QByteArray, probe);
+    QFETCH(QStringList, events);
+    const QString path = site(R"(
+        {"name": "gate", "address": "10.77.0.2", "mac": "02:00:00:00:00:01",
+         "appears": {"at": 0}, "probe": ")"
+        + probe + R"(", "probeDelay": 2},
+        {"name": "clock", "address": "10.77.0.3", "mac": "02:00:00:00:00:02", "appears": {"at": 1}},
+        {"name": "end", "address": "10.77.0.4", "mac": "02:00:00:00:00:03", "appears": {"at": 9}})");
+    Loader::instance().setOption(option(), path);
+    const QtSignal answered = driver()->probeFinishedSignal();
+    QSignalSpy later(answered.sender(), answered.signature());
+    const QString end = QStringLiteral("new mac:020000000003");
+    QCOMPARE(storyOf(path, end), events << end);
+    QCOMPARE(later.size(), probe == "late" || probe == "twice" ? 1 : 0);
+}
+
+void TestSimulated::devicesAppearAsEveryScannerReportsThem_data()
+{
+    QTest::addColumn<QByteArray>("by");
+    QTest::addColumn<int>("service");
+    QTest::newRow("neighbours") << QByteArray("arp") << int(eARPService);
+    QTest::newRow("records") << QByteArray("dnssd") << int(eDNSSDService);
+    QTest::newRow("answers") << QByteArray("wsdiscovery") << int(eWSDiscoveryService);
+    QTest::newRow("by hand") << QByteArray("ipdevice") << int(eManualService);
+}
+
+void TestSimulated::devicesAppearAsEveryScannerReportsThem()
+{
+    QFETCH(const QByteArray, by);
+    QFETCH(const int, service);
+    Loader::instance().setOption(option(), site(R"({"name": "gate", "address": "10.77.0.2",
+        "mac": "02:00:00:00:00:01", "answers": "https", "title": "Harbour gate",
+        "onvif": {"manufacturer": "Saltmarsh Works", "model": "Heron 4", "firmware": "2.4.0"},
+        "appears": {"by": ")" + by + "\"}}"));
+    const tst::Database fixture;
+    fixture.db->startScanners("simulated", 0, k_fast);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.db->nodeIdList().size(), 1, k_patience);
+    const auto node = fixture.db->node(QStringLiteral("mac:020000000001"));
+    QVERIFY(!node.null());
+    QCOMPARE(int(node->creationService()), service);
+    QCOMPARE(node->type(), eIPCameraNode);
+    QCOMPARE(node->name(), QStringLiteral("Harbour gate"));
+    QCOMPARE(node->modelInfo(), QStringLiteral("Saltmarsh Works Heron 4"));
+    QCOMPARE(node->softwareVersion(), QStringLiteral("2.4.0"));
+    const tqm::smart<const IPDeviceNode> device = node;
+    QCOMPARE(device->hostAddress(), QStringLiteral("10.77.0.2"));
+    QCOMPARE(device->port(), 443);
+    QVERIFY(device->ssl());
+}
+
+void TestSimulated::aDeviceIsMetMovesAndIsLost()
+{
+    const QString id = QStringLiteral(" mac:020000000001");
+    const QString path = site(R"({"name": "gate", "address": "10.77.0.2",
+        "mac": "02:00:00:00:00:01", "appears": {"at": 1, "times": 9}, "vanishes": 4, "changes":
+        [{"at": 0.5, "address": "10.77.0.7"}, {"at": 2.5, "address": "10.77.0.8"},
+         {"at": 5, "address": "10.77.0.9"}]})");
+    // The first change is before anybody saw it, the last and six reports after it has gone.
+    const QStringList expected{ QStringLiteral("new"), QStringLiteral("known"),
+        QStringLiteral("changed"), QStringLiteral("known"), QStringLiteral("lost") };
+    QStringList events = storyOf(path, QStringLiteral("lost") + id);
+    QCOMPARE(events.replaceInStrings(id, QString()), expected);
+
+    Loader::instance().setOption(option(), path);
+    const tst::Database fixture;
+    QSignalSpy moved(fixture.db, &NodeDB::nodeUpdated);
+    fixture.db->startScanners("simulated", 0, k_fast);
+    QVERIFY(moved.wait(k_patience));
+    const tqm::smart<const IPDeviceNode> device = fixture.db->node(id.trimmed());
+    QCOMPARE(device->hostAddress(), QStringLiteral("10.77.0.8"));
+}
+
+void TestSimulated::foldersAndStrangersHaveTypedHints()
+{
+    const QString path = site(R"(
+        {"name": "tapes", "kind": "recording", "address": "10.77.0.2", "mac": "02:00:00:00:00:01",
+         "title": "Tapes", "appears": {"at": 0}},
+        {"name": "mast", "kind": "other", "address": "10.77.0.3", "title": "Mast",
+         "appears": {"by": "ipdevice", "at": 1}})");
+    Loader::instance().setOption(option(), path);
+    const tst::Database fixture;
+    const Story story(fixture.db);
+    fixture.db->startScanners("simulated", 0, k_fast);
+    const QStringList expected{ QStringLiteral("new rec:mac:020000000001"),
+        QStringLiteral("unhandled Mast") };
+    QTRY_COMPARE_WITH_TIMEOUT(story.events(), expected, k_patience);
+    const auto folder = fixture.db->node(QStringLiteral("rec:mac:020000000001"));
+    QCOMPARE(folder->stringProperty(QStringLiteral("Path"), QString()),
+        QStringLiteral("/recordings/tapes"));
+
+    // A device that the site does not know is nobody's, unless somebody says what it is.
+    NodeHintIPDevice hint;
+    hint.setHostAddress(QStringLiteral("10.77.0.99"));
+    fixture.db->newNodeHint(hint);
+    QCOMPARE(story.events().last(), QStringLiteral("refused "));
+    hint.setNodeType(eIPCameraNode);
+    fixture.db->newNodeHint(hint);
+    QCOMPARE(story.events().last(), QStringLiteral("new ip:10.77.0.99:80"));
+}
+
+void TestSimulated::storagesHoldTheirShares()
+{
+    Loader::instance().setOption(option(), shipped("small.json"));
+    const tst::Database fixture;
+    const QString id = QStringLiteral("mac:02a4c0000020");
+    fixture.db->startScanners("simulated", 0, k_fast);
+    QTRY_VERIFY_WITH_TIMEOUT(!fixture.db->node(id).null(), k_patience);
+    const tqm::smart<const NASDeviceNode> storage = fixture.db->node(id);
+    QVERIFY(!storage.null());
+    QCOMPARE(storage->type(), eNetworkStorageNode);
+    const QString records = QStringLiteral("records");
+    QCOMPARE(storage->shareNames(), QStringList({ records, QStringLiteral("archive") }));
+    QCOMPARE(storage->usersWithFullAccess(records).value(0).user, QStringLiteral("anna"));
+    QCOMPARE(storage->usersWithReadOnlyAccess(records).value(0).user, QStringLiteral("ben"));
+    QCOMPARE(storage->shareUrl(records), QStringLiteral("smb://10.77.0.20/records"));
+}
+
+void TestSimulated::badSitesCostOneLine_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("sentence");
+    QTest::newRow("no option") << QString() << "the option simulated/site names no site file";
+    QTest::newRow("no file") << m_folder.filePath(QStringLiteral("none")) << "site file ";
+    QTest::newRow("no devices") << site("") << "it has no \"devices\"";
+    QTest::newRow("no address") << site(R"({"name": "a"})") << "device 1: \"address\" is missing";
+}
+
+void TestSimulated::badSitesCostOneLine()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QString, sentence);
+    Loader::instance().setOption(option(), path);
+    const tst::Database fixture;
+    fixture.db->startScanners("simulated", 0, 0);
+    QVERIFY(!scanner()->isRunning());
+    const QStringList lines = fixture.log.linesWith(QStringLiteral("2 "));
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(lines.first().contains(sentence), qPrintable(lines.first()));
+}
+
+void TestSimulated::nothingComesAfterStop()
+{
+    Loader::instance().setOption(option(), shipped("large.json"));
+    const tst::Database fixture;
+    const Story story(fixture.db);
+    const QtSignal reported = scanner()->newHintSignal();
+    QSignalSpy reports(reported.sender(), reported.signature());
+    // Stopped by whom it reports to.
+    const auto stop = connect(fixture.db, &NodeDB::nodeInserted, this, [] { scanner()->stop(); });
+    fixture.db->startScanners("simulated", 0, k_fast);
+    QTRY_VERIFY_WITH_TIMEOUT(!scanner()->isRunning(), k_patience);
+    disconnect(stop);
+    const qsizetype before = reports.size();
+
+    // Another site is all that is reported from here on.
+    const QString path = site(R"({"name": "gate", "address": "10.77.9.2",
+        "mac": "02:00:00:00:00:01", "appears": {"at": 60}})");
+    Loader::instance().setOption(option(), path);
+    fixture.db->startScanners("simulated", 0, k_fast);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        story.events().contains(QStringLiteral("new mac:020000000001")), k_patience);
+    QCOMPARE(reports.size(), before + 1);
+}
+
+void TestSimulated::oneSeedTellsOneStory()
+{
+    QFile file(shipped("large.json"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QStringList story = storyOf(file.fileName(), k_lastOfTheHarbour);
+    // However fast time goes, late answers and new devices keep their order.
+    QCOMPARE(storyOf(file.fileName(), k_lastOfTheHarbour, k_fast / 20), story);
+
+    const QByteArray seed = "\"seed\": 20,";
+    QByteArray json = file.readAll();
+    QVERIFY(json.contains(seed));
+    QFile other(m_folder.filePath(QStringLiteral("other.json")));
+    QVERIFY(other.open(QIODevice::WriteOnly));
+    other.write(json.replace(seed, "\"seed\": 21,"));
+    other.close();
+    QStringList otherStory = storyOf(other.fileName(), k_lastOfTheHarbour);
+    QVERIFY(otherStory != story);
+    otherStory.sort();
+    QStringList sorted = story;
+    sorted.sort();
+    QCOMPARE(otherStory, sorted);
+}
+
+void TestSimulated::theHarbourIsFoundWithinTenSeconds()
+{
+    const site::Site site = site::readSite(shipped("large.json"));
+    QCOMPARE(site.error, QString());
+    for (const Sighting& sighting : sightingsOf(site)) {
+        const site::DeviceSpec& device = site.devices.at(sighting.device);
+        const bool isLate = device.probe == site::ProbeLate;
+        const qint64 known = sighting.at + (isLate ? device.probeDelay : 0);
+        QVERIFY2(known <= 10000, qPrintable(device.name));
+    }
+    Loader::instance().setOption(option(), shipped("large.json"));
+    const tst::Database fixture;
+    const Story story(fixture.db);
+    fixture.db->startScanners("simulated", 0, k_fast);
+    QTRY_VERIFY_WITH_TIMEOUT(story.events().contains(k_lastOfTheHarbour), k_patience);
+    QCOMPARE(story.count("new"), 60);
+    QCOMPARE(story.count("known"), 3);
+    QCOMPARE(story.count("changed"), 2);
+    QCOMPARE(story.count("lost"), 2);
+    QCOMPARE(story.count("unhandled"), 1);
+    QCOMPARE(story.events().size(), 68);
+}
+
+void TestSimulated::shippedDriversLoadWhatIsSaved()
+{
+    const auto use = [](const char* folder) {
+        NodeDB::freeDB();
+        Loader::instance().clear();
+        Loader::instance().addFolder(QString::fromLatin1(folder));
+    };
+    const auto reload = [](IPersistDestination* from, IPersistDestination* to) {
+        const tst::Database fixture;
+        fixture.db->load(from);
+        fixture.db->save(to, false);
+        return fixture.db->nodeIdList().size();
+    };
+    use(PLUGIN_FOLDER);
+    QList<ENodeType> types; // not every build has every driver
+    for (const auto& [type, name] : NodeDB::getDB()->readableNodeTypeNames())
+        types.append(type);
+    QVERIFY(types.contains(eIPCameraNode) && types.contains(eRecordingFolderNode));
+
+    use(SIMULATED_FOLDER);
+    Loader::instance().setOption(option(), shipped("small.json"));
+    const auto store = openStore(QStringLiteral("memory:"));
+    tst::CallLogDestination simulated;
+    {
+        const tst::Database fixture;
+        const Story story(fixture.db);
+        fixture.db->startScanners("simulated", 0, k_fast);
+        QTRY_COMPARE_WITH_TIMEOUT(story.count("lost"), 1, k_patience);
+        for (const QString& id : fixture.db->nodeIdList(&types, true))
+            fixture.db->removeNode(id);
+        fixture.db->save(store.get(), false);
+        fixture.db->save(&simulated, false);
+    }
+    use(PLUGIN_FOLDER);
+    const auto back = openStore(QStringLiteral("memory:"));
+    const qsizetype nodes = reload(store.get(), back.get());
+    QVERIFY(nodes >= 5);
+    use(SIMULATED_FOLDER);
+    tst::CallLogDestination again;
+    QCOMPARE(reload(back.get(), &again), nodes);
+    QCOMPARE(again.calls(), simulated.calls());
+}
+
+void TestSimulated::carriesTenThousandDevices()
+{
+    constexpr int k_hosts = 250; // of one segment
+    QByteArrayList devices;
+    for (int i = 0; i < k_many; ++i)
+        devices.append("{\"name\": \"d" + QByteArray::number(i) + "\", \"address\": \"10.77."
+            + QByteArray::number(i / k_hosts) + '.' + QByteArray::number(2 + i % k_hosts)
+            + "\", \"probe\": \"" + (i % 2 ? "late" : "at once") + "\"}");
+    Loader::instance().setOption(option(), site(devices.join(",\n")));
+    Crowd crowd;
+    scanner()->start(0, k_fast);
+    QTRY_COMPARE_WITH_TIMEOUT(crowd.answers.size(), k_many, k_patience);
+    QCOMPARE(crowd.reports, k_many);
+    QCOMPARE(crowd.answers.values().count(20), k_many);
+    scanner()->stop();
+}
+
+QTEST_GUILESS_MAIN(TestSimulated)
+
+#include "tst_simulated.moc"
