@@ -26,11 +26,12 @@ std::unique_ptr<IPDeviceNode> newDevice(ENodeType type, const QString& id)
     return nullptr;
 }
 
-QString modelOf(const site::DeviceSpec& device)
+/** What the device says itself, else what it announced, else what its web server is called. */
+QString modelOf(const site::DeviceSpec& device, const QString& announced)
 {
     const bool isTold = device.onvif && !device.onvif->model.isEmpty();
     QStringList parts = isTold ? QStringList{ device.onvif->manufacturer, device.onvif->model }
-                               : QStringList{ device.server };
+                               : QStringList{ announced.isEmpty() ? device.server : announced };
     parts.removeAll(QString());
     return parts.join(QLatin1Char(' '));
 }
@@ -59,9 +60,7 @@ void takeShares(NASDeviceNode& node, const site::SmbSpec& smb)
 
 void takeSite(IPDeviceNode& node, const site::DeviceSpec& device)
 {
-    const QString model = modelOf(device);
-    if (!model.isEmpty())
-        node.setModelInfo(model);
+    node.setModelInfo(modelOf(device, node.modelInfo()));
     if (device.onvif)
         node.setSoftwareVersion(device.onvif->firmware);
     auto* const storage = dynamic_cast<NASDeviceNode*>(&node);

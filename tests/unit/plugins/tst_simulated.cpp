@@ -303,6 +303,7 @@ void TestSimulated::storagesHoldTheirShares()
     const tqm::smart<const NASDeviceNode> storage = fixture.db->node(id);
     QVERIFY(!storage.null());
     QCOMPARE(storage->type(), eNetworkStorageNode);
+    QCOMPARE(storage->modelInfo(), QStringLiteral("Ark 4"));
     const QString records = QStringLiteral("records");
     QCOMPARE(storage->shareNames(), QStringList({ records, QStringLiteral("archive") }));
     QCOMPARE(storage->usersWithFullAccess(records).value(0).user, QStringLiteral("anna"));
