@@ -11,22 +11,7 @@ namespace lab {
 
 namespace {
 
-const qint64 k_longestRequest = 16384;
-
-QByteArray reply(const tq::site::DeviceSpec& device, bool withPage)
-{
-    const QString title = device.title.toHtmlEscaped();
-    const QByteArray page = QStringLiteral("<!DOCTYPE html>\n<html><head><title>%1</title></head>"
-                                           "<body><h1>%1</h1></body></html>\n")
-                                .arg(title)
-                                .toUtf8();
-    QByteArray bytes = "HTTP/1.1 200 OK\r\n";
-    if (!device.server.isEmpty())
-        bytes += "Server: " + device.server.toUtf8() + "\r\n";
-    bytes += "Content-Type: text/html; charset=utf-8\r\nConnection: close\r\nContent-Length: "
-        + QByteArray::number(page.size()) + "\r\n\r\n";
-    return withPage ? bytes + page : bytes;
-}
+const qint64 k_longestRequest = 80 * 1024;
 
 void send(QTcpSocket* socket, const QByteArray& bytes)
 {
@@ -34,26 +19,38 @@ void send(QTcpSocket* socket, const QByteArray& bytes)
     socket->disconnectFromHost();
 }
 
-void takeInput(QTcpSocket* socket, const tq::site::DeviceSpec& device)
+void takeInput(QTcpSocket* socket, int delay, const Responder& responder)
 {
-    const QByteArray request = socket->peek(k_longestRequest);
-    if (request.size() == k_longestRequest)
+    const QByteArray bytes = socket->peek(k_longestRequest);
+    if (bytes.size() == k_longestRequest)
         socket->abort();
-    if (!request.contains("\r\n\r\n"))
+    const auto request = readRequest(bytes);
+    if (!request)
         return;
+    const QByteArray reply = written(responder(*request), request->method != "HEAD");
     QObject::disconnect(socket, &QTcpSocket::readyRead, nullptr, nullptr);
-    const QByteArray bytes = reply(device, !request.startsWith("HEAD "));
-    QTimer::singleShot(device.delay, socket, [socket, bytes] { send(socket, bytes); });
+    QTimer::singleShot(delay, socket, [socket, reply] { send(socket, reply); });
 }
 
 } // namespace
 
-void answerRequest(QTcpSocket* socket, const tq::site::DeviceSpec& device)
+void answerRequest(QTcpSocket* socket, int delay, const Responder& responder)
 {
-    QObject::connect(
-        socket, &QTcpSocket::readyRead, socket, [socket, device] { takeInput(socket, device); });
+    const auto take = [socket, delay, responder] { takeInput(socket, delay, responder); };
+    QObject::connect(socket, &QTcpSocket::readyRead, socket, take);
     if (socket->bytesAvailable() > 0)
-        takeInput(socket, device);
+        take();
+}
+
+HttpReply pageOf(const tq::site::DeviceSpec& device)
+{
+    HttpReply reply;
+    reply.type = "text/html; charset=utf-8";
+    reply.body = QStringLiteral("<!DOCTYPE html>\n<html><head><title>%1</title></head>"
+                                "<body><h1>%1</h1></body></html>\n")
+                     .arg(device.title.toHtmlEscaped())
+                     .toUtf8();
+    return reply;
 }
 
 } // namespace lab

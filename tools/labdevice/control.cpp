@@ -54,13 +54,17 @@ void Control::obey(QLocalSocket* socket, const QString& line)
         m_lab.stop(words.at(1), answer);
     } else if (verb == QLatin1String("start") && words.size() == 2) {
         m_lab.start(words.at(1), answer);
+    } else if (verb == QLatin1String("logins") && words.size() == 2) {
+        QString error;
+        socket->write(m_lab.logins(words.at(1), &error).toUtf8());
+        answer(error);
     } else if (verb == QLatin1String("list") && words.size() == 1) {
         socket->write(m_lab.list().toUtf8());
         answer(QString());
     } else {
-        answer(
-            QStringLiteral("\"%1\" is none of: address NAME ADDRESS, stop NAME, start NAME, list")
-                .arg(line.simplified()));
+        answer(QStringLiteral(
+            "\"%1\" is none of: address NAME ADDRESS, stop NAME, start NAME, logins NAME, list")
+                   .arg(line.simplified()));
     }
 }
 

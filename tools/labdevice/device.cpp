@@ -12,6 +12,8 @@ namespace lab {
 Device::Device(const tq::site::DeviceSpec& spec, const QSslConfiguration& certificate)
     : m_spec(spec), m_certificate(certificate)
 {
+    if (m_spec.onvif)
+        m_onvif.emplace(m_spec, m_logins);
 }
 
 Device::~Device() = default;
@@ -57,8 +59,20 @@ void Device::welcome(QTcpServer* server)
     while (QTcpSocket* socket = server->nextPendingConnection()) {
         connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         if (m_spec.answers != tq::site::AnswerSilence)
-            answerRequest(socket, m_spec);
+            answerRequest(socket, m_spec.delay,
+                [this](const HttpRequest& request) { return answer(request); });
     }
+}
+
+HttpReply Device::answer(const HttpRequest& request)
+{
+    if (request.headers.contains("authorization"))
+        m_logins.takeHeader(request.headers.value("authorization"));
+    const bool forService = request.method == "POST" && request.target == k_onvifTarget;
+    HttpReply reply = m_onvif && forService ? m_onvif->answer(request) : pageOf(m_spec);
+    if (!m_spec.server.isEmpty())
+        reply.headers.append({ "Server", m_spec.server.toUtf8() });
+    return reply;
 }
 
 } // namespace lab

@@ -40,8 +40,10 @@ QString unknown(const QString& name)
 Lab::Lab(const tq::site::Site& site, const QSslConfiguration& certificate, const Place& place)
     : m_near(place.near)
 {
-    for (const tq::site::DeviceSpec& spec : site.devices)
-        m_entries.push_back({ std::make_unique<Device>(spec, certificate) });
+    for (const tq::site::DeviceSpec& spec : site.devices) {
+        m_entries.emplace_back();
+        m_entries.back().device = std::make_unique<Device>(spec, certificate);
+    }
     if (!place.link.isEmpty())
         m_segment.emplace(place.link);
 }
@@ -77,9 +79,12 @@ void Lab::stop(const QString& name, const Done& done)
     const int place = placeOf(name);
     if (place < 0)
         return done(unknown(name));
+    Entry& entry = m_entries[static_cast<size_t>(place)];
+    if (entry.discovery)
+        entry.discovery->sayBye();
+    entry.discovery.reset();
     // Off the segment first: who is connected must not hear that the connection ends.
     const QString error = m_segment ? m_segment->unplug(place) : QString();
-    Entry& entry = m_entries[static_cast<size_t>(place)];
     entry.device->close();
     entry.running = false;
     done(error);
@@ -105,11 +110,41 @@ void Lab::changeAddress(const QString& name, const QString& address, const Done&
 
 QString Lab::move(int place, const QHostAddress& address)
 {
-    Device& device = *m_entries[static_cast<size_t>(place)].device;
+    Entry& entry = m_entries[static_cast<size_t>(place)];
+    Device& device = *entry.device;
     const QString old = device.spec().address.toString();
+    entry.discovery.reset();
     device.close();
     device.setAddress(address);
     return m_segment ? m_segment->replaceAddress(place, old, address.toString()) : QString();
+}
+
+QString Lab::logins(const QString& name, QString* error) const
+{
+    const int place = placeOf(name);
+    if (place >= 0)
+        return m_entries[static_cast<size_t>(place)].device->logins().toString();
+    *error = unknown(name);
+    return QString();
+}
+
+QString Lab::leftOut() const
+{
+    QString text;
+    for (const Entry& entry : m_entries) {
+        const tq::site::DeviceSpec& spec = entry.device->spec();
+        QStringList kinds;
+        if (!spec.announces.isEmpty())
+            kinds.append(QStringLiteral("DNS-SD"));
+        if (spec.onvif && spec.onvif->discoverable)
+            kinds.append(QStringLiteral("WS-Discovery"));
+        if (spec.smb)
+            kinds.append(QStringLiteral("SMB"));
+        if (!m_segment && !kinds.isEmpty())
+            text += QStringLiteral("%1 does without %2 on loopback\n")
+                        .arg(spec.name, kinds.join(QStringLiteral(" and ")));
+    }
+    return text;
 }
 
 QString Lab::list() const
@@ -130,17 +165,33 @@ int Lab::placeOf(const QString& name) const
     return -1;
 }
 
-void Lab::listenAndSpeak(int place, const Done& done)
+QString Lab::open(int place)
 {
     Entry& entry = m_entries[static_cast<size_t>(place)];
-    const QString error = entry.device->listen();
+    const tq::site::DeviceSpec& spec = entry.device->spec();
+    QString error = entry.device->listen();
+    ++entry.starts;
+    if (error.isEmpty() && m_segment && spec.onvif && spec.onvif->discoverable) {
+        entry.discovery = std::make_unique<WsDiscovery>(spec, entry.starts);
+        error = entry.discovery->listen(Segment::linkOf(place));
+    }
     entry.running = error.isEmpty();
-    if (!m_segment || !entry.running)
+    return error;
+}
+
+void Lab::listenAndSpeak(int place, const Done& done)
+{
+    const QString error = open(place);
+    if (!m_segment || !error.isEmpty())
         return done(error);
-    const QString silent =
-        QStringLiteral("%1 is not heard on the near side").arg(entry.device->spec().name);
-    Greeting::send(entry.device->spec().address, m_near,
-        [done, silent](bool heard) { done(heard ? QString() : silent); });
+    const QString silent = QStringLiteral("%1 is not heard on the near side");
+    const auto welcome = [this, place, done, silent](bool heard) {
+        const Entry& entry = m_entries[static_cast<size_t>(place)];
+        if (heard && entry.discovery)
+            entry.discovery->sayHello();
+        done(heard ? QString() : silent.arg(entry.device->spec().name));
+    };
+    Greeting::send(m_entries[static_cast<size_t>(place)].device->spec().address, m_near, welcome);
 }
 
 } // namespace lab

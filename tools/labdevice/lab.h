@@ -4,6 +4,7 @@
 
 #include "labdevice/device.h"
 #include "labdevice/segment.h"
+#include "labdevice/wsdiscovery.h"
 
 #include <functional>
 #include <memory>
@@ -43,6 +44,13 @@ public:
     /** Moves a device to another address; a stopped one speaks from it when it is started. */
     void changeAddress(const QString& name, const QString& address, const Done& done);
 
+    /** Returns the logins that a device was given, one per line; an error's sentence for a name
+     * that no device has. */
+    QString logins(const QString& name, QString* error) const;
+
+    /** Returns what the devices should do but cannot on loopback, one line per device. */
+    QString leftOut() const;
+
     /** Returns one line per device, those that are stopped marked so. */
     QString list() const;
 
@@ -50,10 +58,13 @@ private:
     struct Entry
     {
         std::unique_ptr<Device> device;
+        std::unique_ptr<WsDiscovery> discovery; ///< while it runs on a segment and is discoverable
         bool running = false;
+        int starts = 0;
     };
 
     int placeOf(const QString& name) const;
+    QString open(int place);
     void listenAndSpeak(int place, const Done& done);
     QString move(int place, const QHostAddress& address);
 

@@ -87,7 +87,7 @@ int serve(const QCommandLineParser& parser, const tq::site::Site& site)
     const auto report = [&lab](const QString& error) {
         if (!error.isEmpty())
             return QCoreApplication::exit(complain(error, k_failed));
-        QTextStream(stdout) << lab.list() << "ready\n";
+        QTextStream(stdout) << lab.list() << lab.leftOut() << "ready\n";
     };
     QMetaObject::invokeMethod(
         &lab, [&lab, &report] { lab.startAll(report); }, Qt::QueuedConnection);

@@ -28,15 +28,14 @@ QString runIp(const QStringList& lines)
 
 QString linkUp(int place)
 {
-    return QStringLiteral("link set mc%1 up").arg(place);
+    return QStringLiteral("link set %1 up").arg(Segment::linkOf(place));
 }
 
 // A link that goes down takes its route along.
 QString ownRoute(int place)
 {
-    return QStringLiteral("route replace 10.77.0.0/24 dev mc%1 table %2")
-        .arg(place)
-        .arg(k_firstTable + place);
+    return QStringLiteral("route replace 10.77.0.0/24 dev %1 table %2")
+        .arg(Segment::linkOf(place), QString::number(k_firstTable + place));
 }
 
 // What a device sends from its address leaves by its own interface.
@@ -48,13 +47,15 @@ QString ownRule(const char* verb, int place, const QString& address)
 
 QStringList addAddress(int place, const QString& address)
 {
-    return { QStringLiteral("addr add %1/24 dev mc%2 noprefixroute").arg(address).arg(place),
-        ownRule("add", place, address) };
+    return {
+        QStringLiteral("addr add %1/24 dev %2 noprefixroute").arg(address, Segment::linkOf(place)),
+        ownRule("add", place, address)
+    };
 }
 
 QStringList removeAddress(int place, const QString& address)
 {
-    return { QStringLiteral("addr del %1/24 dev mc%2").arg(address).arg(place),
+    return { QStringLiteral("addr del %1/24 dev %2").arg(address, Segment::linkOf(place)),
         ownRule("del", place, address) };
 }
 
@@ -62,8 +63,8 @@ QStringList removeAddress(int place, const QString& address)
 
 QString Segment::add(int place, const tq::site::DeviceSpec& device) const
 {
-    const QString link = QStringLiteral("link add mc%1 link %2 address %3 type macvlan mode bridge")
-                             .arg(QString::number(place), m_link, device.mac);
+    const QString link = QStringLiteral("link add %1 link %2 address %3 type macvlan mode bridge")
+                             .arg(linkOf(place), m_link, device.mac);
     return runIp(QStringList{ link } + addAddress(place, device.address.toString())
         + QStringList{ linkUp(place), ownRoute(place) });
 }
@@ -75,7 +76,7 @@ QString Segment::replaceAddress(int place, const QString& old, const QString& ad
 
 QString Segment::unplug(int place) const
 {
-    return runIp({ QStringLiteral("link set mc%1 down").arg(place) });
+    return runIp({ QStringLiteral("link set %1 down").arg(linkOf(place)) });
 }
 
 QString Segment::plug(int place) const

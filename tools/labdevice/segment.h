@@ -21,6 +21,9 @@ public:
     /** @p link is the interface below all others. */
     explicit Segment(const QString& link) : m_link(link) { }
 
+    /** Returns the name of the interface of the device with the given place in the site. */
+    static QString linkOf(int place) { return QStringLiteral("mc%1").arg(place); }
+
     /** Makes the interface of the device with the given place in the site. */
     [[nodiscard]] QString add(int place, const tq::site::DeviceSpec& device) const;
 
