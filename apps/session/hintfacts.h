@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "nodestore/nodetypes.h"
+
+#include <QString>
+
+#include <cstddef>
+
+namespace tq {
+
+class NodeHint;
+
+/** What programs show of a hint, and what tells it from other hints. Holds no password. */
+struct HintFacts
+{
+    QString name; ///< texts are cut to HintFacts::k_longest characters
+    QString address;
+    QString mac; ///< empty where the hint has none
+    ENodeType nodeType = eAnyNodeType;
+
+    /** The same for a hint and its copies; different, but for a chance of 1 in 2^64, for hints that
+     * differ in kind or in any value. Of kinds that are not the library's own only what NodeHint
+     * has is looked at. Means nothing outside of this process. */
+    std::size_t contents = 0;
+
+    static constexpr int k_longest = 256;
+};
+
+/** Returns the facts of `hint`. Any thread. */
+HintFacts factsOf(const NodeHint& hint);
+
+/** Returns `text`, cut to HintFacts::k_longest characters with a mark at the cut. */
+QString boundedText(const QString& text);
+
+} // namespace tq
