@@ -3,6 +3,7 @@
 #include "cli/commandline.h"
 
 #include "cli/commands/commands.h"
+#include "cli/simulation.h"
 
 #include "platform/log.h"
 
@@ -26,6 +27,12 @@ void addGlobalOptions(QCommandLineParser& parser)
         { text("json"), text("Print one JSON document.") },
         { text("plugins"), text("Look for plug-ins here instead."), text("DIR") },
         { text("as"), text("Act as this person: logins are kept for each."), text("NAME") },
+        { text("simulate"),
+            text("Use the devices of a site file, or of a site that comes with the "
+                 "program, and no network."),
+            text("SITE") },
+        { text("option"), text("Set an option of a component; may be repeated."),
+            text("NAME=VALUE") },
         { text("verbose"), text("Log progress as well.") },
         { { text("h"), text("help") }, text("Show this help.") },
     });
@@ -76,7 +83,9 @@ Outcome CommandLine::parse(const QStringList& arguments)
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     if (!parser.parse(arguments))
         return Outcome::usage(parser.errorText());
-    takeGlobals(parser);
+    Outcome outcome = takeGlobals(parser);
+    if (!outcome.isDone())
+        return outcome;
     QStringList rest = parser.positionalArguments();
     if (parser.isSet(text("version"))) {
         m_output.setJson(false);
@@ -106,7 +115,9 @@ Outcome CommandLine::runCommand(const Command& command, const QStringList& argum
         return Outcome::usage(parser.errorText());
     if (parser.isSet(text("help")))
         return help({ command.name });
-    takeGlobals(parser);
+    Outcome outcome = takeGlobals(parser);
+    if (!outcome.isDone())
+        return outcome;
     const QStringList positional = parser.positionalArguments();
     if (!command.takes(positional.size())) {
         const QString usage = command.name + QLatin1Char(' ') + command.arguments;
@@ -116,7 +127,7 @@ Outcome CommandLine::runCommand(const Command& command, const QStringList& argum
     return command.run(invocation);
 }
 
-void CommandLine::takeGlobals(const QCommandLineParser& parser)
+Outcome CommandLine::takeGlobals(const QCommandLineParser& parser)
 {
     if (parser.isSet(text("store")))
         m_globals.store = parser.value(text("store"));
@@ -126,6 +137,27 @@ void CommandLine::takeGlobals(const QCommandLineParser& parser)
         m_globals.activeUser = parser.value(text("as"));
     if (parser.isSet(text("verbose")))
         LogQt::instance().setLogLevel(Log::eProgress);
+    return takeComponents(parser);
+}
+
+Outcome CommandLine::takeComponents(const QCommandLineParser& parser)
+{
+    for (const QString& option : parser.values(text("option"))) {
+        const qsizetype sign = option.indexOf(QLatin1Char('='));
+        const QString name = option.left(sign);
+        if (sign < 0 || !name.contains(QLatin1Char('/')))
+            return Outcome::usage(
+                QStringLiteral("--option wants COMPONENT/KEY=VALUE, not %1").arg(quoted(option)));
+        m_globals.componentOptions.append({ name, option.mid(sign + 1) });
+    }
+    if (parser.isSet(text("simulate"))) {
+        const Outcome outcome = findSite(parser.value(text("simulate")), m_globals.site);
+        if (!outcome.isDone())
+            return outcome;
+    }
+    if (m_globals.isSimulation() && !m_globals.pluginFolders.isEmpty())
+        return Outcome::usage(text("--simulate and --plugins exclude each other"));
+    return Outcome::done();
 }
 
 Outcome CommandLine::help(const QStringList& names)

@@ -22,7 +22,8 @@ public:
 private:
     Outcome parse(const QStringList& arguments);
     Outcome runCommand(const Command& command, const QStringList& arguments);
-    void takeGlobals(const QCommandLineParser& parser);
+    Outcome takeGlobals(const QCommandLineParser& parser);
+    Outcome takeComponents(const QCommandLineParser& parser);
     Outcome help(const QStringList& names);
 
     Output m_output;

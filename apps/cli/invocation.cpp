@@ -2,8 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "cli/invocation.h"
 
+#include "cli/simulation.h"
+
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
+
+#include "platform/pluginloader.h"
 
 #include <QCommandLineParser>
 
@@ -20,12 +24,25 @@ Invocation::~Invocation() = default;
 DatabaseSession& Invocation::session()
 {
     if (!m_session) {
-        const QStringList own{ DatabaseSession::pluginFolder() };
-        m_session = std::make_unique<DatabaseSession>(
-            m_globals.pluginFolders.isEmpty() ? own : m_globals.pluginFolders);
+        QStringList folders{ DatabaseSession::pluginFolder() };
+        if (m_globals.isSimulation())
+            folders = QStringList(simulationFolder());
+        else if (!m_globals.pluginFolders.isEmpty())
+            folders = m_globals.pluginFolders;
+        setComponentOptions();
+        m_session = std::make_unique<DatabaseSession>(folders);
         m_session->database().setActiveUser(m_globals.activeUser);
     }
     return *m_session;
+}
+
+void Invocation::setComponentOptions()
+{
+    auto& loader = plugin::Loader::instance();
+    for (const auto& [name, value] : m_globals.componentOptions)
+        loader.setOption(name, value);
+    if (m_globals.isSimulation())
+        loader.setOption(QStringLiteral("simulated/site"), m_globals.site);
 }
 
 Outcome Invocation::runAction(const QList<Command>& actions)
@@ -45,7 +62,9 @@ Outcome Invocation::runAction(const QList<Command>& actions)
 
 Outcome Invocation::open(OpenMode mode)
 {
-    const QString store = m_globals.store ? *m_globals.store : DatabaseSession::defaultStore();
+    QString store = m_globals.store ? *m_globals.store : DatabaseSession::defaultStore();
+    if (m_globals.keepsNothing())
+        store = QStringLiteral("memory:");
     const QString error = session().open(store, mode);
     return error.isEmpty() ? Outcome::done() : Outcome::refused(error);
 }

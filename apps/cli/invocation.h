@@ -8,6 +8,8 @@
 #include "persistence/istore.h"
 #include "session/databasesession.h"
 
+#include <QList>
+#include <QPair>
 #include <QStringList>
 
 #include <memory>
@@ -28,6 +30,14 @@ struct GlobalOptions
     std::optional<QString> store; ///< nothing: the default store
     QStringList pluginFolders; ///< empty: the program's own folder
     QString activeUser;
+    QList<QPair<QString, QString>>
+        componentOptions; ///< for the loader, the last one of a name counts
+    QString site; ///< of a simulation; empty for the real network
+
+    bool isSimulation() const { return !site.isEmpty(); }
+
+    /** Returns whether nothing outlives the call: a simulation that no store was named for. */
+    bool keepsNothing() const { return isSimulation() && !store; }
 };
 
 /** One call of a command: its arguments, its output and the session it works in. */
@@ -47,6 +57,8 @@ public:
     DatabaseSession& session();
     NodeDB& database() { return session().database(); }
 
+    const GlobalOptions& globals() const { return m_globals; }
+
     /** Runs that of \p actions which the first argument names, with the arguments after it. */
     Outcome runAction(const QList<Command>& actions);
 
@@ -64,6 +76,8 @@ public:
     std::optional<int> number(const QString& option, int least, int most, Outcome& outcome) const;
 
 private:
+    void setComponentOptions();
+
     const GlobalOptions& m_globals;
     const QCommandLineParser& m_options;
     QStringList m_arguments;
