@@ -9,8 +9,12 @@
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
 
+#include "session/discoveryrecorder.h"
+
 #include <QEventLoop>
 #include <QTimer>
+
+#include <utility>
 
 namespace tq::cli {
 
@@ -33,7 +37,8 @@ QString DeviceEvent::word(EFate fate)
     return QString();
 }
 
-DiscoveryWatch::DiscoveryWatch(NodeDB& database) : m_database(database)
+DiscoveryWatch::DiscoveryWatch(NodeDB& database, const DiscoveryRecorder* recorder)
+    : m_database(database), m_recorder(recorder)
 {
     for (const QString& id : database.nodeIdList())
         m_known.insert(id, nodeSummary(database, *database.node(id)));
@@ -74,7 +79,28 @@ bool DiscoveryWatch::waitForProbes(int timeout)
 
 void DiscoveryWatch::tell(DeviceEvent::EFate fate, const QString& id, const QJsonObject& device)
 {
-    emit happened({ fate, id, device });
+    const DeviceEvent event{ fate, id, device, QString() };
+    if (!m_recorder) {
+        emit happened(event);
+        return;
+    }
+    if (m_waiting.isEmpty())
+        QMetaObject::invokeMethod(this, &DiscoveryWatch::flush, Qt::QueuedConnection);
+    m_waiting.append({ event, m_recorder->heard() });
+}
+
+void DiscoveryWatch::flush()
+{
+    for (Waiting& waiting : std::exchange(m_waiting, {})) {
+        DeviceEvent& event = waiting.event;
+        // Which hint made a node is known only when its probe was decided.
+        const HintStory* const story = event.fate == DeviceEvent::eNew
+            ? m_recorder->storyOfNode(event.nodeId)
+            : m_recorder->story(waiting.story);
+        if (story)
+            event.from = story->from();
+        emit happened(event);
+    }
 }
 
 void DiscoveryWatch::tellOfNode(DeviceEvent::EFate fate, const QString& id)

@@ -6,9 +6,11 @@
 
 #include <QHash>
 #include <QJsonObject>
+#include <QList>
 #include <QObject>
 
 namespace tq {
+class DiscoveryRecorder;
 class NodeDB;
 class NodeHint;
 } // namespace tq
@@ -23,6 +25,7 @@ struct DeviceEvent
     EFate fate = eNew;
     QString nodeId; ///< empty where there is no node
     QJsonObject device; ///< what is known of it, under the names of a node's properties
+    QString from; ///< where its hint came from, for people; empty when that was not recorded
 
     /** Returns the fate in a word or two. */
     static QString word(EFate fate);
@@ -34,7 +37,9 @@ class DiscoveryWatch : public QObject
     Q_OBJECT
 
 public:
-    explicit DiscoveryWatch(NodeDB& database);
+    /** With a recorder, which was made before and outlives the watch, events say where hints came
+     * from; they are told in the next turn of the event loop, when that is known. */
+    explicit DiscoveryWatch(NodeDB& database, const DiscoveryRecorder* recorder = nullptr);
     ~DiscoveryWatch() override;
     Q_DISABLE_COPY_MOVE(DiscoveryWatch)
 
@@ -44,6 +49,9 @@ public:
     /** Waits until no hint is being probed, at most `timeout` ms. Returns whether that is so. */
     bool waitForProbes(int timeout);
 
+    /** Tells the events that still wait. */
+    void flush();
+
 signals:
     void happened(const tq::cli::DeviceEvent& event);
 
@@ -51,12 +59,20 @@ signals:
     void idle();
 
 private:
+    struct Waiting
+    {
+        DeviceEvent event;
+        quint64 story = 0;
+    };
+
     void tell(DeviceEvent::EFate fate, const QString& id, const QJsonObject& device);
     void tellOfNode(DeviceEvent::EFate fate, const QString& id);
     void met(const NodeHint& hint, const QString& id);
     void updated(const QString& id);
 
     NodeDB& m_database;
+    const DiscoveryRecorder* m_recorder;
+    QList<Waiting> m_waiting;
     QHash<int, QJsonObject> m_probes;
     QHash<QString, QJsonObject> m_known;
 };

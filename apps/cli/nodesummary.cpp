@@ -4,11 +4,10 @@
 
 #include "cli/valuetext.h"
 
-#include "discovery/nodehintfromarp.h"
-#include "discovery/nodehintfrombonjour.h"
-#include "discovery/nodehintipdevice.h"
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
+
+#include "session/hintfacts.h"
 
 namespace tq::cli {
 
@@ -48,22 +47,15 @@ const QList<Column>& nodeColumns()
 
 QJsonObject hintSummary(const NodeHint& hint)
 {
+    const HintFacts facts = factsOf(hint);
     QJsonObject result;
     const auto put = [&](const char* name, const QString& value) {
         if (!value.isEmpty())
             result.insert(text(name), value);
     };
-    put("Name", hint.name());
-    if (const auto* const arp = dynamic_cast<const NodeHintFromARP*>(&hint)) {
-        put("IP", arp->address());
-        put("MAC", arp->mac().toString());
-    } else if (const auto* const device = dynamic_cast<const NodeHintIPDevice*>(&hint)) {
-        put("IP", device->hostAddress());
-    } else if (const auto* const service = dynamic_cast<const NodeHintFromBonjour*>(&hint)) {
-        put("IP", service->address);
-        put("MAC", service->mac.toString());
-        put("Name", service->serviceName);
-    }
+    put("Name", facts.name);
+    put("IP", facts.address);
+    put("MAC", facts.mac);
     return result;
 }
 

@@ -66,8 +66,9 @@ void Output::notice(const QString& line)
 void Output::finish(const QString& command, const Outcome& outcome)
 {
     if (m_isJson) {
-        QJsonObject document{ { QStringLiteral("command"), command },
-            { QStringLiteral("ok"), outcome.isDone() } };
+        QJsonObject document = outcome.isDone() ? m_members : QJsonObject();
+        document.insert(QStringLiteral("command"), command);
+        document.insert(QStringLiteral("ok"), outcome.isDone());
         if (outcome.isDone())
             document.insert(QStringLiteral("items"), m_items);
         else

@@ -37,6 +37,9 @@ public:
     /** Adds an item to the JSON document. */
     void addItem(const QJsonObject& item) { m_items.append(item); }
 
+    /** Sets a member of the JSON document beside the items. */
+    void setMember(const QString& name, const QJsonValue& value) { m_members[name] = value; }
+
     /** Writes a table or a line for people; JSON output leaves it out. */
     void print(const Table& table);
     void print(const QString& line);
@@ -54,6 +57,7 @@ private:
     QTextStream m_out;
     QTextStream m_error;
     QJsonArray m_items;
+    QJsonObject m_members;
     bool m_isJson = false;
 };
 

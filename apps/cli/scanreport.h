@@ -21,18 +21,22 @@ public:
     void show(const DeviceEvent& event);
 
     /** Rewrites the line of progress. */
-    void showProgress(qsizetype openProbes);
+    void showProgress(qsizetype openProbes, int heldMessages);
 
     /** Takes the line of progress away. */
     void clearProgress();
 
-    /** Returns the counts for people: "2 new, 1 known". */
-    QString counts() const;
+    /** Returns the counts for people, and hands them to the JSON document as "summary". */
+    QString summary(qsizetype openProbes);
 
 private:
+    bool isNews(const DeviceEvent& event);
+
     Output& m_output;
     QMap<DeviceEvent::EFate, int> m_counts;
-    QSet<QString> m_toldAsKnown;
+    QSet<QString> m_found; ///< nodes, new and known
+    QSet<QString> m_lost;
+    int m_duplicates = 0;
     QElapsedTimer m_clock;
     bool m_hasTerminal = false;
     bool m_isHeadingShown = false;

@@ -37,7 +37,8 @@ void take(HintFacts& facts, const NodeHintIPDevice& hint)
 
 void take(HintFacts& facts, const NodeHintFromBonjour& hint)
 {
-    facts.name = hint.serviceName;
+    if (!hint.serviceName.isEmpty())
+        facts.name = hint.serviceName;
     facts.address = hint.address;
     facts.mac = hint.mac.toString();
     const std::size_t service = qHashMulti(facts.contents, hint.serviceName, hint.interfaceIndex,

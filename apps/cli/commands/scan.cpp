@@ -3,12 +3,17 @@
 #include "cli/commands/commands.h"
 #include "cli/discoverywatch.h"
 #include "cli/invocation.h"
+#include "cli/loghold.h"
 #include "cli/scanreport.h"
 #include "cli/stopsignal.h"
+#include "cli/tracereport.h"
 
+#include "discovery/inodescanner.h"
 #include "nodestore/nodedb.h"
 
+#include "platform/log.h"
 #include "platform/pluginloader.h"
+#include "session/discoveryrecorder.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -16,6 +21,8 @@
 #include <QFile>
 #include <QTimer>
 
+#include <algorithm>
+#include <memory>
 #include <set>
 #include <string>
 
@@ -26,9 +33,11 @@ namespace {
 const QString k_for = QStringLiteral("for");
 const QString k_sweep = QStringLiteral("sweep");
 const QString k_scanner = QStringLiteral("scanner");
+const QString k_trace = QStringLiteral("trace");
 constexpr int k_longestScan = 1000000; // s
 constexpr int k_msPerSecond = 1000;
 constexpr int k_lastProbes = 6000; // ms
+constexpr int k_simulatedScan = 10; // s
 constexpr unsigned int k_sweepArgument = 1;
 
 /** Refuses a scan that cannot find or keep anything. */
@@ -46,71 +55,134 @@ Outcome checkPlugins(Invocation& call, const QStringList& names)
     return Outcome::done();
 }
 
-/** Runs the scanners until the time is out (0: never) or a signal comes. */
-void runScanners(
-    Invocation& call, DiscoveryWatch& watch, ScanReport& report, StopSignal& stop, int seconds)
+/** One scan, with everybody who looks on. */
+class Scan
 {
-    std::set<std::string> names;
-    for (const QString& name : call.options().values(k_scanner))
-        names.insert(name.toStdString());
+public:
+    explicit Scan(Invocation& call)
+        : m_call(call)
+        , m_recorder(call.database())
+        , m_report(call.output())
+        , m_watch(call.database(), &m_recorder)
+    {
+        for (const QString& name : call.options().values(k_scanner))
+            m_names.insert(name.toStdString());
+        QObject::connect(&m_watch, &DiscoveryWatch::happened, &m_watch,
+            [this](const DeviceEvent& event) { m_report.show(event); });
+        // Whoever wants to see every line wants to see it at once.
+        if (LogQt::instance().logLevel() >= Log::eSurvived)
+            m_log = std::make_unique<LogHold>();
+    }
+
+    /** Runs the scanners until the time is out (0: never) or a signal comes. */
+    Outcome run(StopSignal& stop, int seconds);
+
+    /** Saves, and says what was found. */
+    Outcome finish();
+
+private:
+    bool isAnyRunning() const;
+
+    Invocation& m_call;
+    DiscoveryRecorder m_recorder;
+    ScanReport m_report;
+    DiscoveryWatch m_watch;
+    std::unique_ptr<LogHold> m_log;
+    std::set<std::string> m_names;
+};
+
+Outcome Scan::run(StopSignal& stop, int seconds)
+{
     QEventLoop loop;
     QObject::connect(&stop, &StopSignal::received, &loop, &QEventLoop::quit);
     if (seconds > 0)
         QTimer::singleShot(seconds * k_msPerSecond, &loop, &QEventLoop::quit);
     QTimer progress;
-    QObject::connect(
-        &progress, &QTimer::timeout, &loop, [&] { report.showProgress(watch.openProbes()); });
+    QObject::connect(&progress, &QTimer::timeout, &loop,
+        [&] { m_report.showProgress(m_watch.openProbes(), m_log ? m_log->count() : 0); });
     progress.start(k_msPerSecond);
-    NodeDB& database = call.database();
-    database.startScanners(names, call.options().isSet(k_sweep) ? k_sweepArgument : 0, 0);
+    NodeDB& database = m_call.database();
+    database.startScanners(m_names, m_call.options().isSet(k_sweep) ? k_sweepArgument : 0, 0);
+    if (m_call.globals().isSimulation() && !isAnyRunning()) {
+        if (m_log)
+            m_log->release();
+        return Outcome::refused(
+            QStringLiteral("the site %1 cannot be simulated").arg(quoted(m_call.globals().site)));
+    }
     loop.exec();
-    database.stopScanners(names);
+    database.stopScanners(m_names);
     // Hints that were on their way when the scanners stopped.
     QCoreApplication::sendPostedEvents();
-    if (!stop.hasCome() && watch.openProbes() > 0) {
-        QObject::connect(&watch, &DiscoveryWatch::idle, &loop, &QEventLoop::quit);
+    if (!stop.hasCome() && m_watch.openProbes() > 0) {
+        QObject::connect(&m_watch, &DiscoveryWatch::idle, &loop, &QEventLoop::quit);
         QTimer::singleShot(k_lastProbes, &loop, &QEventLoop::quit);
         loop.exec();
     }
-    report.clearProgress();
+    m_watch.flush();
+    m_report.clearProgress();
+    if (m_log)
+        m_log->release();
+    return Outcome::done();
 }
 
-Outcome finish(Invocation& call, const ScanReport& report)
+bool Scan::isAnyRunning() const
 {
-    DatabaseSession& session = call.session();
+    const auto scanners = plugin::Loader::instance().listComponents("INodeScanner");
+    return std::any_of(scanners.begin(), scanners.end(),
+        [](const tqm::smart<INodeScanner>& each) { return !each.null() && each->isRunning(); });
+}
+
+Outcome Scan::finish()
+{
+    DatabaseSession& session = m_call.session();
+    const bool isKept = !m_call.globals().keepsNothing();
     Outcome outcome;
-    if (session.hasUnsavedChanges() || !QFile::exists(session.location()))
-        outcome = call.save();
-    if (outcome.isDone())
-        call.output().print(QStringLiteral("%1; %2 stored in %3")
-                                .arg(report.counts())
-                                .arg(call.database().nodeIdList().size())
-                                .arg(session.location()));
+    if (isKept && (session.hasUnsavedChanges() || !QFile::exists(session.location())))
+        outcome = m_call.save();
+    if (!outcome.isDone())
+        return outcome;
+    const QString counts = m_report.summary(m_watch.openProbes());
+    const QString kept = QStringLiteral("%1 stored in %2")
+                             .arg(m_call.database().nodeIdList().size())
+                             .arg(session.location());
+    const QString forgotten = QStringLiteral("nothing is stored of a simulation without --store");
+    m_call.output().print(counts + QStringLiteral("; ") + (isKept ? kept : forgotten));
+    if (m_call.options().isSet(k_trace))
+        reportTrace(m_call.output(), m_recorder);
+    return outcome;
+}
+
+/** Reads how long to scan, 0 for ever. */
+Outcome readDuration(Invocation& call, int& seconds)
+{
+    Outcome outcome;
+    if (call.options().isSet(k_for)) {
+        if (const auto given = call.number(k_for, 1, k_longestScan, outcome))
+            seconds = *given;
+    } else if (call.globals().isSimulation()) {
+        seconds = k_simulatedScan;
+    }
     return outcome;
 }
 
 Outcome scan(Invocation& call)
 {
     StopSignal stop;
-    Outcome outcome;
     int seconds = 0;
-    if (call.options().isSet(k_for)) {
-        const auto given = call.number(k_for, 1, k_longestScan, outcome);
-        if (!given)
-            return outcome;
-        seconds = *given;
-    }
-    outcome = call.open(OpenMode::ReadWrite);
+    Outcome outcome = readDuration(call, seconds);
+    if (outcome.isDone())
+        outcome = call.open(OpenMode::ReadWrite);
     if (outcome.isDone())
         outcome = checkPlugins(call, call.options().values(k_scanner));
     if (!outcome.isDone())
         return outcome;
-    ScanReport report(call.output());
-    DiscoveryWatch watch(call.database());
-    QObject::connect(&watch, &DiscoveryWatch::happened, &watch,
-        [&](const DeviceEvent& event) { report.show(event); });
-    runScanners(call, watch, report, stop, seconds);
-    return finish(call, report);
+    if (call.globals().isSimulation())
+        call.output().notice(QStringLiteral("nodedb: simulating %1 for %2 s; --for sets the time")
+                                 .arg(quoted(call.globals().site))
+                                 .arg(seconds));
+    Scan scan(call);
+    outcome = scan.run(stop, seconds);
+    return outcome.isDone() ? scan.finish() : outcome;
 }
 
 } // namespace
@@ -125,6 +197,9 @@ QList<Command> scanCommands()
                 QStringLiteral("Make the system ask for every address of its own networks.") },
             { k_scanner, QStringLiteral("Use only this scanner; may be repeated."),
                 QStringLiteral("NAME") },
+            { k_trace,
+                QStringLiteral("Tell the story of each hint afterwards: who reported it, "
+                               "what each driver answered and when.") },
         });
     };
     return { { QStringLiteral("scan"), QString(),
