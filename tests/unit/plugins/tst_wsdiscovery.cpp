@@ -1,0 +1,347 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "parts/boundedxml.h"
+#include "scanners/wsdiscovery/devicetable_p.h"
+
+#include <QTest>
+
+using namespace tq;
+
+namespace {
+
+const QList<Subnet> k_subnets = { { QHostAddress(QStringLiteral("10.0.0.1")), 24 },
+    { QHostAddress(QStringLiteral("10.9.0.1")), 16 },
+    { QHostAddress(QStringLiteral("fd00::1")), 64 } };
+
+/** An envelope of a peer that has its own prefixes. */
+QByteArray envelope(const QByteArray& content, const QByteArray& header = QByteArray())
+{
+    return "<e:Envelope xmlns:e='http://www.w3.org/2003/05/soap-envelope' "
+           "xmlns:w='http://schemas.xmlsoap.org/ws/2004/08/addressing' "
+           "xmlns='http://schemas.xmlsoap.org/ws/2005/04/discovery'><e:Header>"
+        + header + "</e:Header><e:Body>" + content + "</e:Body></e:Envelope>";
+}
+
+QByteArray device(const QByteArray& endpoint, const QByteArray& more = QByteArray())
+{
+    return "<w:EndpointReference><w:Address>" + endpoint + "</w:Address></w:EndpointReference>"
+        + more;
+}
+
+WsMessage read(const QByteArray& datagram)
+{
+    QString error;
+    const auto message = readWsMessage(datagram, error);
+    if (!message)
+        qWarning("%s", qPrintable(error));
+    return message.value_or(WsMessage());
+}
+
+/** Reads the name of a device with this scope. */
+QString nameOf(const QByteArray& scope)
+{
+    const auto message =
+        read(envelope("<Hello>" + device("a", "<Scopes>" + scope + "</Scopes>") + "</Hello>"));
+    return message.devices.value(0).name;
+}
+
+/** Plays a script to a table and writes down what it tells and asks. */
+class Player
+{
+public:
+    Player() { m_table.setSubnets(k_subnets); }
+
+    void play(const QString& step)
+    {
+        const QStringList words = step.split(QLatin1Char(' '));
+        const char* refusal = nullptr;
+        if (step.startsWith(QLatin1Char('+')))
+            m_table.advance(m_now += step.toInt());
+        else if (words.first() == QLatin1String("bye"))
+            refusal = m_table.dismiss(words.at(1), QHostAddress(words.at(2)));
+        else
+            refusal = feed(words);
+        if (refusal)
+            told.append(QStringLiteral("refused"));
+        write();
+    }
+
+    QStringList told;
+
+private:
+    // ENDPOINT SENDER, then URLs, a version as "v1", a name as "n=…", "proxy".
+    const char* feed(const QStringList& words)
+    {
+        WsDevice said{ words.at(0), {}, {}, {} };
+        bool isItself = true;
+        for (const QString& word : words.mid(2)) {
+            if (word.startsWith(QLatin1String("v")))
+                said.version = word.mid(1).toUInt();
+            else if (word.startsWith(QLatin1String("n=")))
+                said.name = word.mid(2);
+            else if (word == QLatin1String("proxy"))
+                isItself = false;
+            else
+                said.addresses.append(word);
+        }
+        return m_table.feed(said, { QHostAddress(words.at(1)), isItself });
+    }
+
+    void write()
+    {
+        static const QStringList k_kinds = { QStringLiteral("new"), QStringLiteral("changed"),
+            QStringLiteral("gone") };
+        for (const auto& event : m_table.takeEvents())
+            told.append(QStringLiteral("%1 %2 %3:%4%5")
+                            .arg(k_kinds.at(event.kind), event.endpoint,
+                                event.place.address.toString(), QString::number(event.place.port),
+                                event.name.isEmpty() ? QString() : QLatin1Char(' ') + event.name));
+        for (const QString& endpoint : m_table.takeQuestions(8, m_now))
+            told.append(QStringLiteral("ask ") + endpoint);
+    }
+
+    DeviceTable m_table;
+    qint64 m_now = 1000000;
+};
+
+void addComings()
+{
+    QTest::newRow("again and again is once")
+        << "a 10.0.0.5 http://10.0.0.5/x v1;a 10.0.0.5 http://10.0.0.5/x v1;a 10.0.0.5 v1;+9000"
+        << "new a 10.0.0.5:80";
+    QTest::newRow("asked, answered")
+        << "a 10.0.0.5 v1;a 10.0.0.5 v1;a 10.0.0.5 http://10.0.0.5:81/;+9000"
+        << "ask a;new a 10.0.0.5:81";
+    QTest::newRow("asked, silent") << "a 10.0.0.5 n=A;+1499;+1"
+                                   << "ask a;new a 10.0.0.5:80 A";
+    QTest::newRow("asked, silent, one who speaks for others")
+        << "a 10.0.0.5 proxy;+1500;a 10.0.0.5 proxy"
+        << "ask a;ask a";
+    QTest::newRow("asked, gone, not counted as new")
+        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;bye a 10.0.0.5;+9000"
+        << "new a 10.0.0.5:80;gone a 10.0.0.5:80";
+    QTest::newRow("gone and back")
+        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.6 http://10.0.0.6/"
+        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;new a 10.0.0.6:80";
+    QTest::newRow("nobody from elsewhere") << "a 192.0.2.5 http://10.0.0.5/"
+                                           << "refused";
+    QTest::newRow("nobody else says Bye") << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.6"
+                                          << "new a 10.0.0.5:80;refused";
+}
+
+void addChanges()
+{
+    QTest::newRow("another port, name, version")
+        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.5 https://10.0.0.5/ v1;a 10.0.0.5 n=A;a 10.0.0.5 "
+           "https://10.0.0.5/ v1"
+        << "new a 10.0.0.5:80;changed a 10.0.0.5:443;changed a 10.0.0.5:443 A";
+    QTest::newRow("another version without an address is asked about")
+        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.5 v2;a 10.0.0.5 http://10.0.0.5:82/ v2;+9000"
+        << "new a 10.0.0.5:80;changed a 10.0.0.5:80;ask a;changed a 10.0.0.5:82";
+    QTest::newRow("and stays where it was if it says no more")
+        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.5 v2;+9000"
+        << "new a 10.0.0.5:80;changed a 10.0.0.5:80;ask a";
+    QTest::newRow("moved, the old address is silent")
+        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.6 http://10.0.0.6/ v2;a 10.0.0.6 "
+           "http://10.0.0.6/ v2;+1500;bye a 10.0.0.5;bye a 10.0.0.6"
+        << "new a 10.0.0.5:80;ask a;changed a 10.0.0.6:80;refused;gone a 10.0.0.6:80";
+    QTest::newRow("two addresses, each answers with its own")
+        << "a 10.0.0.5 http://10.0.0.5/;a 10.9.0.5 http://10.9.0.5/;a 10.0.0.5 http://10.0.0.5/;+9000"
+        << "new a 10.0.0.5:80;ask a";
+    QTest::newRow("two addresses, told together")
+        << "a 10.0.0.5 http://10.0.0.5/ http://10.9.0.5/;a 10.9.0.5 http://10.9.0.5/ http://10.0.0.5/;+9000"
+        << "new a 10.0.0.5:80";
+    QTest::newRow("another one speaks in its name")
+        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.66 http://10.0.0.5:99/ v7 n=B;a 10.0.0.66 v8"
+        << "new a 10.0.0.5:80";
+}
+
+} // namespace
+
+class TestWsDiscovery : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void writesQuestions();
+    void readsMessages();
+    void readsNames();
+    void passesOverWhatIsNotSound();
+    void choosesAPlace_data();
+    void choosesAPlace();
+    void tellsWhatBecomesOfDevices_data();
+    void tellsWhatBecomesOfDevices();
+    void keepsNoMoreThanItsBounds();
+};
+
+void TestWsDiscovery::writesQuestions()
+{
+    QString error;
+    const auto probe =
+        readBoundedXml(wsProbe(QStringLiteral("urn:uuid:1"), EWsType::eDevice), &error);
+    QVERIFY2(probe, qPrintable(error));
+    QCOMPARE(probe->find(u"MessageID")->text, QStringLiteral("urn:uuid:1"));
+    QCOMPARE(probe->child(u"Body")->find(u"Types")->text, QStringLiteral("wsdp:Device"));
+    const auto resolve =
+        readBoundedXml(wsResolve(newWsMessageId(), QStringLiteral("urn:a?b&c<d>\"e\"%1")), &error);
+    QVERIFY2(resolve, qPrintable(error));
+    QCOMPARE(
+        resolve->child(u"Body")->find(u"Address")->text, QStringLiteral("urn:a?b&c<d>\"e\"%1"));
+    QCOMPARE(resolve->find(u"Action")->text,
+        QStringLiteral("http://schemas.xmlsoap.org/ws/2005/04/discovery/Resolve"));
+    QVERIFY(newWsMessageId() != newWsMessageId());
+}
+
+void TestWsDiscovery::readsMessages()
+{
+    const WsMessage matches = read(envelope("<ProbeMatches><ProbeMatch>"
+            + device("urn:uuid:a",
+                "<Types>x:y</Types><XAddrs>\n http://10.0.0.5/a\thttps://10.0.0.5/b \n</XAddrs>"
+                "<MetadataVersion>7</MetadataVersion>")
+            + "</ProbeMatch><ProbeMatch>" + device("urn:uuid:b") + "</ProbeMatch></ProbeMatches>",
+        "<w:RelatesTo> urn:uuid:1 </w:RelatesTo>"));
+    QCOMPARE(matches.kind, WsMessage::eProbeMatches);
+    QCOMPARE(matches.relatesTo, QStringLiteral("urn:uuid:1"));
+    QCOMPARE(matches.devices.size(), 2);
+    QCOMPARE(matches.devices.first().endpoint, QStringLiteral("urn:uuid:a"));
+    QCOMPARE(matches.devices.first().addresses,
+        QStringList({ QStringLiteral("http://10.0.0.5/a"), QStringLiteral("https://10.0.0.5/b") }));
+    QCOMPARE(matches.devices.first().version, std::optional<quint32>(7));
+    QVERIFY(!matches.devices.last().version);
+    QCOMPARE(read(envelope("<Bye>" + device("a") + "</Bye>")).kind, WsMessage::eBye);
+    QCOMPARE(read(envelope("<Probe/>")).kind, WsMessage::eOther);
+    QCOMPARE(read(envelope("<Hello xmlns='urn:other'>" + device("a") + "</Hello>")).kind,
+        WsMessage::eOther);
+}
+
+void TestWsDiscovery::readsNames()
+{
+    QCOMPARE(nameOf("onvif://www.onvif.org/type/x  onvif://www.onvif.org/name/Harbour%20gate"),
+        QStringLiteral("Harbour gate"));
+    QCOMPARE(nameOf("ONVIF://www.onvif.org/NAME/K%C3%BCche"), QStringLiteral("K\u00fcche"));
+    QCOMPARE(
+        nameOf("onvif://www.onvif.org/name/a%0A2%20b%00%1b%E2%80%AE%"), QStringLiteral("a 2 b %"));
+    QCOMPARE(nameOf("onvif://www.onvif.org/name/" + QByteArray(500, 'n')).size(), 80);
+    QCOMPARE(nameOf("http://10.0.0.5/name/x"), QString());
+}
+
+void TestWsDiscovery::passesOverWhatIsNotSound()
+{
+    const QByteArray endpoints[] = { "", "urn:a b", "urn:\xc3\xbc", QByteArray(257, 'a') };
+    for (const QByteArray& endpoint : endpoints)
+        QVERIFY(read(envelope("<Hello>" + device(endpoint) + "</Hello>")).devices.isEmpty());
+    QVERIFY(read(envelope("<Hello/>")).devices.isEmpty());
+    const auto many = read(envelope("<Hello>"
+        + device("a",
+            "<XAddrs>" + QByteArrayLiteral("http://a ").repeated(99)
+                + "</XAddrs><MetadataVersion>-1</MetadataVersion>")
+        + "</Hello>"));
+    QCOMPARE(many.devices.value(0).addresses.size(), 16);
+    QVERIFY(!many.devices.value(0).version);
+    QString error;
+    QVERIFY(!readWsMessage("<a><Body><Hello/></Body></a>", error));
+    QVERIFY(!readWsMessage("<Envelope><Body/></Envelope>", error));
+    QVERIFY(!readWsMessage(envelope("<Probe/>") + QByteArray(32768, ' '), error));
+    QVERIFY(!error.isEmpty());
+}
+
+void TestWsDiscovery::choosesAPlace_data()
+{
+    QTest::addColumn<QString>("urls");
+    QTest::addColumn<QString>("place");
+    QTest::newRow("its own") << "http://10.0.0.7/a http://10.0.0.5/b"
+                             << "10.0.0.5 80 http://10.0.0.5/b";
+    QTest::newRow("IPv4 first") << "http://[fd00::5]/a http://10.0.0.5:8080/b"
+                                << "10.0.0.5 8080 http://10.0.0.5:8080/b";
+    QTest::newRow("another one of our networks") << "http://10.9.8.7/a"
+                                                 << "10.9.8.7 80 http://10.9.8.7/a";
+    QTest::newRow("secure") << "https://10.0.0.5/a"
+                            << "10.0.0.5 443 https://10.0.0.5/a ssl";
+    QTest::newRow("the device's order") << "https://10.0.0.5/a http://10.0.0.5/b"
+                                        << "10.0.0.5 443 https://10.0.0.5/a ssl";
+    QTest::newRow("IPv6 alone") << "http://[fd00::5]:81/a"
+                                << "fd00::5 81 http://[fd00::5]:81/a";
+    QTest::newRow("a name") << "http://gate.example:81/a"
+                            << "10.0.0.5 81 http://10.0.0.5:81/a";
+    QTest::newRow("somebody else's address") << "http://192.0.2.9:81/a http://203.0.113.1/"
+                                             << "10.0.0.5 81 http://10.0.0.5:81/a";
+    QTest::newRow("this machine") << "http://127.0.0.1:631/"
+                                  << "10.0.0.5 631 http://10.0.0.5:631/";
+    QTest::newRow("somebody else's, and its own") << "http://192.0.2.9/ https://10.0.0.5/"
+                                                  << "10.0.0.5 443 https://10.0.0.5/ ssl";
+    for (const char* const url :
+        { "", "ftp://10.0.0.5/", "http:///a", "10.0.0.5", "http://a:b@10.0.0.5/",
+            "http://10.0.0.5:0/", "http://10.0.0.5:99999/", "http://10.0.0.5/\x01", "http://[::1" })
+        QTest::addRow("none in '%s'", url) << url << "";
+    QTest::newRow("none in a long one")
+        << QStringLiteral("http://10.0.0.5/").leftJustified(513, QLatin1Char('a')) << "";
+}
+
+void TestWsDiscovery::choosesAPlace()
+{
+    QFETCH(const QString, urls);
+    QFETCH(const QString, place);
+    const QHostAddress sender(QStringLiteral("10.0.0.5"));
+    const auto places = placesOf(urls.split(QLatin1Char(' ')), sender, true, k_subnets);
+    QCOMPARE(places.isEmpty(), place.isEmpty());
+    if (places.isEmpty())
+        return;
+    const ServicePlace& best = places.first();
+    QCOMPARE(QStringLiteral("%1 %2 %3%4")
+                 .arg(best.address.toString(), QString::number(best.port), best.url,
+                     best.ssl ? QStringLiteral(" ssl") : QString()),
+        place);
+    // One who speaks for others does not stand in for them.
+    const auto ofOthers = placesOf(urls.split(QLatin1Char(' ')), sender, false, k_subnets);
+    QCOMPARE(ofOthers.isEmpty(), !urls.contains(best.url));
+}
+
+void TestWsDiscovery::tellsWhatBecomesOfDevices_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<QString>("told");
+    addComings();
+    addChanges();
+}
+
+void TestWsDiscovery::tellsWhatBecomesOfDevices()
+{
+    QFETCH(const QString, script);
+    QFETCH(const QString, told);
+    Player player;
+    for (const QString& step : script.split(QLatin1Char(';')))
+        player.play(step);
+    QCOMPARE(player.told.join(QLatin1Char(';')), told);
+}
+
+void TestWsDiscovery::keepsNoMoreThanItsBounds()
+{
+    DeviceTable table;
+    table.setSubnets({ { QHostAddress(QStringLiteral("10.9.0.1")), 16 } });
+    const auto feed = [&](int number, quint32 host, const char* url) {
+        return table.feed({ QString::number(number), {}, QStringList(QLatin1String(url)), {} },
+            { QHostAddress(0x0a090000u + host), true });
+    };
+    int taken = 0;
+    for (int i = 0; i < 1000; ++i)
+        taken += feed(i, 2, "http://10.9.0.2/") ? 0 : 1;
+    QCOMPARE(taken, 64);
+    for (int i = 1000; i < 2000; ++i)
+        taken += feed(i, quint32(i), "") ? 0 : 1;
+    QCOMPARE(taken, 64 + 256);
+    QCOMPARE(table.takeQuestions(1000, 0).size(), 256);
+    for (int i = 2000; i < 9000; ++i)
+        taken += feed(i, quint32(i), "http://10.9.0.2/") ? 0 : 1;
+    QCOMPARE(taken, 4096);
+    table.advance(10000);
+    QCOMPARE(table.takeEvents().size(), 4096);
+    QVERIFY(!table.isWaiting());
+
+    // Room that is given back is there for others, and of the same sender.
+    QVERIFY(feed(9000, 9000, "http://10.9.0.2/"));
+    QVERIFY(!table.dismiss(QStringLiteral("0"), QHostAddress(QStringLiteral("10.9.0.2"))));
+    QVERIFY(!feed(9000, 2, "http://10.9.0.2/"));
+}
+
+QTEST_GUILESS_MAIN(TestWsDiscovery)
+#include "tst_wsdiscovery.moc"
