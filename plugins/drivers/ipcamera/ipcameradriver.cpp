@@ -3,16 +3,22 @@
 #include "drivers/ipcamera/ipcameradriver.h"
 
 #include "drivers/ipcamera/devicepage_p.h"
+#include "drivers/ipcamera/deviceprobe_p.h"
+#include "drivers/ipcamera/devicereads_p.h"
 #include "drivers/ipcamera/ipcameranode.h"
-#include "drivers/ipcamera/webprobe_p.h"
+#include "drivers/ipcamera/knownmac_p.h"
+#include "drivers/ipcamera/weburl_p.h"
 #include "parts/devicehints.h"
 
+#include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
+#include "nodestore/nodedb.h"
 
 #include "platform/logline.h"
 
 #include <QCache>
 #include <QNetworkProxy>
+#include <QPointer>
 #include <QQueue>
 
 namespace tq {
@@ -20,10 +26,11 @@ namespace tq {
 namespace {
 
 constexpr int k_priority = 10;
+constexpr int k_onvifRank = 10;
 constexpr int k_cameraRank = 20;
 constexpr int k_webRank = 50;
 constexpr int k_notOurs = -1;
-constexpr int k_mostOpen = 64; ///< probes at a time; each may hold two sockets
+constexpr int k_mostOpen = 64; ///< probes at a time; each may hold three sockets
 constexpr int k_mostRemembered = 1024;
 
 /** A probe that waits for its turn. */
@@ -31,9 +38,7 @@ struct Request
 {
     int id;
     QString key;
-    QString host;
-    QList<Endpoint> endpoints;
-    QNetworkProxy proxy;
+    DeviceProbe::Target target;
 };
 
 /** Under what the answer of a device is kept: a device entered with a port is that port's. */
@@ -54,12 +59,54 @@ QNetworkProxy proxyOf(const NodeHint& hint)
         QNetworkProxy::HttpProxy, proxy.proxyAddress(), quint16(proxy.proxyPort()));
 }
 
-QString modelOf(const HintFacts& facts, const WebProbe::Answer& answer)
+/** Returns the login that a person entered together with this very device. */
+UserAndPassword loginOf(const NodeHint& hint)
+{
+    const auto* const entered = dynamic_cast<const NodeHintIPDevice*>(&hint);
+    const bool isByHand = entered && entered->furtherValue() == 0;
+    return isByHand ? UserAndPassword(entered->user(), entered->password(), false)
+                    : UserAndPassword();
+}
+
+/** Returns the URL of the service that the hint names, if it is one of the device itself. */
+QUrl serviceOf(const HintFacts& facts)
+{
+    QUrl url = facts.serviceUrl;
+    if (!isWebUrl(url) || !isSameHost(facts.address, url.host()))
+        return QUrl();
+    url.setUserInfo(QString());
+    url.setFragment(QString());
+    if (url.path().isEmpty())
+        url.setPath(usualServicePath());
+    return url;
+}
+
+QString modelOf(const HintFacts& facts, const DeviceAnswer& answer)
 {
     QStringList parts{ facts.model, answer.server, answer.title };
     parts.removeAll(QString());
     parts.removeDuplicates();
     return parts.join(QStringLiteral(", "));
+}
+
+/** Whether a new device says a MAC that a node has by now: it may be that device met at a second
+ * address, or lie. */
+bool isElsewhere(const NodeHint& hint, const MACAddress& mac)
+{
+    const NodeID known = nodeWithMac(mac);
+    if (known.isNull() || !NodeDB::getDB()->lookupHint(hint).isNull())
+        return false;
+    logLine(Log::eSurvived,
+        "A device says the MAC of a known one, no camera made: ", factsOf(hint).address, " like ",
+        known);
+    return true;
+}
+
+/** Whether a record announces a device whose address is known: it is not probed. */
+bool isAnnounced(const NodeHint& hint)
+{
+    const auto* const record = dynamic_cast<const NodeHintFromBonjour*>(&hint);
+    return record && record->isResolved != 0;
 }
 
 } // namespace
@@ -69,9 +116,11 @@ struct IPCameraDriver::Private
     explicit Private(IPCameraDriver* driver) : self(driver, [](INodeDriverComponent*) {}) { }
 
     /** Keeps what a device said, and returns its rank. */
-    int take(const QString& key, const WebProbe::Answer& answer)
+    int take(const QString& key, const DeviceAnswer& answer)
     {
-        answers.insert(key, new WebProbe::Answer(answer));
+        answers.insert(key, new DeviceAnswer(answer));
+        if (answer.speaksOnvif)
+            return k_onvifRank;
         const bool isCamera = isCameraLike(answer.title) || isCameraLike(answer.server);
         return isCamera ? k_cameraRank : k_webRank;
     }
@@ -82,10 +131,14 @@ struct IPCameraDriver::Private
     tqm::smart<INodeDriverComponent> self;
     QQueue<Request> waiting;
     int open = 0;
-    QCache<QString, WebProbe::Answer> answers{ k_mostRemembered };
+    QCache<QString, DeviceAnswer> answers{ k_mostRemembered };
+    DeviceReads reads;
 };
 
-IPCameraDriver::IPCameraDriver() : d(std::make_unique<Private>(this)) { }
+IPCameraDriver::IPCameraDriver() : d(std::make_unique<Private>(this))
+{
+    QObject::connect(&d->reads, &DeviceReads::finished, this, &IPCameraDriver::readFinished);
+}
 
 IPCameraDriver::~IPCameraDriver() = default;
 
@@ -128,9 +181,11 @@ int IPCameraDriver::probe(int requestId, const NodeHint& hint)
 {
     const HintFacts facts = factsOf(hint);
     const bool isOther = hint.nodeType() != eAnyNodeType && hint.nodeType() != eIPCameraNode;
-    if (isOther || !WebProbe::isUsable(facts.address))
+    if (isOther || !isUsableHost(facts.address))
         return k_notOurs;
-    d->waiting.enqueue({ requestId, keyOf(facts), facts.address, facts.endpoints, proxyOf(hint) });
+    const DeviceProbe::Target target{ facts.address, facts.endpoints, serviceOf(facts),
+        proxyOf(hint), loginOf(hint) };
+    d->waiting.enqueue({ requestId, keyOf(facts), target });
     startWaitingProbes();
     return 0;
 }
@@ -139,15 +194,15 @@ void IPCameraDriver::startWaitingProbes()
 {
     while (!d->waiting.isEmpty() && d->open < k_mostOpen) {
         const Request request = d->waiting.dequeue();
-        auto* const web = new WebProbe(request.host, request.endpoints, request.proxy, this);
-        const auto take = [this, web, id = request.id, key = request.key](const auto& answer) {
-            web->deleteLater();
+        auto* const device = new DeviceProbe(request.target, this);
+        const auto take = [this, device, id = request.id, key = request.key](const auto& answer) {
+            device->deleteLater();
             endProbe(id, answer ? d->take(key, *answer) : k_notOurs);
         };
         // Queued: a slot of ours may end this driver, and no socket may stand in its signal then.
-        QObject::connect(web, &WebProbe::finished, this, take, Qt::QueuedConnection);
+        QObject::connect(device, &DeviceProbe::finished, this, take, Qt::QueuedConnection);
         ++d->open;
-        web->start();
+        device->start();
     }
 }
 
@@ -160,19 +215,50 @@ void IPCameraDriver::endProbe(int requestId, int rank)
 
 NodeID IPCameraDriver::createNodeFromHint(const NodeHint& hint)
 {
-    const HintFacts facts = factsOf(hint);
+    HintFacts facts = factsOf(hint);
     if (facts.address.isEmpty()) {
         logLine(Log::eSurvived, "Hint without an address, no camera made: ", facts.name);
         return QString();
     }
-    const std::unique_ptr<WebProbe::Answer> said(d->answers.take(keyOf(facts)));
-    const WebProbe::Answer answer =
-        said ? *said : WebProbe::Answer{ facts.endpoints.first(), {}, {} };
+    const std::unique_ptr<DeviceAnswer> said(d->answers.take(keyOf(facts)));
+    DeviceAnswer answer;
+    answer.endpoint = facts.endpoints.first();
+    if (said)
+        answer = *said;
+    if (facts.mac.isEmpty()) {
+        if (isElsewhere(hint, answer.onvif.mac))
+            return QString();
+        facts.mac = answer.onvif.mac;
+    }
     auto node = std::make_unique<IPCameraNode>(deviceId(facts, answer.endpoint.port));
     describe(*node, hint, answer.endpoint);
     node->setName(deviceName(facts, answer.title));
     node->setModelInfo(modelOf(facts, answer));
-    return insertDevice(std::move(node), hint);
+    node->takeOver(answer.onvif);
+    const NodeID id = insertDevice(std::move(node), hint);
+    if (!id.isNull() && isAnnounced(hint) && !said)
+        readLater(id);
+    return id;
+}
+
+/** Not now: the to-do list is ours, and another thread may be making the node. */
+void IPCameraDriver::readLater(const NodeID& id)
+{
+    const auto read = [this, id, db = QPointer<NodeDB>(NodeDB::getDB())] {
+        if (db)
+            d->reads.beginWithoutLogin(id);
+    };
+    QMetaObject::invokeMethod(this, read, Qt::QueuedConnection);
+}
+
+QString IPCameraDriver::readDevice(const NodeID& id)
+{
+    return d->reads.begin(id);
+}
+
+QtSignal IPCameraDriver::readFinishedSignal()
+{
+    return QtSignal(this, SIGNAL(readFinished(tq::NodeID, QString)));
 }
 
 } // namespace tq

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "discovery/idevicereader.h"
 #include "discovery/inodedrivercomponent.h"
 
 #include <QObject>
@@ -13,11 +14,16 @@ namespace tq {
 /**
  * Makes nodes of type 2 of network devices that answer over HTTP or HTTPS.
  *
- * A hint without a type is probed: a device whose page or server calls itself a camera has rank 20,
- * any other web server 50, and whoever does not answer within 2 s is not ours. What a device said
- * is kept until its node is made or forgotten.
+ * A hint without a type is probed: a device that speaks ONVIF has rank 10, one whose page or server
+ * calls itself a camera 20, any other web server 50, and whoever does not answer within 2 s is not
+ * ours. What a device said is kept until its node is made or forgotten. A device that DNS-SD calls
+ * a camera is not probed; what it tells anybody over ONVIF is read once its node is made.
+ *
+ * A login is sent only to a device that was entered by hand together with it, once it has said that
+ * it speaks ONVIF, and by readDevice(); only in answer to a challenge for a digest. The database's
+ * global login is never sent.
  */
-class IPCameraDriver : public QObject, public INodeDriverComponent
+class IPCameraDriver : public QObject, public INodeDriverComponent, public IDeviceReader
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "tq.plugin.Component/1" FILE "plugin.json")
@@ -31,22 +37,29 @@ public:
     QString readableNodeTypeName(ENodeType type) override;
     Node* createNode(ENodeType type) override;
 
-    /** Refuses, with a level 2 log line, a hint without an address. A device that has a node by now
-     * gives that one's id. */
+    /** Refuses, with a level 2 log line, a hint without an address, and a device that says a MAC
+     * which a node at another address has. A device that has a node by now gives that one's id. */
     NodeID createNodeFromHint(const NodeHint& hint) override;
     int probe(int requestId, const NodeHint& hint) override;
     QtSignal probeFinishedSignal() override;
     QString driverName() const override;
     tqm::smart<NodeHint> createNodeHint(ENodeType type) override;
 
+    /** Reads model, software version, serial number and, while none is known, MAC over ONVIF in 5 s
+     * at most. A refusal is a level 2 log line as well. */
+    QString readDevice(const NodeID& id) override;
+    QtSignal readFinishedSignal() override;
+
 signals:
     void probeFinished(int requestId, tqm::smart<INodeDriverComponent> driver, int result);
+    void readFinished(tq::NodeID id, QString error);
 
 private:
     struct Private;
 
     void startWaitingProbes();
     void endProbe(int requestId, int rank);
+    void readLater(const NodeID& id);
 
     std::unique_ptr<Private> d;
 };

@@ -6,6 +6,8 @@
 
 namespace tq {
 
+struct OnvifFacts;
+
 /** A network camera, or any device that answers like one. */
 class IPCameraNode : public IPDeviceNode
 {
@@ -20,13 +22,24 @@ public:
     bool isIdentical(const NodeHint& hint) const override;
 
     /**
-     * Takes over a changed address, the MAC while none is known, and what a DNS-SD record says.
-     * IPv4 is never given up for IPv6 while the record has both.
+     * Takes over a changed address, the MAC while none is known, and what a DNS-SD record says; not
+     * the model that it names once the device itself has told more. IPv4 is never given up for IPv6
+     * while the record has both.
      */
     void updateFromHint(const NodeHint& hint) override;
 
     /** Fills hints of every kind, logins of the active user included. */
     void fillHint(NodeHint& hint) const override;
+
+    QString serialNumber() const;
+    void setSerialNumber(const QString& number);
+
+    /** Takes over what the device says of itself: what it leaves out stays, and so does a known
+     * MAC. */
+    void takeOver(const OnvifFacts& facts);
+
+private:
+    SimpleNodeProperty<QString> m_serialNumber;
 };
 
 } // namespace tq

@@ -3,45 +3,26 @@
 #include "drivers/ipcamera/webexchange_p.h"
 
 #include "drivers/ipcamera/devicepage_p.h"
+#include "drivers/ipcamera/weburl_p.h"
 
-#include <QRegularExpression>
 #include <QSslSocket>
 
 namespace tq {
 
 namespace {
 
-constexpr qint64 k_longest = 65536; ///< bytes
-
-/** Returns the Host field's value for `url`; a zone of IPv6 is this machine's own business. */
-QByteArray hostField(const QUrl& url)
-{
-    static const QRegularExpression zone(QStringLiteral("%[^\\]]*"));
-    const QString authority = url.adjusted(QUrl::RemoveUserInfo).authority(QUrl::FullyEncoded);
-    return QString(authority).remove(zone).toLatin1();
-}
-
-qsizetype endOfHead(const QByteArray& received)
-{
-    const qsizetype strict = received.indexOf("\r\n\r\n");
-    const qsizetype lax = received.indexOf("\n\n");
-    if (strict >= 0 && (lax < 0 || strict < lax))
-        return strict + 4;
-    return lax < 0 ? -1 : lax + 2;
-}
+constexpr qint64 k_readBuffer = 65536; ///< bytes
 
 } // namespace
 
-WebExchange::WebExchange(const QString& host, const QUrl& url, QObject* parent)
+WebExchange::WebExchange(const QString& host, const WebRequest& request, QObject* parent)
     : QObject(parent)
     , m_host(host)
-    , m_url(url)
-    , m_socket(url.scheme() == QLatin1String("https") ? new QSslSocket(this) : new QTcpSocket(this))
+    , m_request(request)
+    , m_socket(endpointOf(request.url).ssl ? new QSslSocket(this) : new QTcpSocket(this))
+    , m_target(requestTarget(request.url))
 {
-    m_target = url.path(QUrl::FullyEncoded).toLatin1();
-    if (url.hasQuery())
-        m_target += '?' + url.query(QUrl::FullyEncoded).toLatin1();
-    m_socket->setReadBufferSize(k_longest);
+    m_socket->setReadBufferSize(k_readBuffer);
     m_socket->setProxy(QNetworkProxy(QNetworkProxy::NoProxy));
     QObject::connect(m_socket, &QTcpSocket::readyRead, this, &WebExchange::read);
     // Queued: a refusal may come while we are still connecting.
@@ -52,7 +33,7 @@ WebExchange::WebExchange(const QString& host, const QUrl& url, QObject* parent)
 void WebExchange::start(const QNetworkProxy& proxy)
 {
     const bool isProxied = proxy.type() == QNetworkProxy::HttpProxy;
-    const auto port = quint16(m_url.port());
+    const auto port = quint16(endpointOf(url()).port);
     if (auto* const secure = qobject_cast<QSslSocket*>(m_socket)) {
         if (isProxied)
             secure->setProxy(proxy);
@@ -65,7 +46,7 @@ void WebExchange::start(const QNetworkProxy& proxy)
     if (!isProxied)
         return m_socket->connectToHost(m_host, port);
     // Proxies tunnel to few ports only: an open page is asked of the proxy itself.
-    m_target.prepend("http://" + hostField(m_url));
+    m_target.prepend("http://" + hostField(url()));
     m_socket->connectToHost(proxy.hostName(), proxy.port());
 }
 
@@ -77,54 +58,25 @@ void WebExchange::abandon()
 
 void WebExchange::sendRequest()
 {
-    m_socket->write("GET " + m_target + " HTTP/1.1\r\nHost: " + hostField(m_url)
-        + "\r\nUser-Agent: nodedb\r\nAccept: */*\r\nConnection: close\r\n\r\n");
+    QByteArray head = (isPost() ? "POST " : "GET ") + m_target
+        + " HTTP/1.1\r\nHost: " + hostField(url())
+        + "\r\nUser-Agent: nodedb\r\nAccept: */*\r\nConnection: close\r\n" + m_request.fields;
+    if (isPost())
+        head += "Content-Length: " + QByteArray::number(m_request.body.size()) + "\r\n";
+    m_socket->write(head + "\r\n" + m_request.body);
 }
 
 void WebExchange::read()
 {
-    m_received += m_socket->read(k_longest - m_received.size());
-    if (m_pageBegin < 0)
-        m_pageBegin = endOfHead(m_received);
+    m_answer.take(m_socket->read(m_answer.room()));
     if (isEnough())
         emit ended();
 }
 
 bool WebExchange::isEnough() const
 {
-    if (m_received.size() >= k_longest)
-        return true;
-    if (m_pageBegin < 0)
-        return false;
-    bool isKnown = false;
-    const qint64 length = header("content-length").toLongLong(&isKnown);
-    return hasWholeTitle(page()) || (isKnown && m_received.size() - m_pageBegin >= length);
-}
-
-int WebExchange::status() const
-{
-    static const QRegularExpression line(QStringLiteral("^HTTP/\\d\\.\\d ([1-5]\\d\\d)\\s"));
-    if (m_pageBegin < 0)
-        return 0;
-    const auto match =
-        line.match(QString::fromLatin1(m_received.left(m_received.indexOf('\n') + 1)));
-    return match.captured(1).toInt();
-}
-
-QByteArray WebExchange::header(const QByteArray& name) const
-{
-    const QList<QByteArray> lines = m_received.left(m_pageBegin).split('\n');
-    for (const QByteArray& line : lines) {
-        const qsizetype colon = line.indexOf(':');
-        if (colon > 0 && line.left(colon).trimmed().toLower() == name)
-            return line.mid(colon + 1).trimmed();
-    }
-    return QByteArray();
-}
-
-QByteArray WebExchange::page() const
-{
-    return m_pageBegin < 0 ? QByteArray() : m_received.mid(m_pageBegin);
+    const bool isNamed = !isPost() && hasWholeTitle(m_answer.body());
+    return m_answer.room() == 0 || m_answer.isWhole() || isNamed;
 }
 
 } // namespace tq

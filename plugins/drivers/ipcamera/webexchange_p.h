@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QByteArray>
+#include "drivers/ipcamera/webanswer_p.h"
+
 #include <QNetworkProxy>
 #include <QObject>
 #include <QUrl>
@@ -11,12 +12,20 @@ class QTcpSocket;
 
 namespace tq {
 
+/** What to ask of a web server. */
+struct WebRequest
+{
+    QUrl url;
+    QByteArray fields; ///< further lines of the head, each with its end
+    QByteArray body; ///< is posted; without one the page is fetched
+};
+
 /**
- * One GET to a web server whose manners are not known, and the beginning of what it says.
+ * One request to a web server whose manners are not known, and what it says.
  *
- * At most 64 KiB are read, the head of the answer included, and no longer than up to the end of the
- * page's title. Nothing but the request is sent: no credentials, no cookies. Certificates are not
- * judged. There is no time limit: the owner has one, and deletes the exchange.
+ * At most 64 KiB are read, the head of the answer included; of a page no more than up to the end of
+ * its title. Nothing but the request is sent, and redirections are not followed. Certificates are
+ * not judged. There is no time limit: the owner has one, and deletes the exchange.
  *
  * Written on sockets because QNetworkAccessManager reads a head without end for ever, on a thread
  * that all its requests share.
@@ -26,8 +35,8 @@ class WebExchange : public QObject
     Q_OBJECT
 
 public:
-    /** `host` is where to connect to, the host of `url` in the form of sockets. */
-    WebExchange(const QString& host, const QUrl& url, QObject* parent);
+    /** `host` is where to connect to, the host of the request's URL in the form of sockets. */
+    WebExchange(const QString& host, const WebRequest& request, QObject* parent);
 
     /** Connects, through `proxy` if it is an HTTP proxy. The answer never comes from here. */
     void start(const QNetworkProxy& proxy);
@@ -35,32 +44,26 @@ public:
     /** Drops the connection; nothing is emitted afterwards. */
     void abandon();
 
-    QUrl url() const { return m_url; }
+    QUrl url() const { return m_request.url; }
 
-    /** Returns the status of the answer; 0 while its head is not there, or not HTTP. */
-    int status() const;
-
-    /** Returns the value of the first header field of that name, given in small letters. */
-    QByteArray header(const QByteArray& name) const;
-
-    /** Returns what is there of the page. */
-    QByteArray page() const;
+    /** Returns what is there of the answer. */
+    const WebAnswer& answer() const { return m_answer; }
 
 signals:
     /** No more is coming, or no more is wanted. */
     void ended();
 
 private:
+    bool isPost() const { return !m_request.body.isEmpty(); }
     void sendRequest();
     void read();
     bool isEnough() const;
 
     QString m_host;
-    QUrl m_url;
+    WebRequest m_request;
     QTcpSocket* m_socket; ///< a child
     QByteArray m_target; ///< of the request line
-    QByteArray m_received;
-    qsizetype m_pageBegin = -1;
+    WebAnswer m_answer;
 };
 
 } // namespace tq

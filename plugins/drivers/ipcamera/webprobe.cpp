@@ -4,9 +4,8 @@
 
 #include "drivers/ipcamera/devicepage_p.h"
 #include "drivers/ipcamera/webexchange_p.h"
+#include "drivers/ipcamera/weburl_p.h"
 #include "parts/cleantext.h"
-
-#include <QUrl>
 
 #include <utility>
 
@@ -14,31 +13,10 @@ namespace tq {
 
 namespace {
 
-constexpr int k_deadline = 2000; ///< ms, for all endpoints
 constexpr int k_patience = 700; ///< ms, until the next endpoint is tried beside a silent one
 constexpr int k_longestServer = 80;
 constexpr int k_mostRedirections = 3;
-constexpr int k_httpPort = 80;
-constexpr int k_httpsPort = 443;
-
-const QString k_http = QStringLiteral("http");
-const QString k_https = QStringLiteral("https");
-
-QUrl urlOf(const QString& host, const Endpoint& endpoint)
-{
-    QUrl url;
-    url.setScheme(endpoint.ssl ? k_https : k_http);
-    url.setHost(host);
-    url.setPort(endpoint.port);
-    url.setPath(QStringLiteral("/"));
-    return url;
-}
-
-Endpoint endpointOf(const QUrl& url)
-{
-    const bool ssl = url.scheme() == k_https;
-    return { url.port(ssl ? k_httpsPort : k_httpPort), ssl };
-}
+const QString k_root = QStringLiteral("/");
 
 bool isRedirection(int status)
 {
@@ -57,21 +35,12 @@ WebProbe::WebProbe(const QString& host, const QList<Endpoint>& endpoints,
     const QNetworkProxy& proxy, QObject* parent)
     : QObject(parent), m_host(host), m_endpoints(endpoints), m_proxy(proxy)
 {
-    m_deadline.setSingleShot(true);
     m_patience.setSingleShot(true);
-    QObject::connect(&m_deadline, &QTimer::timeout, this, &WebProbe::giveUp);
     QObject::connect(&m_patience, &QTimer::timeout, this, &WebProbe::tryNext);
-}
-
-bool WebProbe::isUsable(const QString& host)
-{
-    const QUrl url = urlOf(host, Endpoint());
-    return url.isValid() && !url.host().isEmpty();
 }
 
 void WebProbe::start()
 {
-    m_deadline.start(k_deadline);
     tryNext();
 }
 
@@ -79,14 +48,14 @@ void WebProbe::tryNext()
 {
     if (m_next == m_endpoints.size())
         return;
-    send(urlOf(m_host, m_endpoints.at(m_next++)), Attempt());
+    send(webUrl(m_host, m_endpoints.at(m_next++), k_root), Attempt());
     if (m_next < m_endpoints.size())
         m_patience.start(k_patience);
 }
 
 void WebProbe::send(const QUrl& url, const Attempt& attempt)
 {
-    auto* const exchange = new WebExchange(m_host, url, this);
+    auto* const exchange = new WebExchange(m_host, { url, {}, {} }, this);
     m_attempts.emplace(exchange, attempt);
     QObject::connect(
         exchange, &WebExchange::ended, this, [this, exchange] { endAttempt(exchange); });
@@ -114,7 +83,7 @@ void WebProbe::endAttempt(WebExchange* exchange)
 
 bool WebProbe::hasAnswered(const WebExchange& exchange) const
 {
-    const int status = exchange.status();
+    const int status = exchange.answer().status();
     const bool isProxied = m_proxy.type() == QNetworkProxy::HttpProxy;
     return status > 0 && !(isProxied && isProxysOwn(status));
 }
@@ -125,23 +94,23 @@ std::optional<WebProbe::Answer> WebProbe::answerOf(
     if (!hasAnswered(exchange))
         return attempt.answer;
     return Answer{ endpointOf(exchange.url()),
-        cleanText(exchange.header("server"), k_longestServer), pageTitle(exchange.page()) };
+        cleanText(exchange.answer().field("server"), k_longestServer),
+        pageTitle(exchange.answer().body()) };
 }
 
 std::optional<QUrl> WebProbe::redirection(const WebExchange& exchange, const Attempt& attempt) const
 {
-    const QUrl location = QUrl::fromEncoded(exchange.header("location"));
-    if (!isRedirection(exchange.status()) || location.isEmpty() || !location.isValid()
+    const QUrl location = QUrl::fromEncoded(exchange.answer().field("location"));
+    if (!isRedirection(exchange.answer().status()) || location.isEmpty() || !location.isValid()
         || attempt.redirections == k_mostRedirections)
         return std::nullopt;
     QUrl target = exchange.url().resolved(location);
-    const bool isWeb = target.scheme() == k_http || target.scheme() == k_https;
-    if (!isWeb || target.host() != exchange.url().host())
+    if (!isWebUrl(target) || target.host() != exchange.url().host())
         return std::nullopt;
     target.setUserInfo(QString());
     target.setPort(endpointOf(target).port);
     if (target.path().isEmpty())
-        target.setPath(QStringLiteral("/"));
+        target.setPath(k_root);
     return target;
 }
 
@@ -157,7 +126,6 @@ void WebProbe::giveUp()
 
 void WebProbe::finish(const std::optional<Answer>& answer)
 {
-    m_deadline.stop();
     m_patience.stop();
     while (!m_attempts.empty())
         drop(m_attempts.begin()->first);

@@ -16,12 +16,11 @@ namespace tq {
 class WebExchange;
 
 /**
- * Finds out, in 2 s at most and without blocking, whether a web server answers on a device and what
- * it says of itself.
+ * Finds out, without blocking, whether a web server answers on a device and what it says of itself.
  *
- * The endpoints are tried in order; one that stays silent does not hold up the next for long. Any
- * HTTP answer counts, whatever its status, unless it is a proxy's own. Redirections are followed on
- * the same host only.
+ * The owner has a time limit. The endpoints are tried in order; one that stays silent does not hold
+ * up the next for long. Any HTTP answer counts, whatever its status, unless it is a proxy's own.
+ * Redirections are followed on the same host only.
  */
 class WebProbe : public QObject
 {
@@ -39,10 +38,10 @@ public:
     WebProbe(const QString& host, const QList<Endpoint>& endpoints, const QNetworkProxy& proxy,
         QObject* parent);
 
-    /** Returns whether `host` can stand in a URL. */
-    static bool isUsable(const QString& host);
-
     void start();
+
+    /** Finishes with what is there. */
+    void giveUp();
 
 signals:
     /** Emitted once, never from start(). */
@@ -61,7 +60,6 @@ private:
     bool hasAnswered(const WebExchange& exchange) const;
     std::optional<Answer> answerOf(const WebExchange& exchange, const Attempt& attempt) const;
     std::optional<QUrl> redirection(const WebExchange& exchange, const Attempt& attempt) const;
-    void giveUp();
     void finish(const std::optional<Answer>& answer);
     void drop(WebExchange* exchange);
 
@@ -70,7 +68,6 @@ private:
     QNetworkProxy m_proxy;
     qsizetype m_next = 0;
     std::map<WebExchange*, Attempt> m_attempts;
-    QTimer m_deadline;
     QTimer m_patience;
 };
 

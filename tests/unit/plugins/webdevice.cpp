@@ -8,6 +8,8 @@
 #include <QSslSocket>
 #include <QTimer>
 
+#include <sys/socket.h>
+
 namespace tst {
 
 namespace {
@@ -42,10 +44,34 @@ QSslSocket* encrypted(QObject* parent)
     return socket;
 }
 
+/** Returns the request in `heard`; nothing until it is there whole. */
+std::optional<WebRequest> wholeRequest(const QByteArray& heard)
+{
+    const qsizetype end = heard.indexOf("\r\n\r\n") + 4;
+    if (end < 4)
+        return std::nullopt;
+    const QList<QByteArray> line = heard.left(heard.indexOf("\r\n")).split(' ');
+    const WebRequest request{ line.value(0), line.value(1), heard.left(end), heard.mid(end) };
+    const bool isWhole = request.body.size() >= request.field("Content-Length").toLongLong();
+    return isWhole ? std::optional(request) : std::nullopt;
+}
+
 } // namespace
 
+QByteArray WebRequest::field(const QByteArray& name) const
+{
+    const qsizetype begin = head.indexOf("\r\n" + name + ": ");
+    const qsizetype value = begin + name.size() + 4;
+    return begin < 0 ? QByteArray() : head.mid(value, head.indexOf("\r\n", value) - value);
+}
+
 WebDevice::WebDevice(const QByteArray& answer, EManner manner, const QString& address)
-    : m_answer(answer), m_manner(manner)
+    : WebDevice([answer](const WebRequest&) { return answer; }, manner, address)
+{
+}
+
+WebDevice::WebDevice(const Chooser& chooser, EManner manner, const QString& address)
+    : m_chooser(chooser), m_manner(manner)
 {
     if (!listen(QHostAddress(address)))
         qFatal("no port on %s", qPrintable(address));
@@ -60,6 +86,7 @@ void WebDevice::incomingConnection(qintptr handle)
     ++m_open;
     QObject::connect(visitor, &QTcpSocket::disconnected, this, [this, visitor] {
         --m_open;
+        m_heard.remove(visitor);
         visitor->deleteLater();
     });
     QObject::connect(visitor, &QTcpSocket::readyRead, this, [this, visitor] { answer(visitor); });
@@ -69,10 +96,20 @@ void WebDevice::incomingConnection(qintptr handle)
 
 void WebDevice::answer(QTcpSocket* visitor)
 {
-    m_requests += visitor->readAll();
-    if (m_manner == eSilent || !m_requests.endsWith("\r\n\r\n"))
+    const QByteArray said = visitor->readAll();
+    m_requests += said;
+    const auto request = wholeRequest(m_heard[visitor] += said);
+    if (!request || m_manner == eSilent)
         return;
-    visitor->write(m_answer);
+    const auto bytes = m_chooser(*request);
+    if (!bytes)
+        return;
+    visitor->write(*bytes);
+    leave(visitor);
+}
+
+void WebDevice::leave(QTcpSocket* visitor) const
+{
     if (m_manner == eDripping) {
         auto* const timer = new QTimer(visitor);
         QObject::connect(timer, &QTimer::timeout, visitor, [visitor] { visitor->write("."); });
@@ -82,6 +119,9 @@ void WebDevice::answer(QTcpSocket* visitor)
             if (visitor->bytesToWrite() < k_portion)
                 visitor->write(QByteArray(k_portion, 'x'));
         });
+    } else if (m_manner == eHalfClosed) {
+        visitor->flush();
+        ::shutdown(int(visitor->socketDescriptor()), SHUT_WR);
     } else {
         visitor->disconnectFromHost();
     }

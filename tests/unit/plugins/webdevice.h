@@ -2,13 +2,29 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QHash>
 #include <QTcpServer>
+
+#include <functional>
+#include <optional>
 
 class QTcpSocket;
 
 namespace tst {
 
-/** A device on loopback that gives every visitor the same answer. */
+/** What a visitor said, whole. */
+struct WebRequest
+{
+    QByteArray method;
+    QByteArray target;
+    QByteArray head;
+    QByteArray body;
+
+    /** Returns the value of a field of the head, named as the visitor writes it. */
+    QByteArray field(const QByteArray& name) const;
+};
+
+/** A device on loopback that gives every visitor the same answer, or the one it chooses. */
 class WebDevice : public QTcpServer
 {
     Q_OBJECT
@@ -19,10 +35,16 @@ public:
         eTls, ///< the same behind a certificate that it signed itself
         eSilent, ///< accepts and says nothing
         eDripping, ///< a byte now and then after the answer
-        eEndless ///< as many bytes as the visitor takes
+        eEndless, ///< as many bytes as the visitor takes
+        eHalfClosed ///< answers, ends its own side, and waits for the visitor to go
     };
+    using Chooser = std::function<std::optional<QByteArray>(const WebRequest&)>;
 
     explicit WebDevice(const QByteArray& answer, EManner manner = ePlain,
+        const QString& address = QStringLiteral("127.0.0.1"));
+
+    /** Answers as `chooser` says; nothing is silence. */
+    explicit WebDevice(const Chooser& chooser, EManner manner = ePlain,
         const QString& address = QStringLiteral("127.0.0.1"));
 
     bool isSecure() const { return m_manner == eTls; }
@@ -39,9 +61,11 @@ protected:
 
 private:
     void answer(QTcpSocket* visitor);
+    void leave(QTcpSocket* visitor) const;
 
-    QByteArray m_answer;
+    Chooser m_chooser;
     EManner m_manner;
+    QHash<QTcpSocket*, QByteArray> m_heard;
     QByteArray m_requests;
     int m_visits = 0;
     int m_open = 0;

@@ -1,0 +1,475 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "discovery/idevicereader.h"
+#include "discovery/nodehintfrombonjour.h"
+#include "discovery/nodehintipdevice.h"
+#include "persistence/memorydestination.h"
+#include "plugins/onvifdevice.h"
+#include "shared/databasefixture.h"
+
+#include "platform/pluginloader.h"
+
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace tq;
+using plugin::Loader;
+using namespace tst;
+
+namespace {
+
+constexpr int k_bound = 20000; ///< ms; far more than anything may take
+const QString k_model = QStringLiteral("Harbour Gatekeeper 7");
+const QString k_id = QStringLiteral("mac:02770a4d000b");
+
+} // namespace
+
+class TestOnvif : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void winsOverTheBarePage();
+    void keepsWhatIsTold();
+    void asksTheServiceThatTheHintNames();
+    void givesNoLoginThatWasNotGiven();
+    void usesTheLoginOfAnEnteredDevice();
+    void takesNoLoginElsewhere();
+    void survivesHostileAnswers_data();
+    void survivesHostileAnswers();
+    void waitsForNoSilentService();
+    void cleansWhatIsTold();
+    void refusesTheMacOfAnother();
+    void readsIntoTheNode();
+    void leavesTheNodeWithoutAnswer_data();
+    void leavesTheNodeWithoutAnswer();
+    void leavesWhatChangedMeanwhile();
+    void readsWhatAnnouncedDevicesTellAnybody();
+    void diesWithExchangesOpen();
+
+private:
+    /** Probes one hint by itself and returns the answer; 0 when none came. */
+    int rankOf(const NodeHint& hint);
+    tqm::smart<const IPDeviceNode> make(const NodeHint& hint);
+    QString read(const QString& id);
+
+    std::unique_ptr<Database> m_fixture;
+    tqm::smart<INodeDriverComponent> m_driver;
+    tqm::smart<IDeviceReader> m_reader;
+};
+
+void TestOnvif::init()
+{
+    Loader::instance().addFolder(QStringLiteral(PLUGIN_FOLDER));
+    m_fixture = std::make_unique<Database>();
+    m_driver = m_fixture->db->nodeDriver(eIPCameraNode);
+    m_reader = m_driver;
+    QVERIFY(!m_driver.null());
+    QVERIFY(!m_reader.null());
+}
+
+void TestOnvif::cleanup()
+{
+    m_reader.reset();
+    m_driver.reset();
+    m_fixture.reset();
+    Loader::instance().clear();
+}
+
+int TestOnvif::rankOf(const NodeHint& hint)
+{
+    const QtSignal signal = m_driver->probeFinishedSignal();
+    QSignalSpy spy(signal.sender(), signal.signature().constData());
+    if (m_driver->probe(4711, hint) != 0 || !spy.wait(k_bound))
+        return 0;
+    return spy.first().at(2).toInt();
+}
+
+/** Makes the node of a hint, and hands it out. */
+tqm::smart<const IPDeviceNode> TestOnvif::make(const NodeHint& hint)
+{
+    return m_fixture->db->node(m_driver->createNodeFromHint(hint));
+}
+
+/** Reads a device and returns the error; "late" when no end came. */
+QString TestOnvif::read(const QString& id)
+{
+    const QtSignal signal = m_reader->readFinishedSignal();
+    QSignalSpy spy(signal.sender(), signal.signature().constData());
+    const QString refusal = m_reader->readDevice(id);
+    if (!refusal.isEmpty())
+        return refusal;
+    if (!spy.wait(k_bound) || spy.size() != 1 || spy.first().at(0).toString() != id)
+        return text("late");
+    return spy.first().at(1).toString();
+}
+
+void TestOnvif::winsOverTheBarePage()
+{
+    OnvifManner manner;
+    manner.page = "Network Camera";
+    const OnvifDevice device(manner);
+    const OnvifDevice secure({}, WebDevice::eTls, text("127.0.0.2"));
+    QSignalSpy inserted(m_fixture->db, &NodeDB::nodeInserted);
+    m_fixture->db->newNodeHint(hintFor(device));
+    QVERIFY(inserted.wait(k_bound));
+    QCOMPARE(inserted.first().first().toString(), k_id);
+    const tqm::smart<const IPDeviceNode> node = m_fixture->db->node(k_id);
+    QCOMPARE(node->name(), text("Network Camera"));
+    QCOMPARE(node->modelInfo(), k_model);
+    QCOMPARE(node->softwareVersion(), text("2.1.4"));
+    QCOMPARE(node->stringProperty(text("SerialNumber"), QString()), text("HG-0007"));
+    QCOMPARE(node->mac(), MACAddress(text("02:77:0a:4d:00:0b")));
+    QCOMPARE(rankOf(hintFor(device)), 10);
+    QCOMPARE(rankOf(hintFor(secure)), 10);
+    QVERIFY(device.logins().isEmpty());
+}
+
+void TestOnvif::keepsWhatIsTold()
+{
+    const OnvifDevice device;
+    NodeHintIPDevice hint = hintFor(device);
+    hint.setFurtherValue(eWSDiscoveryService);
+    QCOMPARE(rankOf(hint), 10);
+    QVERIFY(!make(hint).null());
+    // What its DNS-SD record calls it is less.
+    m_fixture->db->nodeHintChanged(announcementOf(device));
+    MemoryDestination store;
+    m_fixture->db->node(k_id)->save(&store);
+    const std::unique_ptr<Node> loaded(m_driver->createNode(eIPCameraNode));
+    loaded->load(&store);
+    QCOMPARE(loaded->stringProperty(text("ServiceName"), QString()), text("Front door"));
+    const std::unique_ptr<Node> copy(loaded->clone());
+    QCOMPARE(copy->modelInfo(), k_model);
+    QCOMPARE(copy->stringProperty(text("SerialNumber"), QString()), text("HG-0007"));
+}
+
+void TestOnvif::asksTheServiceThatTheHintNames()
+{
+    OnvifManner manner;
+    manner.path = "/services/device";
+    const OnvifDevice device(manner);
+    NodeHintIPDevice hint = hintFor(device);
+    QCOMPARE(rankOf(hint), 50);
+    hint.setFurtherValue(eWSDiscoveryService);
+    hint.setThirdText(urlOf(device, "/services/device"));
+    QCOMPARE(rankOf(hint), 10);
+
+    // Of another host it is none of this device's.
+    const OnvifDevice other(manner, WebDevice::ePlain, text("127.0.0.2"));
+    hint.setThirdText(urlOf(other, "/services/device"));
+    QCOMPARE(rankOf(hint), 50);
+    QVERIFY(!other.isVisited());
+
+    // A page is not needed for it.
+    hint.setPort(closedPort());
+    hint.setThirdText(urlOf(device, "/services/device"));
+    QCOMPARE(rankOf(hint), 10);
+    QCOMPARE(make(hint)->port(), int(device.serverPort()));
+}
+
+void TestOnvif::givesNoLoginThatWasNotGiven()
+{
+    const OnvifDevice device(locked());
+    m_fixture->db->setGlobalAuthentication(text("root"), text("secret"));
+    QCOMPARE(rankOf(hintFor(device)), 10);
+    NodeHintIPDevice found = hintWithLogin(device);
+    found.setFurtherValue(eWSDiscoveryService);
+    found.setThirdText(urlOf(device, "/onvif/device_service"));
+    QCOMPARE(rankOf(found), 10);
+    const auto node = make(hintFor(device));
+    QCOMPARE(node->softwareVersion(), QString());
+    QCOMPARE(node->modelInfo(), text("TinyWeb/1.0, Harbour gate"));
+    QCOMPARE(read(node->id()), text("The device asks for a login."));
+    // Of a typed hint the login is kept, not used.
+    NodeHintIPDevice typed = hintWithLogin(device);
+    typed.setNodeType(eIPCameraNode);
+    m_fixture->db->removeNode(node->id());
+    m_fixture->db->newNodeHint(typed);
+    QCOMPARE(m_fixture->db->nodeIdList().size(), 1);
+    QCOMPARE(device.logins(), QList<QByteArray>());
+    QVERIFY(!device.requests().contains("secret"));
+}
+
+void TestOnvif::usesTheLoginOfAnEnteredDevice()
+{
+    const OnvifDevice device(locked());
+    QCOMPARE(rankOf(hintWithLogin(device)), 10);
+    const auto node = make(hintWithLogin(device));
+    QCOMPARE(node->id(), k_id);
+    QCOMPARE(node->modelInfo(), k_model);
+    QVERIFY(!device.requests().contains("secret"));
+    QCOMPARE(device.logins().size(), 2);
+
+    // Who does not speak ONVIF gets none, whatever it asks for.
+    OnvifManner manner = locked();
+    manner.path = "/elsewhere";
+    const OnvifDevice other(manner);
+    const WebDevice asks("HTTP/1.1 401 No\r\nWWW-Authenticate: Digest nonce=a\r\n\r\n");
+    QCOMPARE(rankOf(hintWithLogin(other)), 50);
+    QCOMPARE(rankOf(hintWithLogin(asks)), 50);
+    QVERIFY(other.logins().isEmpty());
+    QVERIFY(!asks.requests().contains("Authorization"));
+}
+
+void TestOnvif::takesNoLoginElsewhere()
+{
+    // The questions are redirected, to another host and within this one.
+    const OnvifDevice other(locked(), WebDevice::ePlain, text("127.0.0.2"));
+    const OnvifDevice near(locked());
+    for (const OnvifDevice* const target : { &other, &near }) {
+        OnvifManner manner = locked();
+        manner.redirect = urlOf(*target, "/onvif/device_service").toLatin1();
+        const OnvifDevice device(manner);
+        QCOMPARE(rankOf(hintWithLogin(device)), 50);
+        QVERIFY(!read(make(hintWithLogin(device))->id()).isEmpty());
+        QVERIFY(!target->isVisited());
+        m_fixture->db->removeAllNodes();
+    }
+    // The page is: another port is another device's for all we know.
+    const QByteArray there = urlOf(near, "/").toLatin1();
+    const WebDevice front("HTTP/1.1 302 There\r\nLocation: " + there + "\r\n\r\n");
+    QCOMPARE(rankOf(hintWithLogin(front)), 10);
+    QVERIFY(near.questions() > 1);
+    QCOMPARE(near.logins(), QList<QByteArray>());
+    QVERIFY(!front.requests().contains("Authorization"));
+}
+
+void TestOnvif::survivesHostileAnswers_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<int>("manner");
+    QTest::addColumn<int>("rank");
+    const QByteArray right = dateAndTime();
+    const QByteArray size = QByteArray::number(right.size(), 16);
+    const auto row = [](const char* name, const QByteArray& answer, int rank,
+                         WebDevice::EManner manner = WebDevice::ePlain) {
+        QTest::newRow(name) << answer << int(manner) << rank;
+    };
+    row("in chunks",
+        soapAnswer("6;x=y\r\n" + right.left(6) + "\r\n" + QByteArray::number(right.size() - 6, 16)
+                + "\r\n" + right.mid(6) + "\r\n0\r\n\r\n",
+            "Transfer-Encoding: chunked\r\n"),
+        10);
+    row("after another head", "HTTP/1.1 100 Continue\r\n\r\n" + soapAnswer(right), 10);
+    row("half closed", soapAnswer(right), 10, WebDevice::eHalfClosed);
+    row("open, of known length",
+        soapAnswer(right, "Content-Length: " + QByteArray::number(right.size()) + "\r\n"), 10,
+        WebDevice::eDripping);
+    row("half closed too early", soapAnswer(right.left(200)), 50, WebDevice::eHalfClosed);
+    row("in chunks without end",
+        soapAnswer(size + "\r\n" + right + "\r\n7fffffff\r\n", "Transfer-Encoding: chunked\r\n"),
+        50, WebDevice::eEndless);
+    row("drop by drop", soapAnswer("<"), 50, WebDevice::eDripping);
+    row("a body without end", soapAnswer(right), 50, WebDevice::eEndless);
+    row("a head without end", "HTTP/1.1 200 OK\r\nX: ", 0, WebDevice::eEndless);
+    row("a page", soapAnswer("<!DOCTYPE html><html><body>Gate</body></html>"), 50);
+    row("right but a page",
+        QByteArray(soapAnswer(right)).replace("application/soap+xml", "text/html"), 50);
+    row("right but an error", QByteArray(soapAnswer(right)).replace("200 OK", "500 No"), 50);
+    row("a fault",
+        soapAnswer(envelope("<e:Fault><e:Reason><e:Text>no</e:Text></e:Reason></e:Fault>")), 50);
+    row("another's response", soapAnswer(QByteArray(right).replace("ver10/device", "ver10/media")),
+        50);
+    row("no content", soapAnswer(envelope(QByteArray())), 50);
+    row("entities",
+        soapAnswer(QByteArray(right).replace(
+            "?>", "?><!DOCTYPE a [<!ENTITY a \"b\"><!ENTITY c \"&a;&a;\">]>")),
+        50);
+    row("deep", soapAnswer(envelope(QByteArray("<a>").repeated(9000))), 50);
+}
+
+void TestOnvif::survivesHostileAnswers()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(int, manner);
+    QFETCH(int, rank);
+    const WebDevice device(answer, WebDevice::EManner(manner));
+    QCOMPARE(rankOf(hintFor(device)), rank == 0 ? -1 : rank);
+    QTRY_VERIFY(device.isLeft());
+}
+
+void TestOnvif::waitsForNoSilentService()
+{
+    OnvifManner manner;
+    manner.isSilent = true;
+    const OnvifDevice device(manner);
+    QCOMPARE(rankOf(hintFor(device)), 50);
+    QCOMPARE(make(hintFor(device))->name(), text("Harbour gate"));
+    QTRY_VERIFY(device.isLeft());
+}
+
+void TestOnvif::cleansWhatIsTold()
+{
+    OnvifManner manner;
+    manner.manufacturer = "a&#10;\xe2\x80\xae" + QByteArray(5000, 'm');
+    manner.model = "b\x7f  c";
+    manner.mac = "ff:ff:ff:ff:ff:ff";
+    const OnvifDevice device(manner);
+    QCOMPARE(rankOf(hintFor(device)), 10);
+    const auto node = make(hintFor(device));
+    QCOMPARE(node->modelInfo(), text("a ") + QString(78, QLatin1Char('m')) + text(" b c"));
+    // A group's address is no device's; one interface is left, and it may be reached by a detour.
+    QCOMPARE(node->mac(), MACAddress(text("02:77:0a:4d:00:ff")));
+}
+
+void TestOnvif::refusesTheMacOfAnother()
+{
+    const OnvifDevice device;
+    const OnvifDevice second({}, WebDevice::ePlain, text("127.0.0.2"));
+    QCOMPARE(rankOf(hintFor(device)), 10);
+    QCOMPARE(rankOf(hintFor(second)), 10);
+    QVERIFY(!make(hintFor(device)).null());
+    QVERIFY(make(hintFor(second)).null());
+    QCOMPARE(m_fixture->log.linesWith(k_id).filter(text("127.0.0.2")).size(), 1);
+    // Nor does a read bring it in, through a node that is there already.
+    NodeHintIPDevice typed = hintFor(second);
+    typed.setNodeType(eIPCameraNode);
+    const QString id = make(typed)->id();
+    QCOMPARE(read(id), QString());
+    const tqm::smart<const IPDeviceNode> node = m_fixture->db->node(id);
+    QCOMPARE(node->modelInfo(), k_model);
+    QVERIFY(node->mac().isEmpty());
+}
+
+void TestOnvif::readsIntoTheNode()
+{
+    OnvifManner manner = locked();
+    manner.staleNonces = 1;
+    const OnvifDevice device(manner);
+    NodeHintIPDevice hint = hintWithLogin(device);
+    hint.setNodeType(eIPCameraNode);
+    const QString id = make(hint)->id();
+    QSignalSpy updated(m_fixture->db, &NodeDB::nodeUpdated);
+    const QtSignal signal = m_reader->readFinishedSignal();
+    QSignalSpy spy(signal.sender(), signal.signature().constData());
+    QCOMPARE(m_reader->readDevice(id), QString());
+    QCOMPARE(m_reader->readDevice(id), QString()); // joins
+    QVERIFY(spy.wait(k_bound));
+    QCOMPARE(spy.first(), (QList<QVariant>{ id, QString() }));
+    QCOMPARE(updated.size(), 1);
+    const tqm::smart<const IPDeviceNode> node = m_fixture->db->node(id);
+    QCOMPARE(node->modelInfo(), k_model);
+    QCOMPARE(node->softwareVersion(), text("2.1.4"));
+    QCOMPARE(node->stringProperty(text("SerialNumber"), QString()), text("HG-0007"));
+    QCOMPARE(node->mac(), MACAddress(text("02:77:0a:4d:00:0b")));
+    QCOMPARE(node->user(false), text("root"));
+    // The first was too old, the second right, and its nonce good for the other question.
+    QCOMPARE(device.logins().size(), 3);
+    QCOMPARE(read(id), QString());
+    QCOMPARE(spy.size(), 2);
+}
+
+void TestOnvif::leavesTheNodeWithoutAnswer_data()
+{
+    QTest::addColumn<QByteArray>("challenges");
+    QTest::addColumn<QString>("error");
+    QTest::addColumn<int>("logins");
+    QTest::newRow("wrong login") << QByteArray() << text("The device refused the login.") << 1;
+    const QString otherWay = text("The device asks for a login in a way that is not answered.");
+    QTest::newRow("Basic") << QByteArray("WWW-Authenticate: Basic realm=\"a\"\r\n") << otherWay
+                           << 0;
+    QTest::newRow("none") << QByteArray("X: y\r\n") << otherWay << 0;
+    QTest::newRow("stale for ever")
+        << QByteArray("WWW-Authenticate: Digest nonce=\"a\", stale=true\r\n")
+        << text("The device refused the login.") << 2;
+}
+
+void TestOnvif::leavesTheNodeWithoutAnswer()
+{
+    QFETCH(QByteArray, challenges);
+    QFETCH(QString, error);
+    OnvifManner manner = locked();
+    manner.challenges = challenges;
+    const OnvifDevice device(manner);
+    NodeHintIPDevice hint = hintWithLogin(device, "canary");
+    hint.setNodeType(eIPCameraNode);
+    const QString id = make(hint)->id();
+    const auto before = m_fixture->db->node(id);
+    QCOMPARE(read(id), error);
+    QVERIFY(m_fixture->db->node(id) == before);
+    QCOMPARE(m_fixture->log.linesWith(error).size(), 1);
+    QTEST(int(device.logins().size()), "logins");
+    QCOMPARE(m_fixture->log.linesWith(text("canary")), QStringList());
+    QVERIFY(!device.requests().contains("canary"));
+    QVERIFY(!device.requests().contains("Basic"));
+}
+
+void TestOnvif::leavesWhatChangedMeanwhile()
+{
+    NodeDB* const db = m_fixture->db;
+    const OnvifDevice device;
+    NodeHintIPDevice hint = hintFor(device);
+    hint.setNodeType(eIPCameraNode);
+    const QString id = make(hint)->id();
+    const QtSignal signal = m_reader->readFinishedSignal();
+    QSignalSpy spy(signal.sender(), signal.signature().constData());
+    const auto errorAfter = [&](const std::function<void()>& change) {
+        spy.clear();
+        const QString refusal = m_reader->readDevice(id);
+        change();
+        return refusal.isEmpty() && spy.wait(k_bound) ? spy.first().at(1).toString() : QString();
+    };
+    Node* open = nullptr;
+    QVERIFY(!errorAfter([&] { open = db->beginUpdateNode(id, -1); }).isEmpty());
+    static_cast<IPDeviceNode*>(open)->setHostAddress(text("127.0.0.9"));
+    QVERIFY(!errorAfter([&] { db->endUpdateNode(open); }).isEmpty());
+    QCOMPARE(db->node(id)->softwareVersion(), QString());
+    QVERIFY(!errorAfter([&] { db->removeNode(id); }).isEmpty());
+    QVERIFY(!m_reader->readDevice(id).isEmpty());
+}
+
+void TestOnvif::readsWhatAnnouncedDevicesTellAnybody()
+{
+    const OnvifDevice device;
+    const OnvifDevice closed(locked(), WebDevice::ePlain, text("127.0.0.2"));
+    m_fixture->db->setGlobalAuthentication(text("root"), text("secret"));
+    const QtSignal signal = m_reader->readFinishedSignal();
+    QSignalSpy ended(signal.sender(), signal.signature().constData());
+    QSignalSpy updated(m_fixture->db, &NodeDB::nodeUpdated);
+    m_fixture->db->newNodeHint(announcementOf(device));
+    m_fixture->db->newNodeHint(announcementOf(closed));
+    const QString id = text("ip:127.0.0.1:%1").arg(device.serverPort());
+    QCOMPARE(m_fixture->db->node(id)->modelInfo(), text("X1"));
+    QTRY_COMPARE_WITH_TIMEOUT(updated.size(), 1, k_bound);
+    QCOMPARE(m_fixture->db->node(id)->modelInfo(), k_model);
+    QTRY_VERIFY(closed.isLeft());
+    QVERIFY(closed.logins().isEmpty());
+    QVERIFY(ended.isEmpty());
+}
+
+void TestOnvif::diesWithExchangesOpen()
+{
+    OnvifManner manner;
+    manner.isSilent = true;
+    const OnvifDevice device(manner);
+    NodeHintIPDevice hint = hintFor(device);
+    hint.setNodeType(eIPCameraNode);
+    const QString id = make(hint)->id();
+    QCOMPARE(m_driver->probe(1, hintFor(device)), 0);
+    QCOMPARE(m_reader->readDevice(id), QString());
+    QTRY_COMPARE_WITH_TIMEOUT(device.questions(), 2, k_bound);
+    const QPointer<QObject> root = m_driver->probeFinishedSignal().sender();
+    cleanup();
+    QVERIFY(!root);
+    QTRY_VERIFY(device.isLeft());
+
+    // And in the answer to a read, which is the program's own doing.
+    init();
+    const OnvifDevice other;
+    NodeHintIPDevice second = hintFor(other);
+    second.setNodeType(eIPCameraNode);
+    const QString otherId = make(second)->id();
+    const QtSignal signal = m_reader->readFinishedSignal();
+    const QPointer<QObject> driver = signal.sender();
+    QVERIFY(tq::connect(signal, this, SLOT(cleanup())));
+    QCOMPARE(m_reader->readDevice(otherId), QString());
+    QTRY_VERIFY_WITH_TIMEOUT(!driver, k_bound);
+}
+
+QTEST_GUILESS_MAIN(TestOnvif)
+
+#include "tst_onvif.moc"
