@@ -2,17 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "environments/environments.h"
 #include "environments/globalnetworkproxy.h"
+#include "integration/programtest.h"
 #include "persistence/storefactory.h"
 #include "session/databasesession.h"
 #include "shared/databasefixture.h"
 
-#include <QCryptographicHash>
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
@@ -20,22 +15,14 @@
 #include <sys/resource.h>
 
 using namespace tq;
+using tst::contentOf;
+using tst::Run;
 using tst::text;
+using tst::write;
 
 namespace {
 
 const QByteArray k_canary = "Kanari\xc3\xa4-7261";
-
-struct Run
-{
-    int code = -1;
-    QByteArray out;
-    QByteArray error;
-
-    QJsonObject document() const { return QJsonDocument::fromJson(out).object(); }
-    QJsonArray items() const { return document()[text("items")].toArray(); }
-    QJsonObject item(int i = 0) const { return items()[i].toObject(); }
-};
 
 /** A driver and a session that follow each other's life as in a program. */
 struct Session
@@ -48,19 +35,6 @@ struct Session
     tst::FakeDriver driver;
     DatabaseSession session;
 };
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
-}
 
 void saveNodesOfTwoDrivers(const QString& store)
 {
@@ -75,12 +49,12 @@ void saveNodesOfTwoDrivers(const QString& store)
 
 } // namespace
 
-class TestCommandLine : public QObject
+class TestCommandLine : public tst::ProgramTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
+    void init() { begin(); }
 
     void aNodeGoesFromAddToRemove();
     void refusedCallsNameTheValueAndChangeNothing_data();
@@ -100,52 +74,7 @@ private slots:
     void savingWhileLoadingIsRefused();
     void aSaveThatFailsLeavesStoreAndChanges();
     void settingsCountAsUnsavedChanges();
-
-private:
-    QString path(const char* name) const { return m_folder->filePath(text(name)); }
-    Run run(const QStringList& arguments, const QByteArray& input = QByteArray()) const;
-    /** The same with JSON output on the test's store; arguments are separated by blanks. */
-    Run onStore(const char* arguments, const QByteArray& input = QByteArray()) const;
-    QMap<QString, QByteArray> hashes() const;
-
-    std::unique_ptr<QTemporaryDir> m_folder;
-    QString m_store;
 };
-
-void TestCommandLine::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_store = path("devices.db");
-}
-
-Run TestCommandLine::run(const QStringList& arguments, const QByteArray& input) const
-{
-    QProcess process;
-    process.setWorkingDirectory(m_folder->path());
-    process.start(text(NODEDB_PROGRAM), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    if (!process.waitForFinished())
-        return {};
-    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-        process.readAllStandardOutput(), process.readAllStandardError() };
-}
-
-Run TestCommandLine::onStore(const char* arguments, const QByteArray& input) const
-{
-    return run(QStringList{ text("--json"), text("--store"), m_store }
-            + text(arguments).split(QLatin1Char(' ')),
-        input);
-}
-
-QMap<QString, QByteArray> TestCommandLine::hashes() const
-{
-    QMap<QString, QByteArray> result;
-    for (const QString& name : QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden))
-        result[name] = QCryptographicHash::hash(
-            contentOf(m_folder->filePath(name)), QCryptographicHash::Sha256);
-    return result;
-}
 
 void TestCommandLine::aNodeGoesFromAddToRemove()
 {
@@ -245,7 +174,7 @@ void TestCommandLine::storesThatCannotBeReadAreLeftAlone()
     QCOMPARE(onStore("add 192.0.2.5 --type 2").code, 0);
     if (store == text("cut.db"))
         content = contentOf(m_store).left(9000);
-    m_store = m_folder->filePath(store);
+    m_store = path(qPrintable(store));
     if (!content.isEmpty())
         write(m_store, content);
     const auto before = hashes();

@@ -34,10 +34,13 @@ const QString k_for = QStringLiteral("for");
 const QString k_sweep = QStringLiteral("sweep");
 const QString k_scanner = QStringLiteral("scanner");
 const QString k_trace = QStringLiteral("trace");
+const QString k_speed = QStringLiteral("speed");
 constexpr int k_longestScan = 1000000; // s
 constexpr int k_msPerSecond = 1000;
 constexpr int k_lastProbes = 6000; // ms
 constexpr int k_simulatedScan = 10; // s
+constexpr int k_highestSpeed = 1000;
+constexpr int k_percent = 100;
 constexpr unsigned int k_sweepArgument = 1;
 
 /** Refuses a scan that cannot find or keep anything. */
@@ -74,8 +77,9 @@ public:
             m_log = std::make_unique<LogHold>();
     }
 
-    /** Runs the scanners until the time is out (0: never) or a signal comes. */
-    Outcome run(StopSignal& stop, int seconds);
+    /** Runs the scanners until the time is out (0: never) or a signal comes; simulated time goes
+     * `speed` times as fast. */
+    Outcome run(StopSignal& stop, int seconds, int speed);
 
     /** Saves, and says what was found. */
     Outcome finish();
@@ -91,7 +95,7 @@ private:
     std::set<std::string> m_names;
 };
 
-Outcome Scan::run(StopSignal& stop, int seconds)
+Outcome Scan::run(StopSignal& stop, int seconds, int speed)
 {
     QEventLoop loop;
     QObject::connect(&stop, &StopSignal::received, &loop, &QEventLoop::quit);
@@ -102,8 +106,10 @@ Outcome Scan::run(StopSignal& stop, int seconds)
         [&] { m_report.showProgress(m_watch.openProbes(), m_log ? m_log->count() : 0); });
     progress.start(k_msPerSecond);
     NodeDB& database = m_call.database();
-    database.startScanners(m_names, m_call.options().isSet(k_sweep) ? k_sweepArgument : 0, 0);
-    if (m_call.globals().isSimulation() && !isAnyRunning()) {
+    const bool isSimulation = m_call.globals().isSimulation();
+    database.startScanners(m_names, m_call.options().isSet(k_sweep) ? k_sweepArgument : 0,
+        isSimulation ? speed * k_percent : 0);
+    if (isSimulation && !isAnyRunning()) {
         if (m_log)
             m_log->release();
         return Outcome::refused(
@@ -165,11 +171,26 @@ Outcome readDuration(Invocation& call, int& seconds)
     return outcome;
 }
 
+Outcome readSpeed(Invocation& call, int& speed)
+{
+    Outcome outcome;
+    if (!call.options().isSet(k_speed))
+        return outcome;
+    if (!call.globals().isSimulation())
+        return Outcome::usage(QStringLiteral("--%1 wants --simulate").arg(k_speed));
+    if (const auto given = call.number(k_speed, 1, k_highestSpeed, outcome))
+        speed = *given;
+    return outcome;
+}
+
 Outcome scan(Invocation& call)
 {
     StopSignal stop;
     int seconds = 0;
+    int speed = 1;
     Outcome outcome = readDuration(call, seconds);
+    if (outcome.isDone())
+        outcome = readSpeed(call, speed);
     if (outcome.isDone())
         outcome = call.open(OpenMode::ReadWrite);
     if (outcome.isDone())
@@ -181,7 +202,7 @@ Outcome scan(Invocation& call)
                                  .arg(quoted(call.globals().site))
                                  .arg(seconds));
     Scan scan(call);
-    outcome = scan.run(stop, seconds);
+    outcome = scan.run(stop, seconds, speed);
     return outcome.isDone() ? scan.finish() : outcome;
 }
 
@@ -197,6 +218,8 @@ QList<Command> scanCommands()
                 QStringLiteral("Make the system ask for every address of its own networks.") },
             { k_scanner, QStringLiteral("Use only this scanner; may be repeated."),
                 QStringLiteral("NAME") },
+            { k_speed, QStringLiteral("Let simulated time go N times as fast."),
+                QStringLiteral("N") },
             { k_trace,
                 QStringLiteral("Tell the story of each hint afterwards: who reported it, "
                                "what each driver answered and when.") },

@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "integration/programtest.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace tst {
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), qint64(content.size()));
+}
+
+ProgramTest::ProgramTest() = default;
+
+ProgramTest::~ProgramTest() = default;
+
+void ProgramTest::begin()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_store = path("devices.db");
+}
+
+QString ProgramTest::path(const char* name) const
+{
+    return m_folder->filePath(QString::fromUtf8(name));
+}
+
+Run ProgramTest::run(
+    const QStringList& arguments, const QByteArray& input, QProcess::ProcessChannelMode mode) const
+{
+    QProcess process;
+    process.setProcessChannelMode(mode);
+    process.setWorkingDirectory(m_folder->path());
+    process.start(QStringLiteral(NODEDB_PROGRAM), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished())
+        return {};
+    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+        process.readAllStandardOutput(), process.readAllStandardError() };
+}
+
+Run ProgramTest::onStore(const char* arguments, const QByteArray& input) const
+{
+    return run(QStringList{ QStringLiteral("--json"), QStringLiteral("--store"), m_store }
+            + QString::fromUtf8(arguments).split(QLatin1Char(' ')),
+        input);
+}
+
+QMap<QString, QByteArray> ProgramTest::hashes() const
+{
+    QMap<QString, QByteArray> result;
+    for (const QString& name : QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden))
+        result[name] = QCryptographicHash::hash(
+            contentOf(m_folder->filePath(name)), QCryptographicHash::Sha256);
+    return result;
+}
+
+} // namespace tst
