@@ -1,0 +1,180 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "lab/avahipeer.h"
+
+#include <QFile>
+#include <QProcessEnvironment>
+#include <QStandardPaths>
+
+namespace tst {
+
+namespace {
+
+constexpr int k_patience = 30000; // ms
+constexpr char k_variable[] = "DBUS_SYSTEM_BUS_ADDRESS";
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+constexpr char k_busConfiguration[] = R"(<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>system</type>
+  <listen>%1</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/>
+    <allow own="*"/>
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+  </policy>
+</busconfig>
+)";
+
+constexpr char k_daemonConfiguration[] = R"([server]
+host-name=%1
+use-ipv4=yes
+use-ipv6=yes
+allow-interfaces=%2
+[publish]
+publish-hinfo=no
+publish-workstation=no
+)";
+
+void write(const QString& path, const QString& content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content.toUtf8()) < 0)
+        qFatal("%s cannot be written", qPrintable(path));
+}
+
+/** A program of the system; daemons are not on every user's path. */
+QString programOf(const QString& name)
+{
+    const QString found = QStandardPaths::findExecutable(name);
+    return found.isEmpty()
+        ? QStandardPaths::findExecutable(name, { text("/usr/sbin"), text("/sbin") })
+        : found;
+}
+
+} // namespace
+
+AvahiPeer::AvahiPeer(
+    const QString& hostName, const QStringList& interfaces, const QStringList& enter)
+    : m_enter(enter)
+{
+    write(m_folder.filePath(text("bus.conf")), text(k_busConfiguration).arg(busAddress()));
+    write(m_folder.filePath(text("avahi.conf")),
+        text(k_daemonConfiguration).arg(hostName, interfaces.join(QLatin1Char(','))));
+}
+
+AvahiPeer::~AvahiPeer()
+{
+    withdrawAll();
+    kill(m_daemon);
+    kill(m_bus);
+}
+
+QString AvahiPeer::missingProgram()
+{
+    for (const char* const name :
+        { "dbus-daemon", "avahi-daemon", "avahi-publish", "unshare", "nsenter", "mount", "ip" }) {
+        if (programOf(text(name)).isEmpty())
+            return text(name);
+    }
+    return QString();
+}
+
+QString AvahiPeer::busAddress() const
+{
+    return text("unix:path=") + m_folder.filePath(text("bus"));
+}
+
+bool AvahiPeer::startBus()
+{
+    QFile::remove(m_folder.filePath(text("bus"))); // of one that was killed
+    m_bus = run({ programOf(text("dbus-daemon")),
+                    text("--config-file=") + m_folder.filePath(text("bus.conf")), text("--nofork"),
+                    text("--nopidfile"), text("--nosyslog"), text("--print-address") },
+        "unix:path=");
+    return m_bus != nullptr;
+}
+
+void AvahiPeer::killBus()
+{
+    kill(m_bus);
+}
+
+bool AvahiPeer::startDaemon()
+{
+    // The daemon's folder below /run cannot be chosen: each gets a /run of its own.
+    const QStringList ownRun{ text("unshare"), text("--mount"), text("sh"), text("-c"),
+        text("mount -t tmpfs none /run && exec \"$@\""), text("sh") };
+    m_daemon = run(m_enter + ownRun
+            + QStringList{ programOf(text("avahi-daemon")), text("-f"),
+                m_folder.filePath(text("avahi.conf")), text("--no-drop-root"), text("--no-chroot"),
+                text("--no-rlimits"), text("--no-proc-title") },
+        "Server startup complete");
+    return m_daemon != nullptr;
+}
+
+void AvahiPeer::killDaemon()
+{
+    kill(m_daemon);
+}
+
+int AvahiPeer::publish(
+    const QString& name, const QString& type, quint16 port, const QStringList& texts)
+{
+    Process publication = run(
+        QStringList{ text("avahi-publish"), text("-s"), name, type, QString::number(port) } + texts,
+        "Established under name");
+    if (!publication)
+        return -1;
+    m_publications.push_back(std::move(publication));
+    return int(m_publications.size()) - 1;
+}
+
+void AvahiPeer::withdraw(int number)
+{
+    kill(m_publications.at(std::size_t(number)));
+}
+
+void AvahiPeer::withdrawAll()
+{
+    for (Process& publication : m_publications)
+        kill(publication);
+    m_publications.clear();
+}
+
+AvahiPeer::Process AvahiPeer::run(const QStringList& command, const QByteArray& sign)
+{
+    auto process = std::make_unique<QProcess>();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(text(k_variable), busAddress());
+    process->setProcessEnvironment(environment);
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->start(command.first(), command.mid(1));
+    QByteArray output;
+    while (!output.contains(sign) && process->waitForReadyRead(k_patience))
+        output += process->readAll();
+    m_said += QString::fromUtf8(output);
+    if (output.contains(sign))
+        return process;
+    kill(process);
+    return nullptr;
+}
+
+void AvahiPeer::kill(Process& process)
+{
+    if (!process)
+        return;
+    process->kill();
+    process->waitForFinished(k_patience);
+    process.reset();
+}
+
+} // namespace tst

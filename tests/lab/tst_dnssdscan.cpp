@@ -1,0 +1,332 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+// Runs inside tools/lab, with daemons of its own on links of its own.
+#include "discovery/inodescanner.h"
+#include "discovery/nodehintfrombonjour.h"
+#include "lab/avahipeer.h"
+#include "lab/secondnetwork.h"
+#include "shared/logcapture.h"
+
+#include "platform/logline.h"
+#include "platform/pluginloader.h"
+
+#include <QTest>
+
+using namespace tq;
+using plugin::Loader;
+
+namespace {
+
+constexpr int k_patience = 40000; // ms
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+} // namespace
+
+/** Runs the shipped scanner and writes down what it reports. */
+class Follower : public QObject
+{
+    Q_OBJECT
+
+public:
+    Follower()
+    {
+        tq::connect(m_scanner->newHintSignal(), this, SLOT(takeNew(const tq::NodeHint&)));
+        tq::connect(m_scanner->hintChangedSignal(), this, SLOT(takeChanged(const tq::NodeHint&)));
+        tq::connect(m_scanner->hintGoneSignal(), this, SLOT(takeGone(const tq::NodeHint&)));
+        m_scanner->start(0, 0);
+    }
+    ~Follower() override { m_scanner->stop(); }
+    Q_DISABLE_COPY_MOVE(Follower)
+
+    INodeScanner& scanner() { return *m_scanner; }
+
+    /** Returns the last record of that name. */
+    SServiceInfo last(const QString& name) const
+    {
+        for (auto hint = hints.crbegin(); hint != hints.crend(); ++hint) {
+            if (hint->serviceName == name)
+                return *hint;
+        }
+        return {};
+    }
+
+    QStringList told; ///< "new NAME"
+    QList<NodeHintFromBonjour> hints;
+
+public slots:
+    void takeNew(const tq::NodeHint& hint) { take("new ", hint); }
+    void takeChanged(const tq::NodeHint& hint) { take("changed ", hint); }
+    void takeGone(const tq::NodeHint& hint) { take("gone ", hint); }
+
+private:
+    void take(const char* event, const NodeHint& hint)
+    {
+        told.append(text(event) + hint.name());
+        hints.append(dynamic_cast<const NodeHintFromBonjour&>(hint));
+    }
+
+    tqm::smart<INodeScanner> m_scanner =
+        Loader::instance().listComponents("INodeScanner", "dnssd").first();
+};
+
+/** The scanner and real daemons: one on this side, one that publishes on the other. */
+class TestDnsSdScan : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void waitsForTheBusAndTheDaemon();
+    void fillsTheRecord();
+    void theFamiliesAreOneHint();
+    void tellsChangesOnce();
+    void aRestartOfTheDaemonLosesNothing();
+    void survivesTheEndOfTheBus();
+    void namesMayHoldAnything();
+    void typesComeFromTheOptionToo();
+    void stopIsTheEnd();
+
+private:
+    int publish(const char* name, const char* type, quint16 port, const QStringList& texts = {});
+
+    tst::SecondNetwork m_network;
+    std::unique_ptr<tst::AvahiPeer> m_near;
+    std::unique_ptr<tst::AvahiPeer> m_far;
+};
+
+int TestDnsSdScan::publish(
+    const char* name, const char* type, quint16 port, const QStringList& texts)
+{
+    const int number = m_far->publish(text(name), text(type), port, texts);
+    if (number < 0)
+        qFatal("not published: %s", qPrintable(m_far->said()));
+    return number;
+}
+
+void TestDnsSdScan::initTestCase()
+{
+    if (!qEnvironmentVariableIsSet("LAB_CONTROL"))
+        QSKIP("this runs inside tools/lab");
+    const QString missing = tst::AvahiPeer::missingProgram();
+    if (!missing.isEmpty())
+        QSKIP(qPrintable(text("the program is missing: ") + missing));
+    const QString reason = m_network.make();
+    if (!reason.isEmpty())
+        QSKIP(qPrintable(reason));
+    Loader::instance().addFolder(QStringLiteral(PLUGIN_FOLDER));
+    m_near =
+        std::make_unique<tst::AvahiPeer>(text("here"), QStringList{ text("here0"), text("here1") });
+    m_far = std::make_unique<tst::AvahiPeer>(
+        text("there"), QStringList{ text("there0"), text("there1") }, m_network.enter());
+    QVERIFY2(m_far->startBus() && m_far->startDaemon(), qPrintable(m_far->said()));
+    // Read once per process, at the first connection.
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_near->busAddress().toUtf8());
+}
+
+void TestDnsSdScan::init()
+{
+    Loader::instance().setOption(text("dnssd/serviceTypes"), QString());
+}
+
+void TestDnsSdScan::cleanup()
+{
+    m_far->withdrawAll();
+}
+
+void TestDnsSdScan::waitsForTheBusAndTheDaemon()
+{
+    const tst::LogCapture log;
+    Follower follower;
+    const auto complaints = [&] {
+        return log.linesWith(text("waits for the Avahi daemon")).size();
+    };
+    QTRY_COMPARE(complaints(), 1);
+    QVERIFY(follower.scanner().isRunning());
+    QVERIFY2(m_near->startBus(), qPrintable(m_near->said()));
+    const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
+    QVERIFY2(m_near->startDaemon(), qPrintable(m_near->said()));
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told, QStringList(text("new Harbour gate")), k_patience);
+    QCOMPARE(complaints(), 1);
+    QCOMPARE(log.linesWith(text("has found the Avahi daemon")).size(), 1);
+    m_far->withdraw(gate);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
+    QCOMPARE(follower.told.last(), text("gone Harbour gate"));
+    QCOMPARE(int(follower.hints.last().isAvailable), 0);
+}
+
+void TestDnsSdScan::fillsTheRecord()
+{
+    Follower follower;
+    const int store = publish("Records", "_smb._tcp", 445);
+    const int page = publish("Harbour gate", "_https._tcp", 4443,
+        { text("Model=G2"), text("serial=77-1"), text("mac=02:77:0a:4d:00:0b"), text("path=/live"),
+            text("ready") });
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
+    const SServiceInfo info = follower.last(text("Harbour gate"));
+    QCOMPARE(info.serviceType, text("_https._tcp"));
+    QCOMPARE(info.domain, text("local"));
+    QCOMPARE(info.hostName, text("there.local"));
+    QCOMPARE(info.fullName, text("Harbour\\032gate._https._tcp.local"));
+    QVERIFY2(info.address.startsWith(text("10.78.")), qPrintable(info.address));
+    QCOMPARE(int(info.ipVersion), 4);
+    QVERIFY(info.interfaceIndex > 0);
+    QCOMPARE(int(info.port), 4443);
+    QCOMPARE(int(info.ssl), 1);
+    QCOMPARE(info.model, text("G2"));
+    QCOMPARE(info.serialNumber, text("77-1"));
+    QCOMPARE(info.mac, MACAddress(text("02:77:0a:4d:00:0b")));
+    QCOMPARE(info.path, text("/live"));
+    QCOMPARE(info.texts.size(), 5);
+    QCOMPARE(follower.hints.last().nodeType(), eAnyNodeType);
+    QCOMPARE(follower.hints.first().nodeType(), eNetworkStorageNode);
+    m_far->withdraw(store);
+    m_far->withdraw(page);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 4, k_patience);
+}
+
+void TestDnsSdScan::theFamiliesAreOneHint()
+{
+    Follower follower;
+    const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 1, k_patience);
+    QVERIFY(m_network.run(text("ip -4 addr flush dev here0 && ip -4 addr flush dev here1"),
+        tst::SecondNetwork::eHere));
+    QTRY_VERIFY_WITH_TIMEOUT(follower.hints.last().ipVersion == 6, k_patience);
+    QVERIFY(m_network.run(
+        text("ip addr add 10.78.0.1/24 dev here0 && ip addr add 10.78.1.1/24 dev here1"),
+        tst::SecondNetwork::eHere));
+    QTRY_VERIFY_WITH_TIMEOUT(follower.hints.last().ipVersion == 4, k_patience);
+    const SServiceInfo info = follower.hints.last();
+    QVERIFY2(info.secondAddress.contains(text("%here")), qPrintable(info.secondAddress));
+    m_far->withdraw(gate);
+    QTRY_VERIFY_WITH_TIMEOUT(follower.told.last().startsWith(text("gone")), k_patience);
+    QCOMPARE(follower.told.filter(text("new")).size(), 1);
+    QCOMPARE(follower.told.filter(text("gone")).size(), 1);
+}
+
+void TestDnsSdScan::tellsChangesOnce()
+{
+    Follower follower;
+    publish("Harbour gate", "_rtsp._tcp", 554, { text("model=G1") });
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 1, k_patience);
+    // As a device that was switched off: without a goodbye.
+    m_far->killDaemon();
+    QVERIFY2(m_far->startDaemon(), qPrintable(m_far->said()));
+    const int gate = publish("Harbour gate", "_rtsp._tcp", 8554, { text("model=G2") });
+    QTRY_VERIFY_WITH_TIMEOUT(follower.told.size() > 1, k_patience);
+    const int fence = publish("Fence", "_rtsp._tcp", 554);
+    QTRY_VERIFY_WITH_TIMEOUT(follower.told.contains(text("new Fence")), k_patience);
+    QCOMPARE(follower.told,
+        (QStringList{ text("new Harbour gate"), text("changed Harbour gate"), text("new Fence") }));
+    QCOMPARE(int(follower.last(text("Harbour gate")).port), 8554);
+    QCOMPARE(follower.last(text("Harbour gate")).model, text("G2"));
+    m_far->withdraw(gate);
+    m_far->withdraw(fence);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 5, k_patience);
+}
+
+void TestDnsSdScan::aRestartOfTheDaemonLosesNothing()
+{
+    const tst::LogCapture log;
+    Follower follower;
+    const int stays = publish("Stays", "_rtsp._tcp", 554, { text("model=S") });
+    const int moves = publish("Moves", "_rtsp._tcp", 554);
+    const int leaves = publish("Leaves", "_smb._tcp", 445);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 3, k_patience);
+    follower.told.clear();
+    m_near->killDaemon();
+    QTRY_COMPARE(log.linesWith(text("waits for the Avahi daemon")).size(), 1);
+    m_far->withdraw(leaves);
+    m_far->withdraw(moves);
+    const int moved = publish("Moves", "_rtsp._tcp", 8554);
+    QVERIFY2(m_near->startDaemon(), qPrintable(m_near->said()));
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
+    QCOMPARE(follower.told, (QStringList{ text("changed Moves"), text("gone Leaves") }));
+    m_far->withdraw(stays);
+    m_far->withdraw(moved);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 4, k_patience);
+}
+
+void TestDnsSdScan::survivesTheEndOfTheBus()
+{
+    const tst::LogCapture log;
+    Follower follower;
+    const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 1, k_patience);
+    m_near->killBus();
+    m_near->killDaemon();
+    QTRY_COMPARE(log.linesWith(text("waits for the Avahi daemon")).size(), 1);
+    QVERIFY2(m_near->startBus() && m_near->startDaemon(), qPrintable(m_near->said()));
+    const int wall = publish("Harbour wall", "_rtsp._tcp", 554);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
+    QCOMPARE(follower.told.last(), text("new Harbour wall"));
+    QCOMPARE(log.linesWith(text("2 ")).size(), 1);
+    m_far->withdraw(gate);
+    m_far->withdraw(wall);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 4, k_patience);
+}
+
+void TestDnsSdScan::namesMayHoldAnything()
+{
+    const tst::LogCapture log(Log::eDebug);
+    const QStringList names{ text("a\nb\x1b[31m\x07"), text("dots. and \\ and \""),
+        QString(63, QLatin1Char('x')), text("\xe2\x80\xae\xc3\xa4\xf0\x9f\x8e\xa5") };
+    Follower follower;
+    QList<int> numbers;
+    QStringList told;
+    for (const QString& name : names) {
+        numbers.append(publish(name.toUtf8().constData(), "_rtsp._tcp", 554,
+            QStringList(5, QString(200, QLatin1Char('t')))));
+        told.append(text("new ") + name);
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), names.size(), k_patience);
+    follower.told.sort();
+    told.sort();
+    QCOMPARE(follower.told, told);
+    QCOMPARE(
+        follower.last(names.first()).fullName, text("a\\010b\\027\\09131m\\007._rtsp._tcp.local"));
+    QCOMPARE(follower.last(names.first()).texts.size(), 5);
+    for (const QString& line : log.lines())
+        QVERIFY2(line == escapedForLog(line), qPrintable(line));
+    for (const int number : std::as_const(numbers))
+        m_far->withdraw(number);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2 * names.size(), k_patience);
+}
+
+void TestDnsSdScan::typesComeFromTheOptionToo()
+{
+    Loader::instance().setOption(
+        text("dnssd/serviceTypes"), text("_boxes._tcp=storage,_rtsp._tcp=unknown"));
+    Follower follower;
+    const int box = publish("Box", "_boxes._tcp", 99);
+    const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
+    QCOMPARE(follower.last(text("Box")).serviceKind, 2);
+    QCOMPARE(follower.last(text("Harbour gate")).serviceKind, 0);
+    m_far->withdraw(box);
+    m_far->withdraw(gate);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 4, k_patience);
+}
+
+void TestDnsSdScan::stopIsTheEnd()
+{
+    Follower follower;
+    const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 1, k_patience);
+    follower.scanner().stop();
+    QVERIFY(!follower.scanner().isRunning());
+    follower.scanner().start(0, 0);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
+    QCOMPARE(follower.told.last(), text("new Harbour gate"));
+    m_far->withdraw(gate);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 3, k_patience);
+}
+
+QTEST_GUILESS_MAIN(TestDnsSdScan)
+#include "tst_dnssdscan.moc"
