@@ -13,6 +13,8 @@ using namespace tq;
 
 namespace {
 
+constexpr int k_patience = 30000; ///< ms
+
 // The responder has a network of its own, whose other end is here.
 const QString k_peerCommand =
     QStringLiteral("ip link add far78 type veth peer name near78 netns 1 && ip link set lo up && "
@@ -92,24 +94,24 @@ void TestLabWsDiscovery::followsTheCamera()
         QStringLiteral("10.77.0.11:8080 Harbour gate http://10.77.0.11:8080/onvif/device_service");
     const QString moved =
         QStringLiteral("10.77.0.99:8080 Harbour gate http://10.77.0.99:8080/onvif/device_service");
-    QTRY_COMPARE(m_told, QStringList(QStringLiteral("new ") + known));
+    QTRY_COMPARE_WITH_TIMEOUT(m_told, QStringList(QStringLiteral("new ") + known), k_patience);
     const QString endpoint = m_endpoint;
     QVERIFY(endpoint.startsWith(QLatin1String("urn:uuid:")));
     QCOMPARE(tst::tellLab(QStringLiteral("stop cam1")).last(), QStringLiteral("ok"));
-    QTRY_COMPARE(m_told.size(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(m_told.size(), 2, k_patience);
     QCOMPARE(m_told.last(), QStringLiteral("gone ") + known);
     QCOMPARE(tst::tellLab(QStringLiteral("start cam1")).last(), QStringLiteral("ok"));
-    QTRY_COMPARE(m_told.size(), 3);
+    QTRY_COMPARE_WITH_TIMEOUT(m_told.size(), 3, k_patience);
     QCOMPARE(m_told.last(), QStringLiteral("new ") + known);
     QCOMPARE(tst::tellLab(QStringLiteral("address cam1 10.77.0.99")).last(), QStringLiteral("ok"));
-    QTRY_COMPARE(m_told.size(), 4);
+    QTRY_COMPARE_WITH_TIMEOUT(m_told.size(), 4, k_patience);
     QCOMPARE(m_told.last(), QStringLiteral("changed ") + moved);
     QCOMPARE(m_endpoint, endpoint);
 }
 
 void TestLabWsDiscovery::findsAResponderThatMustBeAsked()
 {
-    QTRY_COMPARE(m_told.size(), 1); // the camera
+    QTRY_COMPARE_WITH_TIMEOUT(m_told.size(), 1, k_patience); // the camera
     QProcess peer;
     peer.start(QStringLiteral("unshare"),
         { QStringLiteral("--net"), QStringLiteral("sh"), QStringLiteral("-c"), k_peerCommand });
@@ -118,7 +120,6 @@ void TestLabWsDiscovery::findsAResponderThatMustBeAsked()
     QVERIFY(runIp(QStringLiteral("addr add 10.78.0.1/24 dev near78")));
 
     // The scanner sees that there is another network, and asks there as well.
-    constexpr int k_patience = 30000;
     QTRY_COMPARE_WITH_TIMEOUT(m_told.size(), 2, k_patience);
     const QString shelf =
         QStringLiteral("10.78.0.2:5357  http://10.78.0.2:5357/") + m_endpoint.mid(9);
@@ -131,14 +132,14 @@ void TestLabWsDiscovery::findsAResponderThatMustBeAsked()
         m_scanner->stop();
         m_told.clear();
         m_scanner->start(0, 0);
-        QTRY_VERIFY(m_told.contains(QStringLiteral("new ") + shelf));
+        QTRY_VERIFY_WITH_TIMEOUT(m_told.contains(QStringLiteral("new ") + shelf), k_patience);
         log += peer.readAllStandardError();
     }
     QVERIFY2(log.contains("\"Resolve "), log.constData());
 
     m_told.clear();
     peer.terminate();
-    QTRY_COMPARE(m_told, QStringList(QStringLiteral("gone ") + shelf));
+    QTRY_COMPARE_WITH_TIMEOUT(m_told, QStringList(QStringLiteral("gone ") + shelf), k_patience);
     QVERIFY(peer.waitForFinished());
 }
 

@@ -14,51 +14,60 @@ constexpr int k_mostOfSender = 64;
 constexpr std::size_t k_mostQuestions = 256;
 // A device takes up to 500 ms to answer, and a lost question is repeated within 250 ms.
 constexpr qint64 k_answerTime = 1500;
+constexpr qint64 k_quietTime = 1500;
 
 } // namespace
 
-const char* DeviceTable::feed(const WsDevice& said, const Sender& sender)
+const char* DeviceTable::feed(const WsDevice& said, const Sender& sender, qint64 now)
 {
     if (!isOnLink(sender.address, m_subnets))
         return "a sender that is not on our networks";
+    forgetGone(now);
     const auto places = placesOf(said.addresses, sender.address, sender.isItself, m_subnets);
     const auto known = m_devices.find(said.endpoint);
-    return known == m_devices.end() ? feedNew(said, sender, places)
-                                    : feedKnown(*known, said, sender.address, places);
+    const bool isThere = known != m_devices.end() && !known->isGone;
+    return isThere ? feedKnown(*known, said, sender.address, places, now)
+                   : feedNew(said, sender, places, now);
 }
 
 const char* DeviceTable::feedNew(
-    const WsDevice& said, const Sender& sender, const QList<ServicePlace>& places)
+    const WsDevice& said, const Sender& sender, const QList<ServicePlace>& places, qint64 now)
 {
-    const bool isAsked = m_questions.count(said.endpoint) != 0;
-    if (!isAsked && std::size_t(m_devices.size()) + m_questions.size() >= k_mostDevices)
+    const bool isGone = m_devices.contains(said.endpoint);
+    const bool hasPlace = isGone || m_questions.count(said.endpoint) != 0;
+    if (!hasPlace && std::size_t(m_devices.size()) + m_questions.size() >= k_mostDevices)
         return "too many devices";
-    if (!isAsked && countOf(sender.address) >= k_mostOfSender)
+    if (!hasPlace && countOf(sender.address) >= k_mostOfSender)
         return "too many devices of one sender";
-    if (!places.isEmpty()) {
-        introduce(said, sender.address, places.first());
+    if (!places.isEmpty() && !isGone) {
+        introduce(said, sender.address, places.first(), now);
         return nullptr;
     }
     std::optional<ServicePlace> otherwise;
-    if (sender.isItself)
+    if (!places.isEmpty())
+        otherwise = places.first();
+    else if (sender.isItself)
         otherwise = ServicePlace{ sender.address, ServicePlace().port, false, QString() };
     return ask(said, sender.address, otherwise);
 }
 
 const char* DeviceTable::feedKnown(Device& device, const WsDevice& said, const QHostAddress& sender,
-    const QList<ServicePlace>& places)
+    const QList<ServicePlace>& places, qint64 now)
 {
     const auto same = std::find_if(places.begin(), places.end(),
         [&](const ServicePlace& each) { return each.address == device.place.address; });
-    if (same == places.end() && !places.isEmpty())
+    const bool isThere = same != places.end();
+    if (!isThere && !places.isEmpty())
         return ask(said, sender, places.first());
-    if (same != places.end())
+    const bool isOwn = sender == device.sender || sender == device.place.address;
+    const bool isElsewhere = isThere && isOwn && !places.contains(device.place);
+    const Device newer = isOwn ? updated(device, said, isElsewhere ? *same : device.place) : device;
+    if (newer.isOther(device) && now - device.since < k_quietTime)
+        return ask(said, sender, newer.place);
+    if (isThere)
         m_questions.erase(said.endpoint);
-    if (sender != device.sender && sender != device.place.address)
-        return nullptr;
-    const bool isElsewhere = same != places.end() && !places.contains(device.place);
-    const bool isVague = places.isEmpty() && said.version && said.version != device.version;
-    update(device, said, isElsewhere ? *same : device.place);
+    const bool isVague = places.isEmpty() && newer.version != device.version;
+    replace(device, said.endpoint, newer, now);
     return isVague ? ask(said, sender, std::nullopt) : nullptr;
 }
 
@@ -68,48 +77,88 @@ const char* DeviceTable::ask(
     const auto asked = m_questions.find(said.endpoint);
     if (asked == m_questions.end() && m_questions.size() >= k_mostQuestions)
         return "too many devices to be asked for their addresses";
-    // The first to raise a question names what it comes to; repeats don't put it off.
-    if (asked == m_questions.end())
-        m_questions.emplace(said.endpoint, Question{ otherwise, said, sender, std::nullopt });
+    // Of several that speak meanwhile the last is believed; none of them puts the end off.
+    const auto deadline = asked == m_questions.end() ? std::nullopt : asked->second.deadline;
+    m_questions.insert_or_assign(said.endpoint, Question{ otherwise, said, sender, deadline });
     return nullptr;
 }
 
 void DeviceTable::introduce(
-    const WsDevice& said, const QHostAddress& sender, const ServicePlace& place)
+    const WsDevice& said, const QHostAddress& sender, const ServicePlace& place, qint64 now)
 {
     m_questions.erase(said.endpoint);
-    const Device device{ said.name, place, sender, said.version };
+    forget(said.endpoint);
+    const Device device{ said.name, place, sender, said.version, now, false };
     m_devices.insert(said.endpoint, device);
     countSender(sender, 1);
     tell(eNew, said.endpoint, device);
 }
 
-void DeviceTable::update(Device& device, const WsDevice& said, const ServicePlace& place)
+bool DeviceTable::Device::isOther(const Device& older) const
 {
-    const Device before = device;
+    const bool isNewer = older.version && version != older.version;
+    return isNewer || place != older.place || name != older.name;
+}
+
+DeviceTable::Device DeviceTable::updated(
+    Device device, const WsDevice& said, const ServicePlace& place)
+{
     device.place = place;
     if (!said.name.isEmpty()) // a Hello often leaves it out
         device.name = said.name;
     if (said.version)
         device.version = said.version;
-    const bool isNewer = before.version && device.version != before.version;
-    if (isNewer || device.place != before.place || device.name != before.name)
-        tell(eChanged, said.endpoint, device);
+    return device;
 }
 
-const char* DeviceTable::dismiss(const QString& endpoint, const QHostAddress& sender)
+void DeviceTable::replace(Device& device, const QString& endpoint, const Device& newer, qint64 now)
 {
-    const auto known = m_devices.constFind(endpoint);
-    if (known == m_devices.constEnd())
+    const bool isOther = newer.isOther(device);
+    countSender(device.sender, -1);
+    device = newer;
+    countSender(device.sender, 1);
+    if (!isOther)
+        return;
+    device.since = now;
+    tell(eChanged, endpoint, device);
+}
+
+const char* DeviceTable::dismiss(const QString& endpoint, const QHostAddress& sender, qint64 now)
+{
+    const auto known = m_devices.find(endpoint);
+    if (known == m_devices.end())
         return nullptr;
     if (sender != known->sender && sender != known->place.address)
         return "a Bye from elsewhere than the device";
-    const Device device = *known;
-    m_devices.erase(known);
     m_questions.erase(endpoint);
-    countSender(device.sender, -1);
-    tell(eGone, endpoint, device);
+    if (std::exchange(known->isGone, true))
+        return nullptr;
+    known->since = now;
+    m_gone.append(endpoint);
+    tell(eGone, endpoint, *known);
     return nullptr;
+}
+
+void DeviceTable::forget(const QString& endpoint)
+{
+    const auto known = m_devices.constFind(endpoint);
+    if (known == m_devices.constEnd())
+        return;
+    countSender(known->sender, -1);
+    m_devices.erase(known);
+}
+
+void DeviceTable::forgetGone(qint64 now)
+{
+    while (!m_gone.isEmpty()) {
+        const auto known = m_devices.constFind(m_gone.first());
+        const bool isGone = known != m_devices.constEnd() && known->isGone;
+        if (isGone && now - known->since < k_quietTime)
+            return;
+        if (isGone)
+            forget(m_gone.first());
+        m_gone.removeFirst();
+    }
 }
 
 QStringList DeviceTable::takeQuestions(int most, qint64 now)
@@ -134,21 +183,20 @@ void DeviceTable::advance(qint64 now)
             continue;
         const Question question = current->second;
         m_questions.erase(current);
-        settle(question);
+        settle(question, now);
     }
 }
 
-void DeviceTable::settle(const Question& question)
+void DeviceTable::settle(const Question& question, qint64 now)
 {
     if (!question.place)
         return;
     const auto known = m_devices.find(question.said.endpoint);
-    if (known == m_devices.end())
-        return introduce(question.said, question.sender, *question.place);
-    countSender(known->sender, -1);
-    known->sender = question.sender;
-    countSender(known->sender, 1);
-    update(*known, question.said, *question.place);
+    if (known == m_devices.end() || known->isGone)
+        return introduce(question.said, question.sender, *question.place, now);
+    Device newer = updated(*known, question.said, *question.place);
+    newer.sender = question.sender;
+    replace(*known, question.said.endpoint, newer, now);
 }
 
 QList<DeviceTable::Event> DeviceTable::takeEvents()

@@ -19,7 +19,9 @@ namespace tq {
  * stays silent, its place is port 80 of the sender. One that is known and now speaks of other
  * addresses is asked as well: it may have several, or somebody may use its name. It has changed
  * only when nobody tells of the reported address in time. A Bye counts when it comes from the
- * device's own address, and so does a change of anything but the address.
+ * device's own address, and so does a change of anything but the address. One that has just changed
+ * or gone and says something else again is asked first: so there is no more than one event in 1.5 s
+ * of each device, besides its going.
  *
  * Whatever strangers say, it keeps at most 4096 devices, 64 of one sender, and 256 questions.
  *
@@ -49,10 +51,10 @@ public:
     void setSubnets(const QList<Subnet>& subnets) { m_subnets = subnets; }
 
     /** Takes what a device says in a Hello or a match. Returns why it was refused, else null. */
-    const char* feed(const WsDevice& said, const Sender& sender);
+    const char* feed(const WsDevice& said, const Sender& sender, qint64 now);
 
     /** Takes a Bye. Returns why it was refused, else null. */
-    const char* dismiss(const QString& endpoint, const QHostAddress& sender);
+    const char* dismiss(const QString& endpoint, const QHostAddress& sender, qint64 now);
 
     /** Returns up to `most` endpoints that should be asked for their addresses now. */
     QStringList takeQuestions(int most, qint64 now);
@@ -71,6 +73,11 @@ private:
         ServicePlace place;
         QHostAddress sender;
         std::optional<quint32> version;
+        qint64 since = 0; ///< the last event
+        bool isGone = false; ///< kept for a moment
+
+        /** Returns whether there is something to tell. */
+        bool isOther(const Device& older) const;
     };
 
     /** Asks where a device is; what it will be unless somebody answers. */
@@ -83,14 +90,18 @@ private:
     };
 
     const char* feedNew(
-        const WsDevice& said, const Sender& sender, const QList<ServicePlace>& places);
+        const WsDevice& said, const Sender& sender, const QList<ServicePlace>& places, qint64 now);
     const char* feedKnown(Device& device, const WsDevice& said, const QHostAddress& sender,
-        const QList<ServicePlace>& places);
+        const QList<ServicePlace>& places, qint64 now);
     const char* ask(const WsDevice& said, const QHostAddress& sender,
         const std::optional<ServicePlace>& otherwise);
-    void introduce(const WsDevice& said, const QHostAddress& sender, const ServicePlace& place);
-    void update(Device& device, const WsDevice& said, const ServicePlace& place);
-    void settle(const Question& question);
+    void introduce(
+        const WsDevice& said, const QHostAddress& sender, const ServicePlace& place, qint64 now);
+    static Device updated(Device device, const WsDevice& said, const ServicePlace& place);
+    void replace(Device& device, const QString& endpoint, const Device& newer, qint64 now);
+    void settle(const Question& question, qint64 now);
+    void forget(const QString& endpoint);
+    void forgetGone(qint64 now);
     void countSender(const QHostAddress& sender, int change);
     qsizetype countOf(const QHostAddress& sender) const;
     void tell(EEvent kind, const QString& endpoint, const Device& device);
@@ -99,6 +110,7 @@ private:
     QHash<QString, Device> m_devices; ///< by endpoint
     QHash<QHostAddress, int> m_perSender; ///< how many devices
     std::map<QString, Question> m_questions; ///< by endpoint
+    QList<QString> m_gone; ///< endpoints in the order of their going
     QList<Event> m_events;
 };
 

@@ -23,7 +23,7 @@ class WsWatch;
  * reference as second text, the URL of its service as third text (empty when it names none), and
  * eWSDiscoveryService as further value. A device is its endpoint reference: one that shows itself
  * again is no event, one with another place, name or metadata version has changed, and one is gone
- * when it says so. One that fell silent is not.
+ * when it says so. One that fell silent is not. Changes of one device in quick succession are one.
  *
  * What it sends: two small questions on each interface, each twice, when it starts and when an
  * interface has come; and one for each device that did not tell its address. It takes no other

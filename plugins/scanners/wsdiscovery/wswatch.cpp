@@ -122,7 +122,7 @@ const char* WsWatch::take(const WsMessage& message, const QHostAddress& sender, 
     case WsMessage::eBye:
         if (!isToGroup || message.devices.isEmpty())
             return isToGroup ? nullptr : "an announcement to us alone";
-        return m_table.dismiss(message.devices.first().endpoint, sender);
+        return m_table.dismiss(message.devices.first().endpoint, sender, m_clock.elapsed());
     case WsMessage::eProbeMatches:
     case WsMessage::eResolveMatches:
         return isAnswer(message) ? feed(message.devices, sender)
@@ -145,7 +145,8 @@ const char* WsWatch::feed(const QList<WsDevice>& devices, const QHostAddress& se
 {
     const char* reason = devices.isEmpty() ? "a device without a sound endpoint" : nullptr;
     for (const WsDevice& device : devices) {
-        if (const char* const refusal = m_table.feed(device, { sender, devices.size() == 1 }))
+        const DeviceTable::Sender source{ sender, devices.size() == 1 };
+        if (const char* const refusal = m_table.feed(device, source, m_clock.elapsed()))
             reason = refusal;
     }
     return reason;

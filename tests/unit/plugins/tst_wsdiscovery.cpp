@@ -58,7 +58,7 @@ public:
         if (step.startsWith(QLatin1Char('+')))
             m_table.advance(m_now += step.toInt());
         else if (words.first() == QLatin1String("bye"))
-            refusal = m_table.dismiss(words.at(1), QHostAddress(words.at(2)));
+            refusal = m_table.dismiss(words.at(1), QHostAddress(words.at(2)), m_now);
         else
             refusal = feed(words);
         if (refusal)
@@ -84,7 +84,7 @@ private:
             else
                 said.addresses.append(word);
         }
-        return m_table.feed(said, { QHostAddress(words.at(1)), isItself });
+        return m_table.feed(said, { QHostAddress(words.at(1)), isItself }, m_now);
     }
 
     void write()
@@ -121,8 +121,15 @@ void addComings()
         << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;bye a 10.0.0.5;+9000"
         << "new a 10.0.0.5:80;gone a 10.0.0.5:80";
     QTest::newRow("gone and back")
-        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.6 http://10.0.0.6/"
+        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;+1500;a 10.0.0.6 http://10.0.0.6/"
         << "new a 10.0.0.5:80;gone a 10.0.0.5:80;new a 10.0.0.6:80";
+    QTest::newRow("gone and back at once")
+        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.6 http://10.0.0.6/;+1499;+1"
+        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;ask a;new a 10.0.0.6:80";
+    QTest::newRow("to and fro")
+        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.5;bye a 10.0.0.5;a 10.0.0.5 "
+           "http://10.0.0.5/;bye a 10.0.0.5;+9000"
+        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;ask a;ask a";
     QTest::newRow("nobody from elsewhere") << "a 192.0.2.5 http://10.0.0.5/"
                                            << "refused";
     QTest::newRow("nobody else says Bye") << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.6"
@@ -132,14 +139,23 @@ void addComings()
 void addChanges()
 {
     QTest::newRow("another port, name, version")
-        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.5 https://10.0.0.5/ v1;a 10.0.0.5 n=A;a 10.0.0.5 "
-           "https://10.0.0.5/ v1"
+        << "a 10.0.0.5 http://10.0.0.5/ v1;+1500;a 10.0.0.5 https://10.0.0.5/ v1;+1500;a 10.0.0.5 "
+           "n=A;a 10.0.0.5 https://10.0.0.5/ v1"
         << "new a 10.0.0.5:80;changed a 10.0.0.5:443;changed a 10.0.0.5:443 A";
+    QTest::newRow("changes in quick succession are one")
+        << "a 10.0.0.5 http://10.0.0.5/;a 10.0.0.5 http://10.0.0.5:81/;+500;a 10.0.0.5 "
+           "http://10.0.0.5:82/;+999;+1"
+        << "new a 10.0.0.5:80;ask a;changed a 10.0.0.5:82";
+    QTest::newRow("and none when it was only a moment")
+        << "a 10.0.0.5 http://10.0.0.5/;a 10.0.0.5 http://10.0.0.5:81/;a 10.0.0.5 "
+           "http://10.0.0.5/;+9000"
+        << "new a 10.0.0.5:80;ask a";
     QTest::newRow("another version without an address is asked about")
-        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.5 v2;a 10.0.0.5 http://10.0.0.5:82/ v2;+9000"
+        << "a 10.0.0.5 http://10.0.0.5/ v1;+1500;a 10.0.0.5 v2;a 10.0.0.5 http://10.0.0.5:82/ "
+           "v2;+9000"
         << "new a 10.0.0.5:80;changed a 10.0.0.5:80;ask a;changed a 10.0.0.5:82";
     QTest::newRow("and stays where it was if it says no more")
-        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.5 v2;+9000"
+        << "a 10.0.0.5 http://10.0.0.5/ v1;+1500;a 10.0.0.5 v2;+9000"
         << "new a 10.0.0.5:80;changed a 10.0.0.5:80;ask a";
     QTest::newRow("moved, the old address is silent")
         << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.6 http://10.0.0.6/ v2;a 10.0.0.6 "
@@ -320,7 +336,7 @@ void TestWsDiscovery::keepsNoMoreThanItsBounds()
     table.setSubnets({ { QHostAddress(QStringLiteral("10.9.0.1")), 16 } });
     const auto feed = [&](int number, quint32 host, const char* url) {
         return table.feed({ QString::number(number), {}, QStringList(QLatin1String(url)), {} },
-            { QHostAddress(0x0a090000u + host), true });
+            { QHostAddress(0x0a090000u + host), true }, 0);
     };
     int taken = 0;
     for (int i = 0; i < 1000; ++i)
@@ -339,8 +355,10 @@ void TestWsDiscovery::keepsNoMoreThanItsBounds()
 
     // Room that is given back is there for others, and of the same sender.
     QVERIFY(feed(9000, 9000, "http://10.9.0.2/"));
-    QVERIFY(!table.dismiss(QStringLiteral("0"), QHostAddress(QStringLiteral("10.9.0.2"))));
-    QVERIFY(!feed(9000, 2, "http://10.9.0.2/"));
+    const QHostAddress sender(QStringLiteral("10.9.0.2"));
+    QVERIFY(!table.dismiss(QStringLiteral("0"), sender, 0));
+    QVERIFY(feed(9000, 2, "http://10.9.0.2/"));
+    QVERIFY(!table.feed({ QStringLiteral("a"), {}, {}, {} }, { sender, true }, 10000));
 }
 
 QTEST_GUILESS_MAIN(TestWsDiscovery)
