@@ -82,6 +82,17 @@ Outcome Invocation::requireNode(const QString& id)
     return Outcome::refused(QStringLiteral("there is no node with the id %1").arg(quoted(id)));
 }
 
+Outcome Invocation::edit(const QString& id, const std::function<Outcome(Node&)>& change)
+{
+    constexpr int k_timeout = 5000; // ms
+    Node* const copy = database().beginUpdateNode(id, k_timeout);
+    if (!copy)
+        return Outcome::refused(QStringLiteral("the node %1 is in use").arg(quoted(id)));
+    const Outcome outcome = change(*copy);
+    database().endUpdateNode(copy);
+    return outcome;
+}
+
 std::optional<int> Invocation::number(
     const QString& option, int least, int most, Outcome& outcome) const
 {

@@ -12,6 +12,7 @@
 #include <QPair>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -70,6 +71,12 @@ public:
 
     /** Refuses an id that no node has. */
     Outcome requireNode(const QString& id);
+
+    /**
+     * Lets `change` edit the node inside of one bracket, which closes whatever it returns: what it
+     * did up to a refusal stays. Refused when the node is in use or not there.
+     */
+    Outcome edit(const QString& id, const std::function<Outcome(Node&)>& change);
 
     /** Returns the value of an option as a number; nothing, and a usage error, when it is none
      * within the bounds. */

@@ -52,7 +52,7 @@ Run ProgramTest::run(
         process.readAllStandardOutput(), process.readAllStandardError() };
 }
 
-Run ProgramTest::onStore(const char* arguments, const QByteArray& input) const
+Run ProgramTest::onStore(const QByteArray& arguments, const QByteArray& input) const
 {
     return run(QStringList{ QStringLiteral("--json"), QStringLiteral("--store"), m_store }
             + QString::fromUtf8(arguments).split(QLatin1Char(' ')),

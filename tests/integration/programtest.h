@@ -48,7 +48,7 @@ protected:
         QProcess::ProcessChannelMode mode = QProcess::SeparateChannels) const;
 
     /** The same with JSON output on the test's store; arguments are separated by blanks. */
-    Run onStore(const char* arguments, const QByteArray& input = QByteArray()) const;
+    Run onStore(const QByteArray& arguments, const QByteArray& input = QByteArray()) const;
 
     /** Returns the hash of every file in the folder by its name. */
     QMap<QString, QByteArray> hashes() const;

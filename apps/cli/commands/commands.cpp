@@ -15,6 +15,7 @@ const QList<Command>& allCommands()
         + setCommands() //
         + removeCommands() //
         + relationCommands() //
+        + nasCommands() //
         + environmentCommands() //
         + settingsCommands() //
         + convertCommands() //

@@ -19,6 +19,7 @@ QList<Command> componentCommands();
 QList<Command> convertCommands();
 QList<Command> environmentCommands();
 QList<Command> listCommands();
+QList<Command> nasCommands();
 QList<Command> relationCommands();
 QList<Command> removeCommands();
 QList<Command> scanCommands();

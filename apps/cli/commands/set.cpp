@@ -17,7 +17,6 @@ namespace tq::cli {
 
 namespace {
 
-constexpr int k_bracketTimeout = 5000; // ms
 const QString k_password = QStringLiteral("Password");
 
 /** One NAME=VALUE; without a value it is a password that comes from elsewhere. */
@@ -198,11 +197,7 @@ Outcome set(Invocation& call)
     outcome = prepare(call, editor, *database.node(id), assignments);
     if (!outcome.isDone())
         return outcome;
-    Node* const copy = database.beginUpdateNode(id, k_bracketTimeout);
-    if (!copy)
-        return Outcome::refused(QStringLiteral("the node %1 is in use").arg(quoted(id)));
-    outcome = editor.handTo(*copy);
-    database.endUpdateNode(copy);
+    outcome = call.edit(id, [&](Node& copy) { return editor.handTo(copy); });
     if (outcome.isDone())
         outcome = call.save();
     if (outcome.isDone())

@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "cli/command.h"
+
+#include "nodestore/nodetypes.h"
+
+#include <QEventLoop>
+#include <QObject>
+
+#include <optional>
+
+namespace tq {
+class IDeviceReader;
+}
+
+namespace tq::cli {
+
+/** One reading of a device by its driver, waited for. */
+class DeviceRead : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit DeviceRead(const QString& id) : m_id(id) { }
+
+    /** Lets `reader` read and waits for its end, a stop signal or the longest time; says how long
+     * it takes on a terminal. Refused with the reader's sentence when that failed. */
+    Outcome run(IDeviceReader& reader);
+
+private slots:
+    void finished(tq::NodeID id, QString error);
+
+private:
+    void showProgress(int seconds) const;
+
+    QString m_id;
+    QEventLoop m_loop;
+    std::optional<QString> m_error;
+};
+
+} // namespace tq::cli
