@@ -1,0 +1,328 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "drivers/nasdevice/nasdriver.h"
+
+#include "drivers/nasdevice/smbprobe_p.h"
+#include "drivers/nasdevice/storagereads_p.h"
+#include "parts/devicehints.h"
+#include "parts/nasnode.h"
+
+#include "discovery/nodehintipdevice.h"
+#include "nodestore/nodedb.h"
+
+#include "platform/logline.h"
+#include "platform/pluginloader.h"
+
+#include <QCryptographicHash>
+#include <QPointer>
+#include <QQueue>
+#include <QSet>
+#include <QThread>
+#include <QUrl>
+
+#include <algorithm>
+#include <utility>
+
+namespace tq {
+
+namespace {
+
+constexpr int k_priority = 10;
+constexpr int k_rank = 30;
+constexpr int k_notOurs = -1;
+constexpr int k_mostOpen = 64; ///< probes at a time
+constexpr int k_longestRead = 10; ///< s
+constexpr int k_second = 1000; ///< ms
+
+/** A probe that waits for its turn. */
+struct Request
+{
+    int id;
+    QString host;
+    quint16 port;
+};
+
+bool isUsable(const QString& host)
+{
+    QUrl url;
+    url.setHost(host);
+    return !url.host().isEmpty();
+}
+
+UserAndPassword loginOf(const NASDeviceNode& node)
+{
+    return { node.user(false), node.password(false), node.savePassword() };
+}
+
+/** Returns the local users whose password is known, and the login; its password is the newer one.
+ */
+QList<UserAndPassword> knownUsers(const NASDeviceNode& node, const UserAndPassword& login)
+{
+    QList<UserAndPassword> users;
+    for (const QString& name : node.userNames()) {
+        const UserAndPassword user = name == login.user ? login : node.localUser(name);
+        if (!user.password.isEmpty())
+            users.append(user);
+    }
+    if (!node.existsLocalUser(login.user))
+        users.append(login);
+    return users;
+}
+
+StorageRead readOf(const NASDeviceNode& node)
+{
+    const auto& options = plugin::Loader::instance();
+    const UserAndPassword login = loginOf(node);
+    ShareQuestion question{ login, knownUsers(node, login) };
+    question.mayCreate =
+        options.option(QStringLiteral("nasdevice/writeTest")) == QLatin1String("create");
+    return { node.id(), node.hostAddress(), quint16(node.port()), question };
+}
+
+int patience()
+{
+    bool isSet = false;
+    const auto& options = plugin::Loader::instance();
+    const int seconds = options.option(QStringLiteral("nasdevice/timeout")).toInt(&isSet);
+    return (isSet ? std::clamp(seconds, 1, k_longestRead) : k_longestRead) * k_second;
+}
+
+/** Returns what tells one way of reaching a storage from another; no password can be read in it. */
+QByteArray keyOf(const NASDeviceNode& node)
+{
+    const UserAndPassword login = loginOf(node);
+    const QStringList parts{ node.hostAddress(), QString::number(node.port()), login.user,
+        login.password };
+    return QCryptographicHash::hash(
+        parts.join(QChar(QChar::Null)).toUtf8(), QCryptographicHash::Sha256);
+}
+
+} // namespace
+
+struct NASDriver::Private
+{
+    explicit Private(NASDriver* driver)
+        : self(driver, [](INodeDriverComponent*) {}), reads(new StorageReads(driver))
+    {
+    }
+
+    /** What was read and is not in its node yet. */
+    struct Read
+    {
+        ShareAnswer answer;
+        UserAndPassword login;
+    };
+
+    // What answers carry: the signal's form asks for a handle. It owns nothing, or the driver would
+    // keep itself alive.
+    tqm::smart<INodeDriverComponent> self;
+    QQueue<Request> waiting;
+    int open = 0;
+    StorageReads* reads; ///< a child
+    QPointer<NodeDB> db;
+    QSet<NodeID> reading;
+    QHash<NodeID, Read> done;
+    QHash<NodeID, QByteArray> tried; ///< how each node was reached last
+};
+
+NASDriver::NASDriver() : d(std::make_unique<Private>(this))
+{
+    QObject::connect(d->reads, &StorageReads::finished, this, &NASDriver::takeRead);
+}
+
+NASDriver::~NASDriver() = default;
+
+bool NASDriver::supportsNodeType(ENodeType type, int* priority)
+{
+    if (type != eNetworkStorageNode)
+        return false;
+    *priority = k_priority;
+    return true;
+}
+
+QString NASDriver::readableNodeTypeName(ENodeType)
+{
+    return tr("Network storage");
+}
+
+Node* NASDriver::createNode(ENodeType type)
+{
+    if (type != eNetworkStorageNode)
+        return nullptr;
+    watch(NodeDB::getDB());
+    auto node = std::make_unique<NASNode>(QString());
+    node->setPort(k_smbPort);
+    return node.release();
+}
+
+QString NASDriver::driverName() const
+{
+    return QStringLiteral("nasdevice");
+}
+
+tqm::smart<NodeHint> NASDriver::createNodeHint(ENodeType type)
+{
+    tqm::smart<NodeHint> hint(new NodeHintIPDevice);
+    hint->setNodeType(type);
+    return hint;
+}
+
+QtSignal NASDriver::probeFinishedSignal()
+{
+    return QtSignal(this, SIGNAL(probeFinished(int, tqm::smart<INodeDriverComponent>, int)));
+}
+
+QtSignal NASDriver::readFinishedSignal()
+{
+    return QtSignal(this, SIGNAL(readFinished(tq::NodeID, QString)));
+}
+
+int NASDriver::probe(int requestId, const NodeHint& hint)
+{
+    const QString host = factsOf(hint).address;
+    const bool isOther = hint.nodeType() != eAnyNodeType && hint.nodeType() != eNetworkStorageNode;
+    if (isOther || !isUsable(host))
+        return k_notOurs;
+    d->waiting.enqueue({ requestId, host, quint16(smbPortOf(hint)) });
+    startWaitingProbes();
+    return 0;
+}
+
+void NASDriver::startWaitingProbes()
+{
+    while (!d->waiting.isEmpty() && d->open < k_mostOpen) {
+        const Request request = d->waiting.dequeue();
+        auto* const probe = new SmbProbe(request.host, request.port, this);
+        const auto end = [this, probe, id = request.id](bool isServer) {
+            probe->deleteLater();
+            --d->open;
+            startWaitingProbes();
+            emit probeFinished(id, d->self, isServer ? k_rank : k_notOurs);
+        };
+        // Queued: a slot of ours may end this driver, and no socket may stand in its signal then.
+        QObject::connect(probe, &SmbProbe::finished, this, end, Qt::QueuedConnection);
+        ++d->open;
+        probe->start();
+    }
+}
+
+NodeID NASDriver::createNodeFromHint(const NodeHint& hint)
+{
+    const HintFacts facts = factsOf(hint);
+    if (facts.address.isEmpty()) {
+        logLine(Log::eSurvived, "Hint without an address, no storage made: ", facts.name);
+        return QString();
+    }
+    watch(NodeDB::getDB());
+    const Endpoint endpoint{ smbPortOf(hint), false };
+    auto node = std::make_unique<NASNode>(deviceId(facts, endpoint.port));
+    describe(*node, hint, endpoint);
+    node->setName(deviceName(facts, QString()));
+    node->setModelInfo(facts.model);
+    const NodeID id = insertDevice(std::move(node), hint);
+    // Later: whoever called holds the list of open probes.
+    QMetaObject::invokeMethod(
+        this, [this, id] { readIfNew(id); }, Qt::QueuedConnection);
+    return id;
+}
+
+void NASDriver::watch(NodeDB* db)
+{
+    if (!db || d->db == db || QThread::currentThread() != thread())
+        return;
+    d->db = db;
+    // Queued: a change is announced from inside the update that made it.
+    QObject::connect(
+        db, &NodeDB::connectionDataChanged, this, &NASDriver::readIfNew, Qt::QueuedConnection);
+    QObject::connect(db, &NodeDB::nodeUpdated, this, &NASDriver::putIntoNode, Qt::QueuedConnection);
+    const auto forget = [this](const NodeID& id) {
+        d->tried.remove(id);
+        putIntoNode(id);
+    };
+    QObject::connect(db, &NodeDB::nodeRemoved, this, forget, Qt::QueuedConnection);
+    const auto end = [this] {
+        d->reads->clear();
+        d->done.clear();
+        d->tried.clear();
+        for (const NodeID& id : std::exchange(d->reading, {})) {
+            const auto tell = [this, id] { emit readFinished(id, tr("The database was closed.")); };
+            QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+        }
+    };
+    QObject::connect(db, &QObject::destroyed, this, end);
+}
+
+QString NASDriver::readDevice(const NodeID& id)
+{
+    watch(NodeDB::getDB());
+    if (d->reading.contains(id))
+        return QString();
+    const tqm::smart<const NASDeviceNode> node = d->db ? d->db->node(id) : tqm::smart<const Node>();
+    if (node.null())
+        return tr("There is no network storage %1.").arg(id);
+    if (!isUsable(node->hostAddress()))
+        return tr("%1 has no address.").arg(node->name());
+    if (node->user(false).isEmpty())
+        return tr("There is no login for %1.").arg(node->name());
+    if (node->password(false).isEmpty())
+        return tr("The password of %1 on %2 is not known.").arg(node->user(false), node->name());
+    d->reading.insert(id);
+    d->tried.insert(id, keyOf(*node));
+    d->reads->add(readOf(*node), patience());
+    return QString();
+}
+
+void NASDriver::readIfNew(const NodeID& id)
+{
+    const tqm::smart<const NASDeviceNode> node = d->db ? d->db->node(id) : tqm::smart<const Node>();
+    if (!node.null() && d->tried.value(id) != keyOf(*node))
+        readDevice(id); // it may have no login, or be open: then it is tried again at its end
+}
+
+void NASDriver::takeRead(const StorageRead& read, const ShareAnswer& answer, const QString& error)
+{
+    if (!error.isEmpty()) {
+        logLine(Log::eSurvived, "Shares are not read: ", error);
+        return endRead(read.id, error);
+    }
+    for (const QString& user : answer.refusedUsers)
+        logLine(Log::eSurvived, "Rights are not read: ", read.host, " refused the login of ", user);
+    if (answer.leftOut > 0)
+        logLine(Log::eSurvived, "Shares of ", read.host,
+            " that are too many or have impossible names: ", answer.leftOut);
+    d->done.insert(read.id, { answer, read.question.login });
+    putIntoNode(read.id);
+}
+
+void NASDriver::putIntoNode(const NodeID& id)
+{
+    if (!d->done.contains(id) || !d->db)
+        return;
+    const QPointer<NASDriver> self(this);
+    const QPointer<NodeDB> db = d->db;
+    Node* const copy = db->beginUpdateNode(id, 0);
+    if (!self || !db)
+        return;
+    if (!copy) { // somebody edits it: then it is tried again when that ends
+        if (db->node(id).null())
+            endRead(id, tr("The node is gone."));
+        return;
+    }
+    const Private::Read read = d->done.take(id);
+    if (auto* const node = dynamic_cast<NASDeviceNode*>(copy))
+        take(read.answer, read.login, *node);
+    db->endUpdateNode(copy);
+    if (self)
+        endRead(id, QString());
+}
+
+void NASDriver::endRead(const NodeID& id, const QString& error)
+{
+    d->done.remove(id);
+    d->reading.remove(id);
+    QMetaObject::invokeMethod(
+        this, [this, id] { readIfNew(id); }, Qt::QueuedConnection);
+    emit readFinished(id, error);
+}
+
+} // namespace tq
