@@ -6,8 +6,8 @@
 #include "drivers/recordingfolder/recordingfoldernode.h"
 #include "drivers/recordingfolder/recordingfolders.h"
 #include "parts/devicehints.h"
+#include "parts/nasnode.h"
 #include "simulated/sitehints_p.h"
-#include "simulated/storagenode.h"
 
 #include "platform/logline.h"
 
@@ -22,7 +22,7 @@ std::unique_ptr<IPDeviceNode> newDevice(ENodeType type, const QString& id)
     if (type == eIPCameraNode)
         return std::make_unique<IPCameraNode>(id);
     if (type == eNetworkStorageNode)
-        return std::make_unique<StorageNode>(id);
+        return std::make_unique<NASNode>(id);
     return nullptr;
 }
 
@@ -58,11 +58,22 @@ void takeShares(NASDeviceNode& node, const site::SmbSpec& smb)
     node.updateNode(users, shares);
 }
 
+/** Where the device is reached: a storage at its shares, anything else at its web server. */
+Endpoint placeOf(ENodeType type, const NodeHint& hint, const site::DeviceSpec* device)
+{
+    if (type == eNetworkStorageNode)
+        return { smbPortOf(hint), false };
+    return device ? endpointOf(*device) : factsOf(hint).endpoints.first();
+}
+
 void takeSite(IPDeviceNode& node, const site::DeviceSpec& device)
 {
     node.setModelInfo(modelOf(device, node.modelInfo()));
     if (device.onvif)
         node.setSoftwareVersion(device.onvif->firmware);
+    auto* const camera = dynamic_cast<IPCameraNode*>(&node);
+    if (camera && device.onvif)
+        camera->setSerialNumber(device.onvif->serial);
     auto* const storage = dynamic_cast<NASDeviceNode*>(&node);
     if (storage && device.smb)
         takeShares(*storage, *device.smb);
@@ -93,7 +104,7 @@ NodeID insertNode(ENodeType type, const NodeHint& hint, const site::DeviceSpec* 
     }
     if (facts.mac.isEmpty() && device && device->onvif)
         facts.mac = MACAddress(device->mac); // one that can be asked tells it
-    const Endpoint endpoint = device ? endpointOf(*device) : facts.endpoints.first();
+    const Endpoint endpoint = placeOf(type, hint, device);
     auto node = newDevice(type, deviceId(facts, endpoint.port));
     if (!node)
         return QString();
