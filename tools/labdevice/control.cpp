@@ -2,12 +2,33 @@
 // SPDX-License-Identifier: MIT
 #include "labdevice/control.h"
 
+#include "labdevice/avahirestart.h"
 #include "labdevice/lab.h"
 
+#include <QFileInfo>
+#include <QHash>
 #include <QLocalSocket>
 #include <QPointer>
 
 namespace lab {
+
+namespace {
+
+using Command = void (Lab::*)(const QString& name, const Done& done);
+
+// The commands that take a device's name and nothing else.
+Command commandFor(const QString& verb)
+{
+    static const QHash<QString, Command> commands{
+        { QStringLiteral("start"), &Lab::start },
+        { QStringLiteral("stop"), &Lab::stop },
+        { QStringLiteral("announce"), &Lab::announce },
+        { QStringLiteral("withdraw"), &Lab::withdraw },
+    };
+    return commands.value(verb, nullptr);
+}
+
+} // namespace
 
 Control::Control(Lab& lab) : m_lab(lab)
 {
@@ -39,7 +60,7 @@ void Control::takeInput(QLocalSocket* socket)
 
 void Control::obey(QLocalSocket* socket, const QString& line)
 {
-    const Lab::Done answer = [this, guard = QPointer(socket)](const QString& error) {
+    const Done answer = [this, guard = QPointer(socket)](const QString& error) {
         if (!guard)
             return;
         guard->write(error.isEmpty() ? QByteArray("ok\n") : "error " + error.toUtf8() + '\n');
@@ -48,12 +69,12 @@ void Control::obey(QLocalSocket* socket, const QString& line)
     };
     const QStringList words = line.simplified().split(QLatin1Char(' '));
     const QString& verb = words.first();
-    if (verb == QLatin1String("address") && words.size() == 3) {
+    if (const auto command = words.size() == 2 ? commandFor(verb) : nullptr) {
+        (m_lab.*command)(words.at(1), answer);
+    } else if (verb == QLatin1String("address") && words.size() == 3) {
         m_lab.changeAddress(words.at(1), words.at(2), answer);
-    } else if (verb == QLatin1String("stop") && words.size() == 2) {
-        m_lab.stop(words.at(1), answer);
-    } else if (verb == QLatin1String("start") && words.size() == 2) {
-        m_lab.start(words.at(1), answer);
+    } else if (verb == QLatin1String("restart-avahi") && words.size() == 1) {
+        restartAvahi(QFileInfo(m_server.fullServerName()).path(), answer);
     } else if (verb == QLatin1String("logins") && words.size() == 2) {
         QString error;
         socket->write(m_lab.logins(words.at(1), &error).toUtf8());
@@ -62,8 +83,8 @@ void Control::obey(QLocalSocket* socket, const QString& line)
         socket->write(m_lab.list().toUtf8());
         answer(QString());
     } else {
-        answer(QStringLiteral(
-            "\"%1\" is none of: address NAME ADDRESS, stop NAME, start NAME, logins NAME, list")
+        answer(QStringLiteral("\"%1\" is none of: address NAME ADDRESS, stop NAME, start NAME, "
+                              "announce NAME, withdraw NAME, restart-avahi, logins NAME, list")
                    .arg(line.simplified()));
     }
 }

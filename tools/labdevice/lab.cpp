@@ -10,26 +10,6 @@ namespace lab {
 
 namespace {
 
-/** Waits for several operations; the first error is the result of all. */
-class Gathering
-{
-public:
-    Gathering(size_t open, const Lab::Done& done) : m_open(open), m_done(done) { }
-
-    void take(const QString& error)
-    {
-        if (m_error.isEmpty())
-            m_error = error;
-        if (--m_open == 0)
-            m_done(m_error);
-    }
-
-private:
-    size_t m_open;
-    Lab::Done m_done;
-    QString m_error;
-};
-
 QString unknown(const QString& name)
 {
     return QStringLiteral("there is no device \"%1\"").arg(name);
@@ -43,6 +23,7 @@ Lab::Lab(const tq::site::Site& site, const QSslConfiguration& certificate, const
     for (const tq::site::DeviceSpec& spec : site.devices) {
         m_entries.emplace_back();
         m_entries.back().device = std::make_unique<Device>(spec, certificate);
+        m_entries.back().services = std::make_unique<Services>(spec, place);
     }
     if (!place.link.isEmpty())
         m_segment.emplace(place.link);
@@ -52,14 +33,14 @@ Lab::~Lab() = default;
 
 void Lab::startAll(const Done& done)
 {
-    const auto gathering = std::make_shared<Gathering>(m_entries.size(), done);
+    const Done part = Gathering::make(m_entries.size(), done);
     for (int place = 0; place < static_cast<int>(m_entries.size()); ++place) {
-        const tq::site::DeviceSpec& spec = m_entries[static_cast<size_t>(place)].device->spec();
+        const tq::site::DeviceSpec& spec = at(place).device->spec();
         const QString error = m_segment ? m_segment->add(place, spec) : QString();
         if (error.isEmpty())
-            listenAndSpeak(place, [gathering](const QString& text) { gathering->take(text); });
+            listenAndSpeak(place, part);
         else
-            gathering->take(error);
+            part(error);
     }
 }
 
@@ -79,15 +60,20 @@ void Lab::stop(const QString& name, const Done& done)
     const int place = placeOf(name);
     if (place < 0)
         return done(unknown(name));
-    Entry& entry = m_entries[static_cast<size_t>(place)];
-    if (entry.discovery)
-        entry.discovery->sayBye();
-    entry.discovery.reset();
+    at(place).services->leave([this, place, done](const QString& error) {
+        const QString fault = close(place);
+        done(error.isEmpty() ? fault : error);
+    });
+}
+
+QString Lab::close(int place)
+{
     // Off the segment first: who is connected must not hear that the connection ends.
     const QString error = m_segment ? m_segment->unplug(place) : QString();
-    entry.device->close();
-    entry.running = false;
-    done(error);
+    at(place).device->close();
+    at(place).services->close();
+    at(place).running = false;
+    return error;
 }
 
 void Lab::changeAddress(const QString& name, const QString& address, const Done& done)
@@ -103,20 +89,41 @@ void Lab::changeAddress(const QString& name, const QString& address, const Done&
     if (!why.isEmpty())
         return done(QStringLiteral("\"%1\" %2").arg(address, why));
     const QString error = move(place, wanted);
-    if (error.isEmpty() && m_entries[static_cast<size_t>(place)].running)
+    if (error.isEmpty() && at(place).running)
         return start(name, done);
     done(error);
 }
 
 QString Lab::move(int place, const QHostAddress& address)
 {
-    Entry& entry = m_entries[static_cast<size_t>(place)];
+    Entry& entry = at(place);
     Device& device = *entry.device;
     const QString old = device.spec().address.toString();
-    entry.discovery.reset();
     device.close();
+    entry.services->close();
     device.setAddress(address);
     return m_segment ? m_segment->replaceAddress(place, old, address.toString()) : QString();
+}
+
+Lab::Entry* Lab::running(const QString& name, const Done& done)
+{
+    const int place = placeOf(name);
+    if (place >= 0 && at(place).running)
+        return &at(place);
+    done(place < 0 ? unknown(name) : QStringLiteral("%1 is stopped").arg(name));
+    return nullptr;
+}
+
+void Lab::announce(const QString& name, const Done& done)
+{
+    if (const Entry* entry = running(name, done))
+        entry->services->announce(entry->device->spec(), done);
+}
+
+void Lab::withdraw(const QString& name, const Done& done)
+{
+    if (const Entry* entry = running(name, done))
+        entry->services->withdraw(done);
 }
 
 QString Lab::logins(const QString& name, QString* error) const
@@ -131,19 +138,8 @@ QString Lab::logins(const QString& name, QString* error) const
 QString Lab::leftOut() const
 {
     QString text;
-    for (const Entry& entry : m_entries) {
-        const tq::site::DeviceSpec& spec = entry.device->spec();
-        QStringList kinds;
-        if (!spec.announces.isEmpty())
-            kinds.append(QStringLiteral("DNS-SD"));
-        if (spec.onvif && spec.onvif->discoverable)
-            kinds.append(QStringLiteral("WS-Discovery"));
-        if (spec.smb)
-            kinds.append(QStringLiteral("SMB"));
-        if (!m_segment && !kinds.isEmpty())
-            text += QStringLiteral("%1 does without %2 on loopback\n")
-                        .arg(spec.name, kinds.join(QStringLiteral(" and ")));
-    }
+    for (const Entry& entry : m_entries)
+        text += m_segment ? QString() : Services::leftOut(entry.device->spec());
     return text;
 }
 
@@ -167,14 +163,10 @@ int Lab::placeOf(const QString& name) const
 
 QString Lab::open(int place)
 {
-    Entry& entry = m_entries[static_cast<size_t>(place)];
-    const tq::site::DeviceSpec& spec = entry.device->spec();
+    Entry& entry = at(place);
     QString error = entry.device->listen();
-    ++entry.starts;
-    if (error.isEmpty() && m_segment && spec.onvif && spec.onvif->discoverable) {
-        entry.discovery = std::make_unique<WsDiscovery>(spec, entry.starts);
-        error = entry.discovery->listen(Segment::linkOf(place));
-    }
+    if (error.isEmpty() && m_segment)
+        error = entry.services->listen(entry.device->spec(), Segment::linkOf(place));
     entry.running = error.isEmpty();
     return error;
 }
@@ -184,14 +176,14 @@ void Lab::listenAndSpeak(int place, const Done& done)
     const QString error = open(place);
     if (!m_segment || !error.isEmpty())
         return done(error);
-    const QString silent = QStringLiteral("%1 is not heard on the near side");
-    const auto welcome = [this, place, done, silent](bool heard) {
-        const Entry& entry = m_entries[static_cast<size_t>(place)];
-        if (heard && entry.discovery)
-            entry.discovery->sayHello();
-        done(heard ? QString() : silent.arg(entry.device->spec().name));
-    };
-    Greeting::send(m_entries[static_cast<size_t>(place)].device->spec().address, m_near, welcome);
+    Greeting::send(at(place).device->spec().address, m_near, [this, place, done](bool heard) {
+        const Entry& entry = at(place);
+        const tq::site::DeviceSpec& spec = entry.device->spec();
+        if (heard)
+            entry.services->come(spec, done);
+        else
+            done(QStringLiteral("%1 is not heard on the near side").arg(spec.name));
+    });
 }
 
 } // namespace lab

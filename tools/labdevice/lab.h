@@ -4,34 +4,22 @@
 
 #include "labdevice/device.h"
 #include "labdevice/segment.h"
-#include "labdevice/wsdiscovery.h"
+#include "labdevice/services.h"
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
 
 namespace lab {
 
-/** Where the devices live: on a segment, or (without a link) on this machine's loopback addresses.
- */
-struct Place
-{
-    QString link;
-    QHostAddress near; ///< whom the devices speak to
-};
-
-/** All devices of a site, and what may be done to them while they run. */
+/** All devices of a site, and what may be done to them while they run. An operation is done when
+ * its effect has arrived on the near side. */
 class Lab : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Lab)
 
 public:
-    /** Called once per operation, when its effect has arrived on the near side; empty when all went
-     * well. */
-    using Done = std::function<void(const QString& error)>;
-
     Lab(const tq::site::Site& site, const QSslConfiguration& certificate, const Place& place);
     ~Lab() override;
 
@@ -43,6 +31,11 @@ public:
 
     /** Moves a device to another address; a stopped one speaks from it when it is started. */
     void changeAddress(const QString& name, const QString& address, const Done& done);
+
+    /** A device that runs announces itself by DNS-SD, as it does from its start, or takes it back.
+     */
+    void announce(const QString& name, const Done& done);
+    void withdraw(const QString& name, const Done& done);
 
     /** Returns the logins that a device was given, one per line; an error's sentence for a name
      * that no device has. */
@@ -58,13 +51,15 @@ private:
     struct Entry
     {
         std::unique_ptr<Device> device;
-        std::unique_ptr<WsDiscovery> discovery; ///< while it runs on a segment and is discoverable
+        std::unique_ptr<Services> services;
         bool running = false;
-        int starts = 0;
     };
 
     int placeOf(const QString& name) const;
+    Entry& at(int place) { return m_entries[static_cast<size_t>(place)]; }
+    Entry* running(const QString& name, const Done& done);
     QString open(int place);
+    QString close(int place);
     void listenAndSpeak(int place, const Done& done);
     QString move(int place, const QHostAddress& address);
 

@@ -38,6 +38,11 @@ void addOptions(QCommandLineParser& parser)
     add("loopback", "Serve them on 127.0.77.x, ports 8080 and 8443");
     add("link", "Serve them on interfaces of their own on this one", "NAME");
     add("near", "The address that the devices speak to", "ADDRESS");
+    add("bus", "Announce them by the Avahi on this D-Bus", "ADDRESS");
+    add("shares",
+        "Keep what they serve by SMB in this folder; takes namespaces as tools/lab makes them",
+        "FOLDER");
+    add("needs", "Print which services the devices need, one per line with the users it takes");
     add("control", "Take commands on this unix socket", "PATH");
     add("tell", "Send a command to the lab around this process", "WORDS");
 }
@@ -65,6 +70,24 @@ int list(const tq::site::Site& site)
     return 0;
 }
 
+int needs(const tq::site::Site& site)
+{
+    bool announced = false;
+    bool shared = false;
+    QStringList users;
+    for (const tq::site::DeviceSpec& device : site.devices) {
+        announced = announced || !device.announces.isEmpty();
+        shared = shared || device.smb;
+        for (const tq::site::SmbUser& user : device.smb.value_or(tq::site::SmbSpec()).users)
+            users.append(user.name);
+    }
+    users.removeDuplicates();
+    users.prepend(QStringLiteral("smb"));
+    QTextStream(stdout) << (announced ? "avahi\n" : "")
+                        << (shared ? users.join(QLatin1Char(' ')) + QLatin1Char('\n') : QString());
+    return 0;
+}
+
 int serve(const QCommandLineParser& parser, const tq::site::Site& site)
 {
     std::optional<QSslConfiguration> certificate{ QSslConfiguration() };
@@ -76,8 +99,8 @@ int serve(const QCommandLineParser& parser, const tq::site::Site& site)
     if (!certificate)
         return k_failed;
     lab::Lab lab(site, *certificate,
-        { parser.value(QStringLiteral("link")),
-            QHostAddress(parser.value(QStringLiteral("near"))) });
+        { parser.value(QStringLiteral("link")), QHostAddress(parser.value(QStringLiteral("near"))),
+            parser.value(QStringLiteral("bus")), parser.value(QStringLiteral("shares")) });
     lab::Control control(lab);
     if (parser.isSet(QStringLiteral("control"))) {
         const QString error = control.listen(parser.value(QStringLiteral("control")));
@@ -109,6 +132,8 @@ int main(int argc, char* argv[])
         return complain(site.error, k_usage);
     if (parser.isSet(QStringLiteral("list")))
         return list(site);
+    if (parser.isSet(QStringLiteral("needs")))
+        return needs(site);
     if (parser.isSet(QStringLiteral("loopback")) == parser.isSet(QStringLiteral("link")))
         return complain(QStringLiteral("one of --loopback and --link is needed"), k_usage);
     return serve(parser, site);
