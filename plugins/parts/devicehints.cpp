@@ -65,7 +65,7 @@ bool isDeviceOf(const IPDeviceNode& node, const NodeHint& hint)
     const HintFacts facts = factsOf(hint);
     if (!node.mac().isEmpty() && !facts.mac.isEmpty())
         return node.mac() == facts.mac;
-    return isAt(node, facts);
+    return isAt(node, facts) || (!facts.serviceId.isEmpty() && facts.serviceId == node.fullName());
 }
 
 void takeOver(IPDeviceNode& node, const NodeHint& hint)
@@ -75,11 +75,13 @@ void takeOver(IPDeviceNode& node, const NodeHint& hint)
         node.setHostAddress(facts.address);
     if (node.mac().isEmpty() && !facts.mac.isEmpty())
         node.setMac(facts.mac);
+    if (node.fullName().isEmpty())
+        node.setFullName(facts.serviceId);
     const auto* const record = dynamic_cast<const NodeHintFromBonjour*>(&hint);
     if (!record)
         return;
     takeService(node, *record);
-    if (record->isResolved != 0) {
+    if (record->isResolved != 0 && facts.isEndpointTold) {
         node.setPort(facts.endpoints.first().port);
         node.setSsl(facts.endpoints.first().ssl);
     }
@@ -123,6 +125,7 @@ void describe(IPDeviceNode& node, const NodeHint& hint, const Endpoint& endpoint
     node.setPort(endpoint.port);
     node.setSsl(endpoint.ssl);
     node.setMac(facts.mac);
+    node.setFullName(facts.serviceId);
     node.setCreationService(facts.service);
     node.setShouldPersist(true);
     if (const auto* const entered = dynamic_cast<const NodeHintIPDevice*>(&hint))

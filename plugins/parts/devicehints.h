@@ -9,7 +9,10 @@
 
 namespace tq {
 
-/** Returns whether `hint` is of this device: by MAC where both have one, else by address. */
+/**
+ * Returns whether `hint` is of this device: by MAC where both have one, else by address, or by the
+ * id of the service under which it announces itself. That one is the node's full name.
+ */
 bool isDeviceOf(const IPDeviceNode& node, const NodeHint& hint);
 
 /**

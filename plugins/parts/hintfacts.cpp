@@ -24,6 +24,7 @@ QList<Endpoint> endpointsOf(const NodeHintIPDevice& hint)
     return hint.ssl() ? QList<Endpoint>{ { k_httpsPort, true } } : k_usual;
 }
 
+/** Returns none where the record speaks of another service of the device. */
 QList<Endpoint> endpointsOf(const SServiceInfo& record)
 {
     QList<Endpoint> result;
@@ -35,7 +36,7 @@ QList<Endpoint> endpointsOf(const SServiceInfo& record)
     }
     if (record.securePort != 0 && record.securePort != record.port)
         result.append({ record.securePort, true });
-    return result.isEmpty() ? k_usual : result;
+    return result;
 }
 
 void take(const SServiceInfo& record, HintFacts& facts)
@@ -47,8 +48,11 @@ void take(const SServiceInfo& record, HintFacts& facts)
         facts.address = record.hostName;
     facts.mac = record.mac;
     facts.model = record.model;
-    facts.endpoints = endpointsOf(record);
+    const QList<Endpoint> told = endpointsOf(record);
+    facts.isEndpointTold = !told.isEmpty();
+    facts.endpoints = facts.isEndpointTold ? told : k_usual;
     facts.service = eDNSSDService;
+    facts.serviceId = record.fullName;
     if (facts.name.isEmpty())
         facts.name = record.serviceName;
 }
@@ -58,11 +62,14 @@ void take(const NodeHintIPDevice& device, HintFacts& facts)
     facts.address = device.hostAddress().trimmed();
     if (device.furtherValue() == eWSDiscoveryService) {
         facts.service = eWSDiscoveryService;
+        facts.serviceId = device.secondText();
         facts.serviceUrl = QUrl(device.thirdText(), QUrl::StrictMode);
         facts.endpoints = { { device.port(), device.ssl() } };
+        facts.isEndpointTold = true;
     } else {
         facts.service = eManualService;
         facts.endpoints = endpointsOf(device);
+        facts.isEndpointTold = facts.endpoints.size() == 1;
     }
 }
 

@@ -30,15 +30,19 @@ struct HintFacts
     QString name;
     QString model;
     QList<Endpoint> endpoints; ///< where to look for the device, the likeliest first; one at least
+    bool isEndpointTold = false; ///< the hint itself names the first of them
+    QString serviceId; ///< under which it announces itself, whatever its address
     QUrl serviceUrl; ///< of the device's own web service, where the hint names it
     ENodeCreationService service = eUnknownService;
 };
 
 /**
- * Returns what `hint` says. A NodeHintIPDevice whose further value is eWSDiscoveryService comes
- * from WS-Discovery and has the URL of its service as third text; any other one was entered by
- * hand. A device entered by hand with the port 80 and without SSL, as in a new hint, may be on
- * either usual port; with SSL alone it is on 443; otherwise on the very port.
+ * Returns what `hint` says. The service's id is the full name of a DNS-SD service, or the endpoint
+ * reference of a device that speaks WS-Discovery. A NodeHintIPDevice whose further value is
+ * eWSDiscoveryService comes from WS-Discovery and has that reference as second and the URL of its
+ * service as third text; any other one was entered by hand. A device entered by hand with the port
+ * 80 and without SSL, as in a new hint, may be on either usual port; with SSL alone it is on 443;
+ * otherwise on the very port.
  */
 HintFacts factsOf(const NodeHint& hint);
 
