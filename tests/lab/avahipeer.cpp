@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "lab/avahipeer.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcessEnvironment>
 #include <QStandardPaths>
@@ -66,6 +67,7 @@ AvahiPeer::AvahiPeer(
     const QString& hostName, const QStringList& interfaces, const QStringList& enter)
     : m_enter(enter)
 {
+    QDir(m_folder.path()).mkdir(text("services"));
     write(m_folder.filePath(text("bus.conf")), text(k_busConfiguration).arg(busAddress()));
     write(m_folder.filePath(text("avahi.conf")),
         text(k_daemonConfiguration).arg(hostName, interfaces.join(QLatin1Char(','))));
@@ -110,10 +112,11 @@ void AvahiPeer::killBus()
 
 bool AvahiPeer::startDaemon()
 {
-    // The daemon's folder below /run cannot be chosen: each gets a /run of its own.
-    const QStringList ownRun{ text("unshare"), text("--mount"), text("sh"), text("-c"),
-        text("mount -t tmpfs none /run && exec \"$@\""), text("sh") };
-    m_daemon = run(m_enter + ownRun
+    // These folders of the daemon cannot be chosen: each daemon gets its own.
+    const QStringList ownFolders{ text("unshare"), text("--mount"), text("sh"), text("-c"),
+        text("mount -t tmpfs none /run && mount --bind \"$0\" /etc/avahi/services && exec \"$@\""),
+        m_folder.filePath(text("services")) };
+    m_daemon = run(m_enter + ownFolders
             + QStringList{ programOf(text("avahi-daemon")), text("-f"),
                 m_folder.filePath(text("avahi.conf")), text("--no-drop-root"), text("--no-chroot"),
                 text("--no-rlimits"), text("--no-proc-title") },
@@ -141,6 +144,19 @@ int AvahiPeer::publish(
 void AvahiPeer::withdraw(int number)
 {
     kill(m_publications.at(std::size_t(number)));
+}
+
+void AvahiPeer::publishMany(const QStringList& names, const QString& type, quint16 port)
+{
+    QDir folder(m_folder.filePath(text("services")));
+    for (const QString& file : folder.entryList(QDir::Files))
+        folder.remove(file);
+    for (qsizetype i = 0; i < names.size(); ++i)
+        write(folder.filePath(text("%1.service").arg(i)),
+            text("<service-group><name>%1</name><service><type>%2</type><port>%3</port>"
+                 "</service></service-group>\n")
+                .arg(names.at(i).toHtmlEscaped(), type)
+                .arg(port));
 }
 
 void AvahiPeer::withdrawAll()

@@ -47,6 +47,14 @@ public:
     /** Publishes a service. Returns its number for withdraw(); -1 when it does not run. */
     int publish(const QString& name, const QString& type, quint16 port, const QStringList& texts);
     void withdraw(int number);
+
+    /**
+     * Publishes a service of each name at once, by the daemon itself, instead of those of the last
+     * call. The daemon notices by and by.
+     */
+    void publishMany(const QStringList& names, const QString& type, quint16 port);
+
+    /** Withdraws what publish() published. */
     void withdrawAll();
 
     /** Returns what the processes said, for the message of a test that fails. */

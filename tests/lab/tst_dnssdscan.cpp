@@ -90,6 +90,7 @@ private slots:
     void survivesTheEndOfTheBus();
     void namesMayHoldAnything();
     void typesComeFromTheOptionToo();
+    void manyServicesTakeTurns();
     void stopIsTheEnd();
 
 private:
@@ -312,6 +313,20 @@ void TestDnsSdScan::typesComeFromTheOptionToo()
     m_far->withdraw(box);
     m_far->withdraw(gate);
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 4, k_patience);
+}
+
+void TestDnsSdScan::manyServicesTakeTurns()
+{
+    constexpr int k_many = 600; // of two links and two families, more than may be asked at a time
+    QStringList names;
+    for (int i = 0; i < k_many; ++i)
+        names.append(text("Gate %1").arg(i));
+    Follower follower;
+    m_far->publishMany(names, text("_rtsp._tcp"), 554);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.filter(text("new")).size(), k_many, k_patience);
+    m_far->publishMany({}, {}, 0);
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.filter(text("gone")).size(), k_many, k_patience);
+    QCOMPARE(follower.told.filter(text("new")).size(), k_many);
 }
 
 void TestDnsSdScan::stopIsTheEnd()

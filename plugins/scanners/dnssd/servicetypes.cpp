@@ -5,12 +5,11 @@
 #include "platform/logline.h"
 
 #include <QMap>
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <algorithm>
 #include <optional>
-
-#include <avahi-common/domain.h>
 
 namespace tq {
 
@@ -38,13 +37,15 @@ std::optional<ServiceType> readEntry(const QString& entry)
                                                              eCameraServiceKind },
         { QStringLiteral("storage"), eStorageServiceKind },
         { QStringLiteral("unknown"), eUnknownServiceKind } };
+    // As the standard has names of services: up to 15 letters, digits and single hyphens.
+    static const QRegularExpression k_name(
+        QStringLiteral("\\A_(?=[^.]{1,15}\\.)[a-z0-9]+(-[a-z0-9]+)*\\._(tcp|udp)\\z"));
     const QStringList words = entry.toLower().split(QLatin1Char('='));
     if (words.size() != 2)
         return std::nullopt;
     const QString name = words.at(0).trimmed();
     const auto kind = k_kinds.constFind(words.at(1).trimmed());
-    if (kind == k_kinds.constEnd()
-        || !avahi_is_valid_service_type_strict(name.toUtf8().constData()))
+    if (kind == k_kinds.constEnd() || !k_name.match(name).hasMatch())
         return std::nullopt;
     return ServiceType{ name, *kind };
 }
