@@ -385,9 +385,10 @@ void DiscoveryRecorder::sweep()
     if (m_isInsideOld)
         m_madeInside.clear();
     m_isInsideOld = !m_madeInside.isEmpty();
-    if (m_isInsideOld)
+    const QList<quint64> silent = m_deliveries.sweep();
+    if (m_isInsideOld || m_deliveries.needsSweep())
         scheduleSweep();
-    for (const quint64 number : m_deliveries.sweep()) {
+    for (const quint64 number : silent) {
         HintStory* const story = m_shelf.find(number);
         if (story && story->outcome == HintStory::eOpen)
             finish(*story, HintStory::eSilence);

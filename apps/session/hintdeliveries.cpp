@@ -91,11 +91,15 @@ QList<quint64> HintDeliveries::sweep()
         m_direct.pop_back();
     }
     QList<quint64> result = std::exchange(m_silent, {});
-    for (const Delivery& over : m_waiting)
+    for (const Delivery& over : std::exchange(m_waitingBefore, std::exchange(m_waiting, {})))
         result.append(over.story);
-    m_waiting.clear();
-    m_over.clear();
+    m_overBefore = std::exchange(m_over, {});
     return result;
+}
+
+bool HintDeliveries::needsSweep() const
+{
+    return !m_waitingBefore.isEmpty() || !m_overBefore.isEmpty();
 }
 
 HintDeliveries::Match HintDeliveries::takeNew(std::size_t contents)
@@ -110,9 +114,11 @@ HintDeliveries::Match HintDeliveries::takeNew(std::size_t contents)
         if (fits(open))
             candidates.push_back(&open);
     }
-    for (Delivery& over : m_waiting) {
-        if (fits(over))
-            candidates.push_back(&over);
+    for (QList<Delivery>* const list : { &m_waitingBefore, &m_waiting }) {
+        for (Delivery& over : *list) {
+            if (fits(over))
+                candidates.push_back(&over);
+        }
     }
     Match match;
     if (candidates.empty())
@@ -160,7 +166,7 @@ bool HintDeliveries::mayHaveBeen(std::size_t contents) const
 {
     const auto isIt = [&](const Delivery& open) { return open.contents == contents; };
     return m_isLossy || m_lapsed.contains(contents) || m_over.contains(contents)
-        || std::any_of(m_direct.begin(), m_direct.end(), isIt)
+        || m_overBefore.contains(contents) || std::any_of(m_direct.begin(), m_direct.end(), isIt)
         || std::any_of(m_queued.begin(), m_queued.end(), isIt);
 }
 

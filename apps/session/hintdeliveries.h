@@ -49,9 +49,15 @@ public:
     /** No end will come for the open direct deliveries of `scanner` (null: that have none). */
     void loseEnds(const void* scanner);
 
-    /** Ends a turn of the event loop: the direct deliveries without an end are over. Returns the
-     * stories that stay untold. */
+    /**
+     * Ends a turn of the event loop: the direct deliveries without an end are over. Returns the
+     * stories that stay untold; those of new hints only the second time, because what was announced
+     * late in this turn arrives in the next one.
+     */
     QList<quint64> sweep();
+
+    /** Returns whether another sweep has something to do. */
+    bool needsSweep() const;
 
     /** Finds the delivery of a new hint with these contents and marks it as told. */
     Match takeNew(std::size_t contents);
@@ -78,9 +84,11 @@ private:
 
     std::vector<Delivery> m_direct;
     std::vector<Delivery> m_queued;
-    QList<Delivery> m_waiting; ///< over; the probe may still be announced in this turn
+    QList<Delivery> m_waiting; ///< over in this turn; the probe may still be announced
+    QList<Delivery> m_waitingBefore; ///< over in the turn before
     QList<quint64> m_silent; ///< over and untold
     QSet<std::size_t> m_over; ///< contents of those that ended in this turn
+    QSet<std::size_t> m_overBefore;
     QSet<std::size_t> m_lapsed;
     bool m_isLossy = false;
 };

@@ -39,6 +39,13 @@ struct EagerScanner : tst::FakeScanner
     }
 };
 
+/** Two turns of the event loop: what is announced late comes with the second. */
+void settle()
+{
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents();
+}
+
 /** A database with two drivers and two scanners, recorded. */
 struct Recorded
 {
@@ -59,7 +66,7 @@ struct Recorded
 
     HintStory last()
     {
-        QCoreApplication::sendPostedEvents();
+        settle();
         const QList<HintStory> all = recorder.stories();
         return all.isEmpty() ? HintStory() : all.last();
     }
@@ -84,7 +91,7 @@ QString brief(const HintStory& story)
 
 QStringList briefs(const DiscoveryRecorder& recorder)
 {
-    QCoreApplication::sendPostedEvents();
+    settle();
     QStringList result;
     for (const HintStory& story : recorder.stories())
         result.append(brief(story));
@@ -118,6 +125,8 @@ private slots:
     void equalHintsOfTwoScannersAreNobodys();
     void startingAndStoppingConfusesNothing();
     void hintsFromInsideOfADelivery();
+    void answersBeforeTheirProbeIsAnnounced();
+    void scannersMayBeRestartedInsideOfADelivery();
     void storiesAreBounded();
     void unansweredProbesAreBoundedToo();
     void textsAreBounded();
@@ -162,6 +171,16 @@ void TestDiscoveryRecorder::whatIsDoneByHandIsToldApart()
     QCOMPARE(briefs(r.recorder),
         QStringList({ text("by hand duplicate n"), text("by hand unhandled"),
             text("by hand nobody"), text("by hand lost n") }));
+
+    // Another hint by hand, while a scanner's is between its signal and the database.
+    r.f.db->stopScanners("");
+    QObject slot;
+    connect(&r.arp, &tst::FakeScanner::newHint, &slot,
+        [&] { r.f.db->newNodeHint(named("inserted", 9)); });
+    r.f.db->startScanners("", 0, 0);
+    emit r.arp.newHint(named("name of n"));
+    QCOMPARE(briefs(r.recorder).mid(4),
+        QStringList({ text("arp duplicate n"), text("by hand unhandled") }));
 
     tst::FakeScanner late(text("late"));
     late.start(0, 0);
@@ -330,6 +349,40 @@ void TestDiscoveryRecorder::hintsFromInsideOfADelivery()
     emit r.arp.newHint(named("outer"));
     QCOMPARE(briefs(r.recorder).mid(3),
         QStringList({ text("arp won one:outer"), text("other? won one:within") }));
+}
+
+void TestDiscoveryRecorder::answersBeforeTheirProbeIsAnnounced()
+{
+    Recorded r;
+    r.one.probeAnswer = 20;
+    QObject slot;
+    connect(r.f.db, &NodeDB::nodeInserted, &slot, [&](const NodeID& id) {
+        if (id != text("one:outer"))
+            return;
+        r.one.probeAnswer = 0;
+        r.two.probeAnswer = 0;
+        emit r.other.newHint(named("slow"));
+        r.one.answer(r.one.probes.last(), 20);
+    });
+    emit r.arp.newHint(named("outer"));
+    QCOMPARE(brief(r.last()), text("other? probing"));
+    QCOMPARE(answersOf(r.last().drivers[0]), text("20c"));
+    r.two.answer(r.one.probes.last(), -1);
+    QCOMPARE(brief(r.last()), text("other? won one:slow"));
+}
+
+void TestDiscoveryRecorder::scannersMayBeRestartedInsideOfADelivery()
+{
+    Recorded r;
+    QObject slot;
+    connect(r.f.db, &NodeDB::nodeInserted, &slot, [&](const NodeID& id) {
+        if (id == text("one:typed"))
+            r.f.db->startScanners("", 0, 0);
+    });
+    emit r.arp.newHint(named("typed", 7));
+    QCOMPARE(brief(r.last()), text("arp made one:typed"));
+    r.f.insertPlain(text("later"));
+    QCOMPARE(brief(r.last()), text("arp made one:typed"));
 }
 
 void TestDiscoveryRecorder::storiesAreBounded()
