@@ -158,15 +158,17 @@ void TestOnvif::asksTheServiceThatTheHintNames()
     hint.setThirdText(urlOf(device, "/services/device"));
     QCOMPARE(rankOf(hint), 10);
 
-    // Of another host it is none of this device's.
-    const OnvifDevice other(manner, WebDevice::ePlain, text("127.0.0.2"));
-    hint.setThirdText(urlOf(other, "/services/device"));
-    QCOMPARE(rankOf(hint), 50);
+    // Of another host it is none of this device's, which has its own in the usual place.
+    const OnvifDevice usual;
+    const OnvifDevice other({}, WebDevice::ePlain, text("127.0.0.2"));
+    NodeHintIPDevice lying = hintFor(usual);
+    lying.setFurtherValue(eWSDiscoveryService);
+    lying.setThirdText(urlOf(other, "/onvif/device_service"));
+    QCOMPARE(rankOf(lying), 10);
     QVERIFY(!other.isVisited());
 
     // A page is not needed for it.
     hint.setPort(closedPort());
-    hint.setThirdText(urlOf(device, "/services/device"));
     QCOMPARE(rankOf(hint), 10);
     QCOMPARE(make(hint)->port(), int(device.serverPort()));
 }
@@ -432,9 +434,14 @@ void TestOnvif::readsWhatAnnouncedDevicesTellAnybody()
     QSignalSpy updated(m_fixture->db, &NodeDB::nodeUpdated);
     m_fixture->db->newNodeHint(announcementOf(device));
     m_fixture->db->newNodeHint(announcementOf(closed));
+    // A login that the program knows at once is still nobody's wish to use it.
+    const QString other = text("ip:127.0.0.2:%1").arg(closed.serverPort());
+    Node* const copy = m_fixture->db->beginUpdateNode(other, -1);
+    static_cast<IPDeviceNode*>(copy)->setUser(text("root"), text("secret"));
+    m_fixture->db->endUpdateNode(copy);
     const QString id = text("ip:127.0.0.1:%1").arg(device.serverPort());
     QCOMPARE(m_fixture->db->node(id)->modelInfo(), text("X1"));
-    QTRY_COMPARE_WITH_TIMEOUT(updated.size(), 1, k_bound);
+    QTRY_COMPARE_WITH_TIMEOUT(updated.size(), 2, k_bound);
     QCOMPARE(m_fixture->db->node(id)->modelInfo(), k_model);
     QTRY_VERIFY(closed.isLeft());
     QVERIFY(closed.logins().isEmpty());
