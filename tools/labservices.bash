@@ -86,6 +86,8 @@ start_avahi() {
   <type>system</type>
   <listen>$DBUS_SYSTEM_BUS_ADDRESS</listen>
   <auth>EXTERNAL</auth>
+  <limit name="max_completed_connections">4096</limit>
+  <limit name="max_connections_per_user">4096</limit>
   <policy context="default">
     <allow user="*"/><allow own="*"/><allow send_type="*" send_destination="*"/><allow receive_type="*"/>
   </policy>

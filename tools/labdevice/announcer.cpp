@@ -38,7 +38,7 @@ void Announcer::announce(const tq::site::DeviceSpec& device, const Done& done)
         for (const auto& [key, arguments] : wanted)
             publish(key, arguments, part);
     };
-    for (const auto& [key, process] : m_published) {
+    for (const auto& [key, published] : m_published) {
         if (key.startsWith(k_host) && !wanted.contains(key))
             return end(QString(key), publishAll);
     }
@@ -47,38 +47,40 @@ void Announcer::announce(const tq::site::DeviceSpec& device, const Done& done)
 
 void Announcer::publish(const QString& key, const QStringList& arguments, const Done& done)
 {
-    auto& process = m_published[key];
-    if (process && process->state() != QProcess::NotRunning)
+    Published& published = m_published[key];
+    if (published.process && published.process->state() != QProcess::NotRunning)
         return done(QString());
-    process = std::make_unique<QProcess>();
+    published.tell = [open = std::make_shared<Done>(done)](const QString& error) {
+        if (const Done last = std::exchange(*open, nullptr))
+            last(error);
+    };
+    published.process = std::make_unique<QProcess>();
+    QProcess* process = published.process.get();
+    const auto fail = [tell = published.tell, process] {
+        tell(QStringLiteral("avahi-publish %1: %2 %3")
+                 .arg(process->arguments().join(QLatin1Char(' ')), process->errorString(),
+                     QString::fromUtf8(process->readAll()).simplified()));
+    };
+    connect(process, &QProcess::readyRead, this, [tell = published.tell, process] {
+        if (process->peek(process->bytesAvailable()).contains("Established under name"))
+            tell(QString());
+    });
+    connect(process, &QProcess::errorOccurred, this, fail);
+    connect(process, &QProcess::finished, this, fail);
+    QTimer::singleShot(k_patience, process, fail);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), m_bus);
     process->setProcessEnvironment(environment);
     process->setProcessChannelMode(QProcess::MergedChannels);
-    const auto tell = [open = std::make_shared<Done>(done)](const QString& error) {
-        if (const Done last = std::exchange(*open, nullptr))
-            last(error);
-    };
-    const auto fail = [tell, raw = process.get()] {
-        tell(QStringLiteral("avahi-publish %1: %2 %3")
-                 .arg(raw->arguments().join(QLatin1Char(' ')), raw->errorString(),
-                     QString::fromUtf8(raw->readAll()).simplified()));
-    };
-    connect(process.get(), &QProcess::readyRead, this, [tell, raw = process.get()] {
-        if (raw->peek(raw->bytesAvailable()).contains("Established under name"))
-            tell(QString());
-    });
-    connect(process.get(), &QProcess::errorOccurred, this, fail);
-    connect(process.get(), &QProcess::finished, this, fail);
-    QTimer::singleShot(k_patience, process.get(), fail);
     process->start(QStringLiteral("avahi-publish"), arguments);
 }
 
 void Announcer::end(const QString& key, const Done& done)
 {
-    QProcess* process = m_published[key].release();
-    m_published.erase(key);
+    auto node = m_published.extract(key);
+    QProcess* process = node.mapped().process.release();
     process->disconnect(this);
+    node.mapped().tell(QStringLiteral("%1 was taken back meanwhile").arg(key));
     if (process->state() == QProcess::NotRunning) {
         process->deleteLater();
         return done(QString());
@@ -94,7 +96,7 @@ void Announcer::end(const QString& key, const Done& done)
 void Announcer::withdraw(const Done& done)
 {
     QStringList keys;
-    for (const auto& [key, process] : m_published)
+    for (const auto& [key, published] : m_published)
         keys.append(key);
     const Done part = Gathering::make(static_cast<size_t>(keys.size()), done);
     for (const QString& key : std::as_const(keys))

@@ -34,11 +34,17 @@ public:
     void withdraw(const Done& done);
 
 private:
+    struct Published
+    {
+        std::unique_ptr<QProcess> process;
+        Done tell; ///< who waits for it, once
+    };
+
     void publish(const QString& key, const QStringList& arguments, const Done& done);
     void end(const QString& key, const Done& done);
 
     QString m_bus;
-    std::map<QString, std::unique_ptr<QProcess>> m_published; ///< by what they announce
+    std::map<QString, Published> m_published; ///< by what they announce
 };
 
 } // namespace lab
