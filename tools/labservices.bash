@@ -4,12 +4,12 @@
 #
 # The real servers around the lab's devices: an Avahi on a bus of its own on either side of the segment, and what smbd
 # asks of the machine. tools/lab reads this file; where a service cannot be had, it goes on without. Of tools/lab it uses
-# remark, mode, services (lines as lab-device --needs gives them) and serve (how lab-device is started).
+# remark, here, mode, services (each with a blank before it) and serve (how lab-device is started).
 # shellcheck disable=SC2154
 
 declare -A k_programs=(
   [avahi]="dbus-daemon avahi-daemon avahi-publish"
-  [smb]="smbd smbpasswd setfacl"
+  [smb]="python3 smbd smbpasswd"
 )
 
 # Adds a service to those that COMMAND finds in LAB_WITHOUT.
@@ -19,35 +19,26 @@ do_without() {
   remark "without $1: $2"
 }
 
-can() {
-  [[ " ${LAB_WITHOUT:-} " != *" $1 "* ]]
-}
-
-# Takes what lab-device --needs says; sets services to what can be had of it, one per line as there.
+# Takes what lab-device --needs says; leaves in services what can be had of it.
 choose_services() {
-  local need service program
-  while read -r need; do
-    [[ -n $need ]] || continue
-    service=${need%% *}
+  local service program
+  for service in $1; do
     [[ $mode == segment ]] || do_without "$service" "there are no namespaces"
     for program in ${k_programs[$service]}; do
       command -v "$program" >/dev/null || do_without "$service" "the program $program is missing"
     done
-    ! can "$service" || services+=$need$'\n'
-  done <<<"$1"
+    [[ " $LAB_WITHOUT " == *" $service "* ]] || services+=" $service"
+  done
 }
 
-# The words of one service, the first its name; fails when the site does not need it.
 needs() {
-  sed -n "/^$1\( \|\$\)/{s/^$1 *//p;q}" <<<"$services"
-  [[ $'\n'$services == *$'\n'"$1"[$' \n']* ]]
+  [[ "$services " == *" $1 "* ]]
 }
 
-# A view of the machine in which /run is empty, nothing of its Avahi and Samba shows, and the users are ours: some that
-# the servers ask for, and those named. What is written there goes with the namespace.
+# A view of the machine in which /run is empty, nothing of its Avahi and Samba shows, and the only users are those that
+# servers ask for. What is written there goes with the namespace.
 own_view() (
-  dir=$1 uid=61000
-  shift
+  dir=$1
   cd "$dir" || return
   mount -t tmpfs -o mode=755 tmpfs /run || return
   # The folder of the lab stays where it is even when that is below /run.
@@ -55,12 +46,8 @@ own_view() (
   for folder in /etc/avahi /var/{lib,cache,log}/samba; do
     [[ ! -d $folder ]] || mount -t tmpfs tmpfs "$folder" || return
   done
-  printf '%s:x:0:0::/:/bin/false\n' root avahi >/run/passwd
-  printf '%s:x:0:\n' root avahi >/run/group
-  for user in nobody "$@"; do
-    printf '%s:x:%d:%d::/:/bin/false\n' "$user" $((++uid)) $uid >>/run/passwd
-    printf '%s:x:%d:\n' "$user" $uid >>/run/group
-  done
+  printf '%s:x:%s::/:/bin/false\n' root 0:0 avahi 0:0 nobody 65534:65534 >/run/passwd
+  printf '%s:x:%s:\n' root 0 avahi 0 nogroup 65534 >/run/group
   mount --bind /run/passwd /etc/passwd && mount --bind /run/group /etc/group
 )
 
@@ -130,12 +117,12 @@ near() {
 prepare_services() {
   local dir=$1 size
   [[ -n $services ]] || return 0
-  # shellcheck disable=SC2046  # one word per user
-  if ! own_view "$dir" $(needs smb); then
-    printf 'without %s no mounts in a namespace\n' avahi smb
+  if ! own_view "$dir"; then
+    # shellcheck disable=SC2086  # one line for each
+    printf 'without %s no mounts in a namespace\n' $services
     return
   fi
-  if needs avahi >/dev/null; then
+  if needs avahi; then
     # An address that no scan of the segment asks for: what Avahi says is about the devices' addresses.
     if ip addr add 169.254.77.1/32 dev far && start_avahi lab-far far /run/far.bus; then
       serve+=(--bus "$DBUS_SYSTEM_BUS_ADDRESS")
@@ -143,10 +130,10 @@ prepare_services() {
       echo "without avahi it did not start on the far side"
     fi
   fi
-  if needs smb >/dev/null; then
+  if needs smb; then
     read -r _ _ size </proc/self/uid_map
     if ((size > 65536)); then
-      serve+=(--shares /run)
+      serve+=(--smb-server "$here/smb-server" --shares /run)
     else
       echo "without smb it takes several users, which a user's namespace has not"
     fi

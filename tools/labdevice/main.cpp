@@ -39,10 +39,9 @@ void addOptions(QCommandLineParser& parser)
     add("link", "Serve them on interfaces of their own on this one", "NAME");
     add("near", "The address that the devices speak to", "ADDRESS");
     add("bus", "Announce them by the Avahi on this D-Bus", "ADDRESS");
-    add("shares",
-        "Keep what they serve by SMB in this folder; takes namespaces as tools/lab makes them",
-        "FOLDER");
-    add("needs", "Print which services the devices need, one per line with the users it takes");
+    add("smb-server", "Serve their shares by this program", "PROGRAM");
+    add("shares", "Keep the shares in this folder", "FOLDER");
+    add("needs", "Print which services the devices need, one per line");
     add("control", "Take commands on this unix socket", "PATH");
     add("tell", "Send a command to the lab around this process", "WORDS");
 }
@@ -72,19 +71,13 @@ int list(const tq::site::Site& site)
 
 int needs(const tq::site::Site& site)
 {
-    bool announced = false;
-    bool shared = false;
-    QStringList users;
-    for (const tq::site::DeviceSpec& device : site.devices) {
-        announced = announced || !device.announces.isEmpty();
-        shared = shared || device.smb;
-        for (const tq::site::SmbUser& user : device.smb.value_or(tq::site::SmbSpec()).users)
-            users.append(user.name);
-    }
-    users.removeDuplicates();
-    users.prepend(QStringLiteral("smb"));
-    QTextStream(stdout) << (announced ? "avahi\n" : "")
-                        << (shared ? users.join(QLatin1Char(' ')) + QLatin1Char('\n') : QString());
+    const auto any = [&site](const auto& isSo) {
+        return std::any_of(site.devices.begin(), site.devices.end(), isSo);
+    };
+    const bool announced =
+        any([](const tq::site::DeviceSpec& device) { return !device.announces.isEmpty(); });
+    const bool shared = any([](const tq::site::DeviceSpec& device) { return !!device.smb; });
+    QTextStream(stdout) << (announced ? "avahi\n" : "") << (shared ? "smb\n" : "");
     return 0;
 }
 
@@ -100,7 +93,8 @@ int serve(const QCommandLineParser& parser, const tq::site::Site& site)
         return k_failed;
     lab::Lab lab(site, *certificate,
         { parser.value(QStringLiteral("link")), QHostAddress(parser.value(QStringLiteral("near"))),
-            parser.value(QStringLiteral("bus")), parser.value(QStringLiteral("shares")) });
+            parser.value(QStringLiteral("bus")), parser.value(QStringLiteral("smb-server")),
+            parser.value(QStringLiteral("shares")) });
     lab::Control control(lab);
     if (parser.isSet(QStringLiteral("control"))) {
         const QString error = control.listen(parser.value(QStringLiteral("control")));

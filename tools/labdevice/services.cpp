@@ -8,9 +8,9 @@ Services::Services(const tq::site::DeviceSpec& device, const Place& place)
 {
     if (!place.bus.isEmpty() && !device.announces.isEmpty())
         m_announcer = std::make_unique<Announcer>(place.bus);
-    if (!place.shares.isEmpty() && device.smb)
+    if (!place.smbServer.isEmpty() && device.smb)
         m_shares = std::make_unique<SmbServer>(
-            *device.smb, device.name, place.shares + QLatin1Char('/') + device.name);
+            *device.smb, place.smbServer, place.shares + QLatin1Char('/') + device.name);
 }
 
 Services::~Services() = default;

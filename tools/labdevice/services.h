@@ -15,7 +15,8 @@ struct Place
     QString link;
     QHostAddress near; ///< whom the devices speak to
     QString bus; ///< of the Avahi that announces them; empty: there is none
-    QString shares; ///< a folder for what they serve by SMB; empty: they cannot
+    QString smbServer; ///< the program that serves their shares; empty: there is none
+    QString shares; ///< a folder for those
 };
 
 /** What one device does beside answering on its web server, where its place allows it. */
