@@ -2,10 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "cli/deviceread.h"
 
+#include "cli/invocation.h"
 #include "cli/output.h"
 #include "cli/stopsignal.h"
 
 #include "discovery/idevicereader.h"
+#include "discovery/inodedrivercomponent.h"
+#include "nodestore/nodedb.h"
 
 #include <QTimer>
 
@@ -70,6 +73,17 @@ void DeviceRead::showProgress(int seconds) const
     if (seconds > 0)
         std::fprintf(stderr, "%d s: the device is being read; Ctrl-C ends", seconds);
     std::fflush(stderr);
+}
+
+Outcome readDevice(Invocation& call, const QString& id)
+{
+    const auto driver = call.database().nodeDriver(id);
+    auto* const reader = dynamic_cast<IDeviceReader*>(driver.get());
+    if (!reader)
+        return Outcome::refused(
+            QStringLiteral("the driver of %1 cannot read devices").arg(quoted(id)));
+    const Outcome outcome = DeviceRead(id).run(*reader);
+    return outcome.isDone() && call.session().hasUnsavedChanges() ? call.save() : outcome;
 }
 
 } // namespace tq::cli

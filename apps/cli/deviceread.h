@@ -17,6 +17,8 @@ class IDeviceReader;
 
 namespace tq::cli {
 
+class Invocation;
+
 /** One reading of a device by its driver, waited for. */
 class DeviceRead : public QObject
 {
@@ -39,5 +41,8 @@ private:
     QEventLoop m_loop;
     std::optional<QString> m_error;
 };
+
+/** Lets the driver of a node read its device into the node, and saves. The store is open. */
+Outcome readDevice(Invocation& call, const QString& id);
 
 } // namespace tq::cli

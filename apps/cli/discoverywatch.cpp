@@ -10,6 +10,7 @@
 #include "nodestore/nodedb.h"
 
 #include "session/discoveryrecorder.h"
+#include "session/hintrecord.h"
 
 #include <QEventLoop>
 #include <QTimer>
@@ -17,6 +18,32 @@
 #include <utility>
 
 namespace tq::cli {
+
+namespace {
+
+bool isIPv4(const QString& address)
+{
+    constexpr int k_dots = 3;
+    return address.count(QLatin1Char('.')) == k_dots && !address.contains(QLatin1Char(':'));
+}
+
+/**
+ * Whether a hint of a known device tells what its node does not know: that it moved while nobody
+ * was looking, its MAC, or the service under which it announces itself. Another family of its
+ * address is no move.
+ */
+bool isNews(const HintRecord& hint, const Node& node)
+{
+    const auto kept = [&](const char* name) {
+        return node.stringProperty(QLatin1String(name), QString());
+    };
+    const QString address = kept("IP");
+    const bool hasMoved = isIPv4(hint.address) && isIPv4(address) && hint.address != address;
+    return hasMoved || (!hint.mac.isEmpty() && kept("MAC").isEmpty())
+        || (!hint.serviceId.isEmpty() && kept("FullName").isEmpty());
+}
+
+} // namespace
 
 QString DeviceEvent::word(EFate fate)
 {
@@ -115,15 +142,8 @@ void DiscoveryWatch::tellOfNode(DeviceEvent::EFate fate, const QString& id)
 void DiscoveryWatch::met(const NodeHint& hint, const QString& id)
 {
     tellOfNode(DeviceEvent::eKnown, id);
-    const QString key = QStringLiteral("IP");
-    const QString seen = hintSummary(hint).value(key).toString();
-    const QString kept = m_known.value(id).value(key).toString();
-    const auto isIPv4 = [](const QString& address) {
-        constexpr int k_dots = 3;
-        return address.count(QLatin1Char('.')) == k_dots && !address.contains(QLatin1Char(':'));
-    };
-    // It moved while nobody was looking. Another family is no move.
-    if (isIPv4(seen) && isIPv4(kept) && seen != kept)
+    const auto node = m_database.node(id);
+    if (node && isNews(recordOf(hint), *node))
         m_database.nodeHintChanged(hint);
 }
 

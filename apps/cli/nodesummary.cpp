@@ -7,7 +7,7 @@
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
 
-#include "session/hintfacts.h"
+#include "session/hintrecord.h"
 
 namespace tq::cli {
 
@@ -47,7 +47,7 @@ const QList<Column>& nodeColumns()
 
 QJsonObject hintSummary(const NodeHint& hint)
 {
-    const HintFacts facts = factsOf(hint);
+    const HintRecord facts = recordOf(hint);
     QJsonObject result;
     const auto put = [&](const char* name, const QString& value) {
         if (!value.isEmpty())

@@ -139,7 +139,7 @@ void DiscoveryRecorder::heardScanner(const ScannerEar::Report& report)
     HintDeliveries::Delivery over;
     over.scanner = report.ear;
     over.kind = report.kind;
-    over.contents = factsOf(*report.hint).contents;
+    over.contents = recordOf(*report.hint).contents;
     over.isQueued = report.isQueued;
     m_deliveries.end(over);
     news(nullptr);
@@ -148,7 +148,7 @@ void DiscoveryRecorder::heardScanner(const ScannerEar::Report& report)
 
 void DiscoveryRecorder::begins(const ScannerEar::Report& report)
 {
-    HintStory& story = add(report.kind, factsOf(*report.hint));
+    HintStory& story = add(report.kind, recordOf(*report.hint));
     story.origin = HintStory::eScanner;
     story.scanner = report.ear->name();
     story.isInferred = report.isQueued || !report.ear->hearsEnds();
@@ -276,7 +276,7 @@ void DiscoveryRecorder::updating(const QString& id, bool isDone)
     const auto* const inside = m_deliveries.innermost();
     auto* const change = m_deliveries.only(HintStory::eChanged);
     HintStory* const story = m_shelf.find(change ? change->story : inside ? inside->story : 0);
-    if (!story || m_isQueued || id.size() > HintFacts::k_longest)
+    if (!story || m_isQueued || id.size() > HintRecord::k_longest)
         return;
     if (change && story->outcome == HintStory::eOpen && !isDone)
         story->nodeId = id; // the first one is that of the hint
@@ -307,7 +307,7 @@ void DiscoveryRecorder::lost(const QString& id)
     news(story);
 }
 
-HintStory& DiscoveryRecorder::add(HintStory::EKind kind, const HintFacts& facts)
+HintStory& DiscoveryRecorder::add(HintStory::EKind kind, const HintRecord& facts)
 {
     if (const auto dropped = m_shelf.makeRoom()) {
         m_probes.forget(*dropped);
@@ -322,7 +322,7 @@ HintStory& DiscoveryRecorder::add(HintStory::EKind kind, const HintFacts& facts)
 
 HintStory* DiscoveryRecorder::storyOf(const NodeHint& hint)
 {
-    const HintFacts facts = factsOf(hint);
+    const HintRecord facts = recordOf(hint);
     const HintDeliveries::Match match = m_deliveries.takeNew(facts.contents);
     if (match.story == 0) {
         HintStory& story = add(HintStory::eNew, facts);

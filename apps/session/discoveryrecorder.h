@@ -109,7 +109,7 @@ private:
     void updating(const QString& id, bool isDone);
     void lost(const QString& id);
 
-    HintStory& add(HintStory::EKind kind, const HintFacts& facts);
+    HintStory& add(HintStory::EKind kind, const HintRecord& facts);
     HintStory* storyOf(const NodeHint& hint);
     void bindRequest(int requestId);
     void answered(int requestId, int driver, int result, bool isAtOnce);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "session/hintfacts.h"
+#include "session/hintrecord.h"
 
 #include <QList>
 #include <QString>
@@ -61,7 +61,7 @@ struct HintStory
     EOrigin origin = eUnknown;
     QString scanner; ///< for eScanner
     bool isInferred = false; ///< the origin is the only possible one, but was not witnessed
-    HintFacts facts; ///< empty where only the outcome was heard
+    HintRecord facts; ///< empty where only the outcome was heard
     qint64 cameAt = 0;
 
     EOutcome outcome = eOpen;

@@ -71,6 +71,9 @@ bool isDeviceOf(const IPDeviceNode& node, const NodeHint& hint)
 void takeOver(IPDeviceNode& node, const NodeHint& hint)
 {
     const HintFacts facts = factsOf(hint);
+    const bool isNamed = !node.name().isEmpty() && !isSameHost(node.name(), node.hostAddress());
+    if (!isNamed && !facts.name.isEmpty())
+        node.setName(facts.name);
     if (!facts.address.isEmpty() && !isAt(node, facts))
         node.setHostAddress(facts.address);
     if (node.mac().isEmpty() && !facts.mac.isEmpty())

@@ -13,6 +13,7 @@ const QList<Command>& allCommands()
         + listCommands() //
         + addCommands() //
         + setCommands() //
+        + readCommands() //
         + removeCommands() //
         + relationCommands() //
         + nasCommands() //

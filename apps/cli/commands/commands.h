@@ -20,6 +20,7 @@ QList<Command> convertCommands();
 QList<Command> environmentCommands();
 QList<Command> listCommands();
 QList<Command> nasCommands();
+QList<Command> readCommands();
 QList<Command> relationCommands();
 QList<Command> removeCommands();
 QList<Command> scanCommands();

@@ -6,8 +6,6 @@
 #include "cli/passwordinput.h"
 
 #include "devices/nasdevicenode.h"
-#include "discovery/idevicereader.h"
-#include "discovery/inodedrivercomponent.h"
 #include "nodestore/nodedb.h"
 
 #include <QCommandLineParser>
@@ -286,16 +284,8 @@ Outcome read(Invocation& call)
 {
     const QString id = call.arguments().first();
     Outcome outcome = openStorage(call, OpenMode::ReadWrite);
-    if (!outcome.isDone())
-        return outcome;
-    const auto driver = call.database().nodeDriver(id);
-    auto* const reader = dynamic_cast<IDeviceReader*>(driver.get());
-    if (!reader)
-        return Outcome::refused(
-            QStringLiteral("the driver of %1 cannot read devices").arg(quoted(id)));
-    outcome = DeviceRead(id).run(*reader);
-    if (outcome.isDone() && call.session().hasUnsavedChanges())
-        outcome = call.save();
+    if (outcome.isDone())
+        outcome = readDevice(call, id);
     if (outcome.isDone())
         printShares(call, *storage(call, id));
     return outcome;

@@ -156,7 +156,7 @@ void TestDiscoveryRecorder::everyOutcomeHasItsStory()
     QCOMPARE(r.recorder.storyOfNode(text("one:ours"))->number, 5u);
 
     emit r.arp.newHint(NodeHintFromARP(text("10.77.0.9"), MACAddress(text("02:77:00:00:00:09"))));
-    const HintFacts facts = r.last().facts;
+    const HintRecord facts = r.last().facts;
     QCOMPARE(facts.address + facts.mac, text("10.77.0.902:77:00:00:00:09"));
 }
 
@@ -430,12 +430,12 @@ void TestDiscoveryRecorder::textsAreBounded()
     NodeHintIPDevice hint = named(QString(1 << 20, QLatin1Char('x')), 9);
     hint.setHostAddress(QString(1 << 20, QLatin1Char('y')));
     emit r.arp.newHint(hint);
-    const HintFacts facts = r.last().facts;
-    QCOMPARE(facts.name.size(), HintFacts::k_longest);
-    QCOMPARE(facts.address.size(), HintFacts::k_longest);
+    const HintRecord facts = r.last().facts;
+    QCOMPARE(facts.name.size(), HintRecord::k_longest);
+    QCOMPARE(facts.address.size(), HintRecord::k_longest);
     // Equal in what is shown, and yet another hint.
     hint.setPassword(text("secret"));
-    QVERIFY(factsOf(hint).contents != facts.contents);
+    QVERIFY(recordOf(hint).contents != facts.contents);
 }
 
 QTEST_GUILESS_MAIN(TestDiscoveryRecorder)

@@ -13,11 +13,12 @@ namespace tq {
 class NodeHint;
 
 /** What programs show of a hint, and what tells it from other hints. Holds no password. */
-struct HintFacts
+struct HintRecord
 {
-    QString name; ///< texts are cut to HintFacts::k_longest characters
+    QString name; ///< texts are cut to HintRecord::k_longest characters
     QString address;
     QString mac; ///< empty where the hint has none
+    QString serviceId; ///< under which the device announces itself; empty where it does not
     ENodeType nodeType = eAnyNodeType;
 
     /** The same for a hint and its copies; different, but for a chance of 1 in 2^64, for hints that
@@ -28,10 +29,10 @@ struct HintFacts
     static constexpr int k_longest = 256;
 };
 
-/** Returns the facts of `hint`. Any thread. */
-HintFacts factsOf(const NodeHint& hint);
+/** Returns the record of `hint`. Any thread. */
+HintRecord recordOf(const NodeHint& hint);
 
-/** Returns `text`, cut to HintFacts::k_longest characters with a mark at the cut. */
+/** Returns `text`, cut to HintRecord::k_longest characters with a mark at the cut. */
 QString boundedText(const QString& text);
 
 } // namespace tq
