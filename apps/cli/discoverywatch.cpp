@@ -84,6 +84,7 @@ DiscoveryWatch::DiscoveryWatch(NodeDB& database, const DiscoveryRecorder* record
     connect(&database, &NodeDB::probeDecided, this,
         [this](int request, const tqm::smart<INodeDriverComponent>& driver) {
             const QJsonObject device = m_probes.take(request);
+            attributeChanges();
             if (driver.null())
                 tell(DeviceEvent::eNotOurs, QString(), device);
             if (m_probes.isEmpty())
@@ -114,6 +115,18 @@ void DiscoveryWatch::tell(DeviceEvent::EFate fate, const QString& id, const QJso
     if (m_waiting.isEmpty())
         QMetaObject::invokeMethod(this, &DiscoveryWatch::flush, Qt::QueuedConnection);
     m_waiting.append({ event, m_recorder->heard() });
+}
+
+void DiscoveryWatch::attributeChanges()
+{
+    const HintStory* const story = m_recorder ? m_recorder->story(m_recorder->heard()) : nullptr;
+    if (!story || !story->isUpdated)
+        return;
+    for (Waiting& waiting : m_waiting) {
+        if (waiting.story == 0 && waiting.event.fate == DeviceEvent::eChanged
+            && waiting.event.nodeId == story->nodeId)
+            waiting.story = story->number;
+    }
 }
 
 void DiscoveryWatch::flush()

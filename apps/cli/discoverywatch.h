@@ -66,6 +66,7 @@ private:
     };
 
     void tell(DeviceEvent::EFate fate, const QString& id, const QJsonObject& device);
+    void attributeChanges(); ///< those that a probe which was just decided led to
     void tellOfNode(DeviceEvent::EFate fate, const QString& id);
     void met(const NodeHint& hint, const QString& id);
     void updated(const QString& id);

@@ -156,9 +156,8 @@ QString silenceText(const HintStory& story)
 
 QString outcomeText(const HintStory& story)
 {
-    const QString node = story.nodeId.isEmpty()
-        ? QStringLiteral("which node came of it is not sure")
-        : QStringLiteral("node ") + story.nodeId;
+    const QString node = story.nodeId.isEmpty() ? QStringLiteral("its node is not known")
+                                                : QStringLiteral("node ") + story.nodeId;
     const QString type = QStringLiteral("type %1").arg(int(story.facts.nodeType));
     switch (story.outcome) {
     case HintStory::eOpen:
@@ -173,7 +172,8 @@ QString outcomeText(const HintStory& story)
     case HintStory::eNobody:
         return QStringLiteral("nobody wants it");
     case HintStory::eWon:
-        return winnerText(story) + node;
+        return winnerText(story) + node
+            + (story.isUpdated ? QStringLiteral(", which was there") : QString());
     case HintStory::eMade:
         return QStringLiteral("made by the driver for ") + type + k_separator + node;
     case HintStory::eUpdated:
@@ -209,7 +209,7 @@ QJsonObject storyItem(const HintStory& story)
         { QStringLiteral("MAC"), story.facts.mac },
         { QStringLiteral("NodeType"), int(story.facts.nodeType) },
         { QStringLiteral("Outcome"), outcomeWord(story.outcome) },
-        { QStringLiteral("ID"), story.nodeId } };
+        { QStringLiteral("ID"), story.nodeId }, { QStringLiteral("Updated"), story.isUpdated } };
     if (story.isFinished())
         item.insert(QStringLiteral("OutcomeAt"), story.outcomeAt);
     if (story.requestId == 0)

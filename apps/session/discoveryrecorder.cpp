@@ -47,7 +47,7 @@ const HintStory* DiscoveryRecorder::storyOfNode(const QString& id) const
 {
     return m_shelf.findNewest([&](const HintStory& story) {
         const bool hasMade = story.outcome == HintStory::eWon || story.outcome == HintStory::eMade;
-        return hasMade && story.nodeId == id; // one that was cut is nobody's
+        return hasMade && !story.isUpdated && story.nodeId == id; // one that was cut is nobody's
     });
 }
 
@@ -209,10 +209,9 @@ void DiscoveryRecorder::probeDecided(int requestId, const DriverHandle& driver)
     if (story) {
         const int winner = driver.null() ? -1 : indexOf(driver, nullptr);
         m_probes.decide(requestId, winner);
-        if (driver.null())
-            finish(*story, HintStory::eNobody);
-        else
-            finish(*story, HintStory::eWon, nodeOf(*story, winner));
+        if (!driver.null())
+            nameNode(*story, winner);
+        finish(*story, driver.null() ? HintStory::eNobody : HintStory::eWon, story->nodeId);
     }
     news(story);
 }
@@ -253,7 +252,7 @@ void DiscoveryRecorder::inserted(const QString& id)
     m_heard = story->number;
 }
 
-QString DiscoveryRecorder::nodeOf(const HintStory& story, int winner)
+void DiscoveryRecorder::nameNode(HintStory& story, int winner)
 {
     const auto isWinners = [&](const QString& id) {
         const auto node = m_database.node(id);
@@ -261,18 +260,25 @@ QString DiscoveryRecorder::nodeOf(const HintStory& story, int winner)
             && m_drivers[std::size_t(winner)].types.contains(node->type());
     };
     // When the decision was announced later, the nodes made inside of the delivery remain.
-    const QStringList inside = m_madeInside.take(story.number);
-    const QStringList ids = m_justInserted.isEmpty() ? inside : m_justInserted;
+    QStringList ids = m_justInserted.isEmpty() ? m_madeInside.take(story.number) : m_justInserted;
+    const bool wasThere = ids.isEmpty();
+    if (wasThere)
+        ids = m_justUpdated;
     if (ids.size() != 1 || !isWinners(ids.first()))
-        return QString();
+        return;
     for (QStringList& others : m_madeInside)
         others.removeAll(ids.first());
-    return ids.first();
+    story.nodeId = boundedText(ids.first());
+    story.isUpdated = wasThere;
 }
 
 void DiscoveryRecorder::updating(const QString& id, bool isDone)
 {
     m_heard = 0;
+    if (isDone && !m_isQueued) {
+        appendOne(m_justUpdated, id);
+        scheduleSweep();
+    }
     const auto* const inside = m_deliveries.innermost();
     auto* const change = m_deliveries.only(HintStory::eChanged);
     HintStory* const story = m_shelf.find(change ? change->story : inside ? inside->story : 0);
@@ -359,6 +365,7 @@ int DiscoveryRecorder::indexOf(const DriverHandle& driver, const QObject* sender
 void DiscoveryRecorder::news(const HintStory* story)
 {
     m_justInserted.clear();
+    m_justUpdated.clear();
     m_heard = story ? story->number : 0;
 }
 
@@ -381,6 +388,7 @@ void DiscoveryRecorder::sweep()
 {
     m_isSweepDue = false;
     m_justInserted.clear();
+    m_justUpdated.clear();
     // Once more: a decision that is announced later comes after this.
     if (m_isInsideOld)
         m_madeInside.clear();

@@ -40,7 +40,8 @@ class NodeDB;
  *
  * The node of a probe is the one that was inserted on this thread right before the decision, when
  * it is the only one and of a type that the winner serves; that of a typed hint is the only one
- * inserted during its delivery. Else `nodeId` stays empty: a driver may also make its node later.
+ * inserted during its delivery. A winner that inserts none but updates one node in that moment
+ * found it there. Else `nodeId` stays empty: a driver may also make its node later.
  *
  * Bounded: at most `capacity` stories, of which the oldest finished one goes first, with bounded
  * texts and answers.
@@ -66,7 +67,8 @@ public:
      */
     const HintStory* story(quint64 number) const { return m_shelf.find(number); }
 
-    /** Returns the newest story that led to the node; null when none is known. Valid as above. */
+    /** Returns the newest story that the node was made of; null when none is known. Valid as above.
+     */
     const HintStory* storyOfNode(const QString& id) const;
 
     /**
@@ -113,7 +115,7 @@ private:
     HintStory* storyOf(const NodeHint& hint);
     void bindRequest(int requestId);
     void answered(int requestId, int driver, int result, bool isAtOnce);
-    QString nodeOf(const HintStory& story, int winner);
+    void nameNode(HintStory& story, int winner);
     int indexOf(const DriverHandle& driver, const QObject* sender) const;
     void news(const HintStory* story);
     void finish(HintStory& story, HintStory::EOutcome what, const QString& id = QString());
@@ -129,6 +131,7 @@ private:
     std::vector<KnownDriver> m_drivers;
     QHash<quint64, QStringList> m_madeInside; ///< nodes inserted while a story was delivered
     QStringList m_justInserted;
+    QStringList m_justUpdated;
     quint64 m_heard = 0;
     bool m_isQueued = false;
     bool m_isSweepDue = false;

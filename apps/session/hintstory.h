@@ -67,7 +67,7 @@ struct HintStory
     EOutcome outcome = eOpen;
     qint64 outcomeAt = 0;
     QString nodeId;
-    bool isUpdated = false; ///< of a duplicate: its node took over what the hint says
+    bool isUpdated = false; ///< the node was there, and took over what the hint says
     int requestId = 0; ///< of the probe; 0 without one
     qint64 probedAt = 0;
     QList<Driver> drivers; ///< empty without a probe

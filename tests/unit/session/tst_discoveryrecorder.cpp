@@ -8,6 +8,8 @@
 #include <QTest>
 #include <QThread>
 
+#include <stdexcept>
+
 using namespace tq;
 using tst::text;
 
@@ -242,6 +244,20 @@ void TestDiscoveryRecorder::aNodeIsNamedOnlyWhenItIsSure()
     r.two.probeAnswer = 10;
     emit r.arp.newHint(named("foreign"));
     QCOMPARE(brief(r.last()), text("arp won"));
+    // The winner finds the node there and updates it, instead of making one.
+    r.two.probeAnswer = -1;
+    r.one.probeAnswer = 0;
+    r.f.insertPlain(text("n"));
+    emit r.arp.newHint(named("again"));
+    r.one.onCall = [&] {
+        r.f.db->endUpdateNode(r.f.db->beginUpdateNode(text("n"), 0));
+        throw std::runtime_error("no other");
+    };
+    r.one.answer(r.one.probes.last(), 20);
+    r.one.onCall = nullptr;
+    QCOMPARE(brief(r.last()), text("arp won n"));
+    QVERIFY(r.last().isUpdated);
+    QVERIFY(!r.recorder.storyOfNode(text("n")));
     // A slot adds a node of its own to the one that was made.
     QObject slot;
     connect(r.f.db, &NodeDB::nodeInserted, &slot, [&](const NodeID& id) {
