@@ -9,7 +9,6 @@ namespace tq {
 
 namespace {
 
-constexpr qint64 k_mostAnswered = 8 * 1024 * 1024; ///< bytes; some 50,000 names
 constexpr qint64 k_portion = 65536; ///< bytes that wait in each direction
 constexpr int k_mostConnections = 8;
 

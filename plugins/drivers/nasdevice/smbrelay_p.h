@@ -35,8 +35,11 @@ class SmbRelay : public QObject
     Q_OBJECT
 
 public:
-    /** A connection is cut when the server sent 8 MiB since `traffic.answered` was set to 0.
-     * `traffic` outlives the relay. */
+    /** In bytes; some 50,000 names of a listing. */
+    static constexpr qint64 k_mostAnswered = 8 * 1024 * 1024;
+
+    /** A connection is cut when the server sent k_mostAnswered since `traffic.answered` was set to
+     * 0. `traffic` outlives the relay. */
     SmbRelay(const QString& host, quint16 port, SmbTraffic& traffic);
 
     /** Cuts everything. */

@@ -36,6 +36,21 @@ void fill(char* field, int size, const QByteArray& text)
         qstrncpy(field, text.constData(), size_t(size));
 }
 
+/** libsmbclient starts anew, and loses some memory, whenever its last context goes: one stays as
+ * long as the process. */
+void keepLibrary()
+{
+    static SMBCCTX* const s_context = smbc_new_context();
+    static const bool s_isKept = s_context && smbc_init_context(s_context);
+    Q_UNUSED(s_isKept)
+}
+
+SMBCCTX* newContext()
+{
+    keepLibrary();
+    return smbc_new_context();
+}
+
 } // namespace
 
 struct SmbLogin
@@ -87,7 +102,7 @@ SmbSession::SmbSession(const UserAndPassword& user, quint16 relayPort, SmbTraffi
     : m_user(user.user.toUtf8())
     , m_password(user.password.toUtf8())
     , m_traffic(traffic)
-    , m_context(smbc_new_context())
+    , m_context(newContext())
 {
     SMBCCTX* const context = m_context.get();
     if (!context)

@@ -1,0 +1,361 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "discovery/idevicereader.h"
+#include "discovery/inodedrivercomponent.h"
+#include "discovery/nodehintfromarp.h"
+#include "discovery/nodehintfrombonjour.h"
+#include "discovery/nodehintipdevice.h"
+#include "drivers/nasdevice/sharereading_p.h"
+#include "drivers/nasdevice/smbnegotiation_p.h"
+#include "parts/nasnode.h"
+#include "shared/databasefixture.h"
+
+#include "persistence/memorydestination.h"
+#include "platform/pluginloader.h"
+
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTest>
+
+using namespace tq;
+using plugin::Loader;
+using tst::text;
+
+namespace {
+
+constexpr int k_bound = 10000; ///< ms; far more than a probe may take
+
+/** Listens on loopback and says the same to everybody who said something; nothing if it is empty.
+ */
+class Peer : public QTcpServer
+{
+public:
+    explicit Peer(const QByteArray& answer)
+    {
+        listen(QHostAddress(QHostAddress::LocalHost));
+        QObject::connect(this, &QTcpServer::newConnection, this, [this, answer] {
+            QTcpSocket* const visitor = nextPendingConnection();
+            ++visits;
+            QObject::connect(visitor, &QTcpSocket::readyRead, this, [this, visitor, answer] {
+                heard += visitor->readAll();
+                visitor->write(answer);
+            });
+            QObject::connect(visitor, &QTcpSocket::disconnected, this, [this] { ++gone; });
+        });
+    }
+
+    int visits = 0;
+    int gone = 0;
+    QByteArray heard;
+};
+
+/** Returns a server's choice of dialect 3.0.2, with `changed` in the place of what stands at `at`.
+ */
+QByteArray choice(qsizetype at = 0, const QByteArray& changed = QByteArray())
+{
+    QByteArray answer(4 + 64 + 64, '\0');
+    answer[3] = char(64 + 64);
+    answer.replace(4, 6, QByteArrayLiteral("\xfeSMB\x40\x00"));
+    answer[4 + 16] = 1; // from the server
+    answer.replace(4 + 64, 2, QByteArrayLiteral("\x41\x00"));
+    answer.replace(4 + 68, 2, QByteArrayLiteral("\x02\x03"));
+    return answer.replace(at, changed.size(), changed);
+}
+
+NodeHintIPDevice entered(int port)
+{
+    NodeHintIPDevice hint;
+    hint.setHostAddress(text("127.0.0.1"));
+    hint.setPort(port);
+    return hint;
+}
+
+SServiceInfo record(const char* type, quint16 port)
+{
+    SServiceInfo info;
+    info.serviceType = text(type);
+    info.serviceName = text("Barn");
+    info.address = text("192.0.2.20");
+    info.isResolved = 1;
+    info.isAvailable = 1;
+    info.serviceKind = 2;
+    info.port = port;
+    return info;
+}
+
+} // namespace
+
+class TestNASDevice : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void ranksServers_data();
+    void ranksServers();
+    void sendsNoLogin();
+    void probesManyAtATime();
+    void diesWithProbesOpen();
+    void makesNodesOfAnnouncements();
+    void knowsThePortOfItsServer();
+    void tellsWhereItsSharesAre_data();
+    void tellsWhereItsSharesAre();
+    void keepsItselfInAStore();
+    void refusesToReadWhatItCannot();
+    void choosesShares();
+    void countsFileSystemsOnce();
+
+private:
+    /** Probes one hint by itself and returns the answer; 0 when none came. */
+    int rankOf(const NodeHint& hint);
+    tqm::smart<const NASDeviceNode> insert(const NodeHint& hint);
+
+    std::unique_ptr<tst::Database> m_fixture;
+    tqm::smart<INodeDriverComponent> m_driver;
+};
+
+void TestNASDevice::init()
+{
+    Loader::instance().addFolder(QStringLiteral(PLUGIN_FOLDER));
+    m_fixture = std::make_unique<tst::Database>();
+    m_driver = m_fixture->db->nodeDriver(eNetworkStorageNode);
+    QVERIFY(!m_driver.null());
+}
+
+void TestNASDevice::cleanup()
+{
+    m_driver.reset();
+    m_fixture.reset();
+    Loader::instance().clear();
+}
+
+int TestNASDevice::rankOf(const NodeHint& hint)
+{
+    const QtSignal signal = m_driver->probeFinishedSignal();
+    QSignalSpy spy(signal.sender(), signal.signature().constData());
+    const int now = m_driver->probe(7, hint);
+    if (now != 0)
+        return now;
+    return !spy.isEmpty() || spy.wait(k_bound) ? spy.first().at(2).toInt() : 0;
+}
+
+tqm::smart<const NASDeviceNode> TestNASDevice::insert(const NodeHint& hint)
+{
+    return m_fixture->db->node(m_driver->createNodeFromHint(hint));
+}
+
+void TestNASDevice::ranksServers_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<int>("rank");
+    QTest::newRow("a server") << choice() << 30;
+    QTest::newRow("and more of its answer") << choice(3, "\xc0") + QByteArray(64, 'x') << 30;
+    QTest::newRow("silence") << QByteArray() << -1;
+    QTest::newRow("half an answer") << choice().left(100) << -1;
+    QTest::newRow("an older protocol") << choice(4, "\xff") << -1;
+    QTest::newRow("an error") << choice(4 + 8, "\xbb") << -1;
+    QTest::newRow("another command") << choice(4 + 12, "\x01") << -1;
+    QTest::newRow("an echo of the request") << smbnegotiation::request() << -1;
+    QTest::newRow("no choice") << choice(4 + 64, "\x24") << -1;
+    QTest::newRow("a dialect nobody offered") << choice(4 + 68, "\x11") << -1;
+    QTest::newRow("too long") << choice(1, "\x7f") << -1;
+    QTest::newRow("too short") << choice(3, "\x7f") << -1;
+    QTest::newRow("a web server") << QByteArray("HTTP/1.1 400 Bad Request\r\n\r\n") << -1;
+    QTest::newRow("zeros") << QByteArray(100000, '\0') << -1;
+}
+
+void TestNASDevice::ranksServers()
+{
+    QFETCH(QByteArray, answer);
+    const Peer peer(answer);
+    QTEST(rankOf(entered(peer.serverPort())), "rank");
+    QTRY_COMPARE(peer.gone, 1);
+}
+
+void TestNASDevice::sendsNoLogin()
+{
+    const Peer peer(choice());
+    NodeHintIPDevice hint = entered(peer.serverPort());
+    hint.setUser(text("anna"));
+    hint.setPassword(text("secret"));
+    QCOMPARE(rankOf(hint), 30);
+    QTRY_COMPARE(peer.gone, 1);
+    QCOMPARE(peer.heard, smbnegotiation::request());
+    hint.setNodeType(eIPCameraNode);
+    QCOMPARE(m_driver->probe(1, hint), -1);
+    hint.setNodeType(eAnyNodeType);
+    hint.setHostAddress(text("a/b"));
+    QCOMPARE(m_driver->probe(1, hint), -1);
+}
+
+void TestNASDevice::probesManyAtATime()
+{
+    const Peer peer(choice());
+    const QtSignal signal = m_driver->probeFinishedSignal();
+    QSignalSpy spy(signal.sender(), signal.signature().constData());
+    QSet<int> ids;
+    for (int id = 1; id <= 200; ++id) {
+        QCOMPARE(m_driver->probe(id, entered(peer.serverPort())), 0);
+        ids.insert(id);
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(spy.size(), ids.size(), k_bound);
+    for (const auto& answer : spy) {
+        QVERIFY(ids.remove(answer.at(0).toInt()));
+        QCOMPARE(answer.at(2).toInt(), 30);
+    }
+}
+
+void TestNASDevice::diesWithProbesOpen()
+{
+    const Peer peer{ QByteArray() };
+    m_fixture->db->newNodeHint(entered(peer.serverPort()));
+    QTRY_VERIFY(!peer.heard.isEmpty());
+    const QPointer<QObject> root = m_driver->probeFinishedSignal().sender();
+    cleanup();
+    QVERIFY(!root);
+    QTRY_COMPARE(peer.gone, peer.visits);
+}
+
+void TestNASDevice::makesNodesOfAnnouncements()
+{
+    QSignalSpy inserted(m_fixture->db, &NodeDB::nodeInserted);
+    m_fixture->db->newNodeHint(NodeHintFromBonjour(record("_smb._tcp", 445)));
+    QCOMPARE(inserted.size(), 1);
+    const tqm::smart<const NASDeviceNode> node =
+        m_fixture->db->node(inserted.first().first().toString());
+    QCOMPARE(node->type(), eNetworkStorageNode);
+    QCOMPARE(node->name(), text("Barn"));
+    QCOMPARE(node->hostAddress(), text("192.0.2.20"));
+    QCOMPARE(node->port(), 445);
+    QCOMPARE(node->serviceName(), text("Barn"));
+    QVERIFY(node->shouldPersist());
+    // Another service of the same device is no news of its shares.
+    m_fixture->db->nodeHintChanged(NodeHintFromBonjour(record("_http._tcp", 5000)));
+    QCOMPARE(tqm::smart<const NASDeviceNode>(m_fixture->db->node(node->id()))->port(), 445);
+    m_fixture->db->nodeHintChanged(NodeHintFromBonjour(record("_smb._tcp", 1445)));
+    QCOMPARE(tqm::smart<const NASDeviceNode>(m_fixture->db->node(node->id()))->port(), 1445);
+    NodeHintIPDevice empty;
+    QVERIFY(m_driver->createNodeFromHint(empty).isNull());
+}
+
+void TestNASDevice::knowsThePortOfItsServer()
+{
+    QCOMPARE(smbPortOf(entered(80)), 445); // as in a new hint
+    QCOMPARE(smbPortOf(entered(4455)), 4455);
+    QCOMPARE(smbPortOf(NodeHintFromBonjour(record("_SMB._tcp", 446))), 446);
+    QCOMPARE(smbPortOf(NodeHintFromBonjour(record("_nfs._tcp", 2049))), 445);
+    QCOMPARE(smbPortOf(NodeHintFromARP(text("192.0.2.1"), MACAddress())), 445);
+    NodeHintIPDevice service = entered(5357);
+    service.setFurtherValue(eWSDiscoveryService);
+    QCOMPARE(smbPortOf(service), 445);
+    const std::unique_ptr<Node> blank(m_driver->createNode(eNetworkStorageNode));
+    QCOMPARE(blank->intProperty(text("Port"), 0), 445);
+    QVERIFY(!m_driver->createNode(eIPCameraNode));
+}
+
+void TestNASDevice::tellsWhereItsSharesAre_data()
+{
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<int>("port");
+    QTest::addColumn<QString>("share");
+    QTest::addColumn<QString>("url");
+    QTest::newRow("usual") << "192.0.2.9" << 445 << "records"
+                           << "smb://192.0.2.9/records";
+    QTest::newRow("another port") << "nas.local" << 4455 << "records"
+                                  << "smb://nas.local:4455/records";
+    QTest::newRow("IPv6") << "2001:db8::9" << 445 << "a b%2f\u00fc#?"
+                          << "smb://[2001:db8::9]/a%20b%252f%C3%BC%23%3F";
+    QTest::newRow("no address") << "" << 445 << "records"
+                                << "";
+    QTest::newRow("no host") << "a b" << 445 << "records"
+                             << "";
+}
+
+void TestNASDevice::tellsWhereItsSharesAre()
+{
+    QFETCH(QString, host);
+    QFETCH(int, port);
+    QFETCH(QString, share);
+    NASNode node(text("n"));
+    node.setHostAddress(host);
+    node.setPort(port);
+    node.addShare(share, QString(), QString());
+    QTEST(node.shareUrl(share), "url");
+    QCOMPARE(node.shareUrl(text("other")), QString());
+    node.setFloatProperty(text("FreeCapacity"), 12.5F);
+    QCOMPARE(node.freeSpace(), 12.5F);
+}
+
+void TestNASDevice::keepsItselfInAStore()
+{
+    const auto made = insert(entered(4455));
+    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(made->id(), 0));
+    copy->addLocalUser(text("anna"), text("secret"), true);
+    copy->addShare(text("records"), QString(), text("/records"));
+    copy->setAccessRights(text("records"), text("anna"), NASDeviceNode::eReadOnlyAccess);
+    m_fixture->db->endUpdateNode(copy);
+    MemoryDestination store;
+    m_fixture->db->save(&store, false);
+    const NodeID id = made->id();
+    cleanup();
+    init();
+    m_fixture->db->load(&store);
+    const tqm::smart<const NASDeviceNode> node = m_fixture->db->node(id);
+    QVERIFY(!node.null());
+    QCOMPARE(node->shareUrl(text("records")), text("smb://127.0.0.1:4455/records"));
+    QCOMPARE(node->usersWithReadOnlyAccess(text("records")).size(), 1);
+}
+
+void TestNASDevice::refusesToReadWhatItCannot()
+{
+    auto* const reader = dynamic_cast<IDeviceReader*>(m_driver.get());
+    QVERIFY(reader);
+    QCOMPARE(reader->readDevice(text("x")), text("There is no network storage x."));
+    m_fixture->insertDevice(text("camera"), text("192.0.2.1"));
+    QCOMPARE(reader->readDevice(text("camera")), text("There is no network storage camera."));
+    NodeHintIPDevice hint = entered(4455);
+    hint.setName(text("Barn"));
+    const NodeID id = m_driver->createNodeFromHint(hint);
+    QCOMPARE(reader->readDevice(id), text("There is no login for Barn."));
+    auto* copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
+    copy->setUser(text("anna"), QString());
+    m_fixture->db->endUpdateNode(copy);
+    QCOMPARE(reader->readDevice(id), text("The password of anna on Barn is not known."));
+}
+
+void TestNASDevice::choosesShares()
+{
+    int leftOut = 0;
+    const QList<QByteArray> names{ "records", "\xc3\xbc b", "print$", "a\nb",
+        "a\xe2\x80\xae"
+        "b",
+        "", "..", "a/b", "a\\b", "\xff", QByteArray(81, 'x'), "records", QByteArray(80, 'y') };
+    QCOMPARE(usableShares(names, leftOut),
+        QStringList({ text("records"), text("\u00fc b"), QString(80, QLatin1Char('y')) }));
+    QCOMPARE(leftOut, 9);
+
+    QList<QByteArray> many;
+    for (int i = 0; i < 10000; ++i)
+        many.append("s" + QByteArray::number(i));
+    leftOut = 0;
+    QCOMPARE(usableShares(many, leftOut).size(), 1024);
+    QCOMPARE(leftOut, 10000 - 1024);
+}
+
+void TestNASDevice::countsFileSystemsOnce()
+{
+    const StorageSpace disk{ 1000, 500, 0 };
+    QCOMPARE(sumOf({}), std::nullopt);
+    QCOMPARE(sumOf({ disk, disk }), disk);
+    QCOMPARE(sumOf({ disk, { 1000, 490, 0 } }), disk); // written to meanwhile
+    QCOMPARE(sumOf({ disk, { 1000, 300, 0 } }), (StorageSpace{ 2000, 800, 0 }));
+    QCOMPARE(sumOf({ disk, { 2000, 500, 0 } }), (StorageSpace{ 3000, 1000, 0 }));
+    QCOMPARE(sumOf({ { 1000, 500, 1 }, { 1000, 500, 2 } }), (StorageSpace{ 2000, 1000, 0 }));
+}
+
+QTEST_GUILESS_MAIN(TestNASDevice)
+
+#include "tst_nasdevice.moc"
