@@ -40,6 +40,8 @@ bool ScanReport::isNews(const DeviceEvent& event)
     const bool isFirst = !m_found.contains(event.nodeId);
     switch (event.fate) {
     case DeviceEvent::eKnown:
+        if (m_absent.remove(event.nodeId))
+            return true;
         m_duplicates += isFirst ? 0 : 1;
         m_found.insert(event.nodeId);
         return isFirst;
@@ -48,6 +50,7 @@ bool ScanReport::isNews(const DeviceEvent& event)
         return true;
     case DeviceEvent::eGone:
         m_lost.insert(event.nodeId);
+        m_absent.insert(event.nodeId);
         return true;
     default:
         return true;
@@ -110,9 +113,10 @@ QString ScanReport::summary(qsizetype openProbes)
     const auto of = [&](DeviceEvent::EFate fate) { return qsizetype(m_counts.value(fate)); };
     const std::array<Count, 9> counts{ { { "Found", "found", m_found.size(), true },
         { "New", "of them new", of(DeviceEvent::eNew), true },
-        { "Lost", "lost", m_lost.size(), true }, { "Duplicates", "duplicates", m_duplicates, true },
+        { "Lost", "lost", m_lost.size(), true },
+        { "Duplicates", m_duplicates == 1 ? "duplicate" : "duplicates", m_duplicates, true },
         { "Unhandled", "unhandled", of(DeviceEvent::eNoDriver), true },
-        { "Known", "known before", of(DeviceEvent::eKnown), false },
+        { "Known", "known before", m_found.size() - of(DeviceEvent::eNew), false },
         { "Changed", "changed", of(DeviceEvent::eChanged), false },
         { "NotOurs", "not ours", of(DeviceEvent::eNotOurs), false },
         { "Unanswered", "not yet answered for", openProbes, false } } };

@@ -36,6 +36,7 @@ private:
     QMap<DeviceEvent::EFate, int> m_counts;
     QSet<QString> m_found; ///< nodes, new and known
     QSet<QString> m_lost;
+    QSet<QString> m_absent; ///< those of them that did not come back
     int m_duplicates = 0;
     QElapsedTimer m_clock;
     bool m_hasTerminal = false;

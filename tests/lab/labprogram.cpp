@@ -4,7 +4,6 @@
 
 #include <QCoreApplication>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QLocalSocket>
 #include <QRegularExpression>
 
@@ -33,7 +32,7 @@ void LabProgram::start(QProcess& process, const QStringList& command) const
     process.start(program, arguments(command));
 }
 
-QJsonArray LabProgram::items(const QStringList& command, const QByteArray& input)
+QJsonObject LabProgram::document(const QStringList& command, const QByteArray& input)
 {
     QProcess program;
     start(program, QStringList(QStringLiteral("--json")) + command);
@@ -42,8 +41,12 @@ QJsonArray LabProgram::items(const QStringList& command, const QByteArray& input
     program.waitForFinished(k_labPatience);
     m_exitCode = program.exitCode();
     m_said = QString::fromUtf8(program.readAllStandardError());
-    const QJsonDocument document = QJsonDocument::fromJson(program.readAllStandardOutput());
-    return document.object()[QStringLiteral("items")].toArray();
+    return QJsonDocument::fromJson(program.readAllStandardOutput()).object();
+}
+
+QJsonArray LabProgram::items(const QStringList& command, const QByteArray& input)
+{
+    return document(command, input)[QStringLiteral("items")].toArray();
 }
 
 bool waitForRows(QProcess& process, QString& output, const QString& pattern, int count)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QJsonArray>
+#include <QJsonObject>
 #include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -19,7 +20,10 @@ QStringList tellLab(const QString& line);
 class LabProgram
 {
 public:
-    /** Runs a command to its end; returns its items. `input` is what it reads. */
+    /** Runs a command to its end; returns what it printed. `input` is what it reads. */
+    QJsonObject document(const QStringList& command, const QByteArray& input = {});
+
+    /** Does the same and returns the items of it. */
     QJsonArray items(const QStringList& command, const QByteArray& input = {});
 
     /** Returns the exit code of the last such run. */

@@ -10,6 +10,7 @@
 
 #include <QCommandLineParser>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -38,7 +39,9 @@ Outcome readAssignments(const Invocation& call, QList<Assignment>& assignments)
                 QStringLiteral("set wants NAME=VALUE, not %1").arg(quoted(argument)));
         assignments.append(assignment);
     }
-    if (assignments.isEmpty() && isPasswordGiven(call.options()))
+    const bool takesPassword = std::any_of(assignments.cbegin(), assignments.cend(),
+        [](const Assignment& each) { return !each.text.has_value(); });
+    if (!takesPassword && isPasswordGiven(call.options()))
         assignments.append({ k_password, std::nullopt });
     if (assignments.isEmpty())
         return Outcome::usage(QStringLiteral("set wants NAME=VALUE"));
