@@ -70,12 +70,13 @@ bool ResolverPool::openDue(AvahiClient* client, qint64 now)
         if (opened == k_opensAtOnce)
             return true;
         m_waiting.erase(m_waiting.begin());
-        open(m_entries.at(*announcement), client, now);
+        if (!open(m_entries.at(*announcement), client, now))
+            return false; // the next ones may wait for an answer in vain as well
     }
     return false;
 }
 
-void ResolverPool::open(Entry& entry, AvahiClient* client, qint64 now)
+bool ResolverPool::open(Entry& entry, AvahiClient* client, qint64 now)
 {
     const ServiceKey& service = entry.announcement->service;
     const ServicePlace& place = entry.announcement->place;
@@ -85,11 +86,14 @@ void ResolverPool::open(Entry& entry, AvahiClient* client, qint64 now)
     entry.resolver = avahi_service_resolver_new(client, place.interfaceIndex, protocol,
         service.name.constData(), service.type.constData(), service.domain.constData(), protocol,
         AvahiLookupFlags(0), &ResolverPool::resolved, &entry);
-    if (!entry.resolver)
-        return wait(entry, { eAgain, now + k_retryPause });
+    if (!entry.resolver) {
+        wait(entry, { eAgain, now + k_retryPause });
+        return false;
+    }
     entry.openedAt = now;
     entry.hasAnswered = false;
     ++m_open;
+    return true;
 }
 
 bool ResolverPool::makeRoom(EQueue wanted, qint64 now)

@@ -72,7 +72,7 @@ private:
         AvahiProtocol protocol, AvahiResolverEvent event, const char* name, const char* type,
         const char* domain, const char* hostName, const AvahiAddress* address, uint16_t port,
         AvahiStringList* texts, AvahiLookupResultFlags flags, void* entry);
-    void open(Entry& entry, AvahiClient* client, qint64 now);
+    bool open(Entry& entry, AvahiClient* client, qint64 now);
     bool makeRoom(EQueue wanted, qint64 now);
     void close(Entry& entry);
     void wait(Entry& entry, Turn turn);

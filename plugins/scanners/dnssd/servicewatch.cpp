@@ -15,7 +15,9 @@ namespace tq {
 namespace {
 
 constexpr int k_workInterval = 250; ///< ms
-constexpr int k_retryInterval = 1000; ///< ms
+constexpr qint64 k_retryPause = 1000; ///< ms
+constexpr qint64 k_renewPause = 10000; ///< ms; for a client that waits for a daemon
+constexpr qint64 k_waitFactor = 4; ///< a pause is at least so many times what was waited before it
 constexpr int k_graceTime = 10000; ///< ms; how long services have to be announced again
 
 QString reasonOf(int error)
@@ -74,13 +76,17 @@ void ServiceWatch::stop()
 
 void ServiceWatch::open()
 {
+    close();
     int error = 0;
+    QElapsedTimer timer;
+    timer.start();
     m_state = AVAHI_CLIENT_CONNECTING;
     // Without a daemon such a client waits for one. Without a message bus there is no client.
     m_client = avahi_client_new(
         m_poll.api(), AVAHI_CLIENT_NO_FAIL, &ServiceWatch::stateChanged, this, &error);
+    m_waited = timer.elapsed();
     if (!m_client)
-        lose(reasonOf(error));
+        lose(reasonOf(error), m_waited);
 }
 
 void ServiceWatch::close()
@@ -106,22 +112,36 @@ void ServiceWatch::followState()
 {
     switch (m_state) {
     case AVAHI_CLIENT_FAILURE:
-        return lose(reasonOf(avahi_client_errno(m_client)));
+        return lose(reasonOf(avahi_client_errno(m_client)), 0);
     case AVAHI_CLIENT_CONNECTING:
-        return complain(reasonOf(AVAHI_ERR_NO_DAEMON));
+        complain(reasonOf(AVAHI_ERR_NO_DAEMON));
+        // It notices a daemon that comes, but not one that was there and did not answer.
+        if (!m_retryTimer.isActive())
+            retryIn(k_renewPause, m_waited);
+        break;
     default:
         if (!m_isBrowsing)
             browse();
     }
 }
 
-void ServiceWatch::lose(const QString& reason)
+void ServiceWatch::lose(const QString& reason, qint64 waited)
 {
     complain(reason);
     close();
     m_graceTimer.stop();
     m_table.doubtAll();
-    m_retryTimer.start(k_retryInterval);
+    retryIn(k_retryPause, waited);
+}
+
+void ServiceWatch::retryIn(qint64 pause, qint64 waited)
+{
+    m_retryTimer.start(int(std::max(pause, k_waitFactor * waited)));
+}
+
+bool ServiceWatch::isHanging() const
+{
+    return m_client && avahi_client_errno(m_client) == AVAHI_ERR_DBUS_ERROR;
 }
 
 void ServiceWatch::complain(const QString& reason)
@@ -135,15 +155,30 @@ void ServiceWatch::complain(const QString& reason)
 void ServiceWatch::browse()
 {
     m_isBrowsing = true;
+    m_retryTimer.stop();
     if (std::exchange(m_hasComplained, false))
         logLine(Log::eProgress, "DNS-SD has found the Avahi daemon");
     for (Browser& browser : m_browsers) {
         browser.hasShownAll = false;
-        if (browser.type.kind != eUnknownServiceKind)
+        if (browser.type.kind != eUnknownServiceKind && !isHanging())
             browse(browser);
     }
     if (!m_table.isEmpty())
         m_graceTimer.start(k_graceTime);
+}
+
+void ServiceWatch::browseFurther()
+{
+    const bool hasShownKnown =
+        std::all_of(m_browsers.cbegin(), m_browsers.cend(), [](const Browser& browser) {
+            return browser.hasShownAll || browser.type.kind == eUnknownServiceKind;
+        });
+    if (!hasShownKnown)
+        return;
+    for (Browser& browser : m_browsers) {
+        if (!browser.browser && !browser.hasShownAll && !isHanging())
+            browse(browser);
+    }
 }
 
 void ServiceWatch::browse(Browser& browser)
@@ -158,7 +193,7 @@ void ServiceWatch::browse(Browser& browser)
 void ServiceWatch::endBrowser(Browser& browser)
 {
     // When the connection is lost that is said elsewhere.
-    if (m_state != AVAHI_CLIENT_FAILURE)
+    if (m_state != AVAHI_CLIENT_FAILURE && !isHanging())
         logLine(Log::eSurvived, "DNS-SD cannot look for ", browser.type.name, ": ",
             reasonOf(avahi_client_errno(m_client)));
     browser.hasShownAll = true;
@@ -222,20 +257,16 @@ void ServiceWatch::plan(bool isMore)
 
 void ServiceWatch::work()
 {
+    QElapsedTimer timer;
+    timer.start();
     if (m_client)
         followState();
     bool isMore = false;
     if (m_isBrowsing) {
-        const bool hasShownKnown =
-            std::all_of(m_browsers.cbegin(), m_browsers.cend(), [](const Browser& browser) {
-                return browser.hasShownAll || browser.type.kind == eUnknownServiceKind;
-            });
-        for (Browser& browser : m_browsers) {
-            const bool isDue = hasShownKnown && !browser.browser && !browser.hasShownAll;
-            if (isDue)
-                browse(browser);
-        }
-        isMore = m_pool.openDue(m_client, m_clock.elapsed());
+        browseFurther();
+        isMore = !isHanging() && m_pool.openDue(m_client, m_clock.elapsed());
+        if (isHanging())
+            lose(reasonOf(AVAHI_ERR_DBUS_ERROR), timer.elapsed());
     }
     if (isMore || m_table.isWaiting() || m_pool.isWaiting())
         plan(isMore);

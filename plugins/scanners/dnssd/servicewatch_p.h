@@ -25,7 +25,9 @@ namespace tq {
  * again until it is back. What was found meanwhile stays; what is not announced again within ten
  * seconds of the return is gone.
  *
- * Talking to the daemon waits for its answers, which a daemon that runs gives at once.
+ * Talking to the daemon waits for its answers, which a daemon that runs gives at once. One that
+ * hangs holds up this thread as long as the message bus lets it (25 s), and is then left alone for
+ * four times as long.
  */
 class ServiceWatch : public QObject
 {
@@ -60,11 +62,14 @@ private:
         const char* domain, AvahiLookupResultFlags flags, void* browserOfWatch);
     void open();
     void close();
-    void lose(const QString& reason);
+    void lose(const QString& reason, qint64 waited);
+    void retryIn(qint64 pause, qint64 waited);
+    bool isHanging() const;
     void complain(const QString& reason);
     void work();
     void followState();
     void browse();
+    void browseFurther();
     void browse(Browser& browser);
     void endBrowser(Browser& browser);
     void announced(const Announcement& announcement, EServiceKind kind);
@@ -86,6 +91,7 @@ private:
     bool m_isBrowsing = false;
     bool m_hasComplained = false;
     bool m_isFull = false; ///< and said so
+    qint64 m_waited = 0; ///< ms that opening the client took
     int m_run = 0; ///< counts starts and stops
 };
 
