@@ -33,36 +33,14 @@ QString textOf(QHostAddress address)
 ArpScanner::ArpScanner()
     : m_watch(std::make_unique<NeighbourWatch>()), m_sweep(std::make_unique<SubnetSweep>())
 {
-    const auto report = [this](const NeighbourTable::Event& event) {
+    const auto tell = [this](const NeighbourTable::Event& event) {
         const NodeHintFromARP hint(textOf(event.address), event.mac);
-        switch (event.kind) {
-        case NeighbourTable::eNew:
-            emit newHint(hint);
-            break;
-        case NeighbourTable::eChanged:
-            emit hintChanged(hint);
-            break;
-        case NeighbourTable::eGone:
-            emit hintGone(hint);
-            break;
-        }
+        report<NeighbourTable>(event.kind, hint);
     };
-    QObject::connect(m_watch.get(), &NeighbourWatch::happened, this, report);
+    QObject::connect(m_watch.get(), &NeighbourWatch::happened, this, tell);
 }
 
 ArpScanner::~ArpScanner() = default;
-
-IInterface* ArpScanner::getInterface(const std::string& name)
-{
-    if (name == "tq::IComponent")
-        return static_cast<IComponent*>(this);
-    return INodeScanner::getInterface(name);
-}
-
-const IInterface* ArpScanner::getInterface(const std::string& name) const
-{
-    return const_cast<ArpScanner*>(this)->getInterface(name);
-}
 
 void ArpScanner::start(unsigned int argument, int datagramsPerSecond)
 {
@@ -88,21 +66,6 @@ bool ArpScanner::isRunning() const
 QString ArpScanner::scannerName() const
 {
     return QStringLiteral("arp");
-}
-
-QtSignal ArpScanner::newHintSignal()
-{
-    return QtSignal(this, SIGNAL(newHint(const tq::NodeHint&)));
-}
-
-QtSignal ArpScanner::hintChangedSignal()
-{
-    return QtSignal(this, SIGNAL(hintChanged(const tq::NodeHint&)));
-}
-
-QtSignal ArpScanner::hintGoneSignal()
-{
-    return QtSignal(this, SIGNAL(hintGone(const tq::NodeHint&)));
 }
 
 } // namespace tq

@@ -2,17 +2,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "discovery/inodescanner.h"
-
-#include "platform/component.h"
-
-#include <QObject>
+#include "parts/scannercomponent.h"
 
 #include <memory>
 
 namespace tq {
 
-class NodeHint;
 class NeighbourWatch;
 class SubnetSweep;
 
@@ -26,7 +21,7 @@ class SubnetSweep;
  * the discard port of each. Nothing but that is ever sent, except for a question to a device that
  * appears to have moved.
  */
-class ArpScanner : public QObject, public IComponent, public INodeScanner
+class ArpScanner : public ScannerComponent
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "tq.plugin.Component/1" FILE "plugin.json")
@@ -39,9 +34,6 @@ public:
     ~ArpScanner() override;
     Q_DISABLE_COPY_MOVE(ArpScanner)
 
-    IInterface* getInterface(const std::string& name) override;
-    const IInterface* getInterface(const std::string& name) const override;
-
     /**
      * Starts watching. `argument` 0 only watches; with eSweep the subnets are swept once, at
      * `datagramsPerSecond` (up to 10000; 0 for 250: an address that nobody has keeps one of the
@@ -51,14 +43,6 @@ public:
     void stop() override;
     bool isRunning() const override;
     QString scannerName() const override;
-    QtSignal newHintSignal() override;
-    QtSignal hintChangedSignal() override;
-    QtSignal hintGoneSignal() override;
-
-signals:
-    void newHint(const tq::NodeHint& hint);
-    void hintChanged(const tq::NodeHint& hint);
-    void hintGone(const tq::NodeHint& hint);
 
 private:
     std::unique_ptr<NeighbourWatch> m_watch;

@@ -12,37 +12,15 @@ namespace tq {
 
 DnsSdScanner::DnsSdScanner() : m_watch(std::make_unique<ServiceWatch>())
 {
-    const auto report = [this](const ServiceTable::Event& event) {
+    const auto tell = [this](const ServiceTable::Event& event) {
         NodeHintFromBonjour hint(event.info);
         hint.setName(event.info.serviceName);
-        switch (event.kind) {
-        case ServiceTable::eNew:
-            emit newHint(hint);
-            break;
-        case ServiceTable::eChanged:
-            emit hintChanged(hint);
-            break;
-        case ServiceTable::eGone:
-            emit hintGone(hint);
-            break;
-        }
+        report<ServiceTable>(event.kind, hint);
     };
-    QObject::connect(m_watch.get(), &ServiceWatch::happened, this, report);
+    QObject::connect(m_watch.get(), &ServiceWatch::happened, this, tell);
 }
 
 DnsSdScanner::~DnsSdScanner() = default;
-
-IInterface* DnsSdScanner::getInterface(const std::string& name)
-{
-    if (name == "tq::IComponent")
-        return static_cast<IComponent*>(this);
-    return INodeScanner::getInterface(name);
-}
-
-const IInterface* DnsSdScanner::getInterface(const std::string& name) const
-{
-    return const_cast<DnsSdScanner*>(this)->getInterface(name);
-}
 
 void DnsSdScanner::start(unsigned int, int)
 {
@@ -65,21 +43,6 @@ bool DnsSdScanner::isRunning() const
 QString DnsSdScanner::scannerName() const
 {
     return QStringLiteral("dnssd");
-}
-
-QtSignal DnsSdScanner::newHintSignal()
-{
-    return QtSignal(this, SIGNAL(newHint(const tq::NodeHint&)));
-}
-
-QtSignal DnsSdScanner::hintChangedSignal()
-{
-    return QtSignal(this, SIGNAL(hintChanged(const tq::NodeHint&)));
-}
-
-QtSignal DnsSdScanner::hintGoneSignal()
-{
-    return QtSignal(this, SIGNAL(hintGone(const tq::NodeHint&)));
 }
 
 } // namespace tq

@@ -2,17 +2,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "discovery/inodescanner.h"
-
-#include "platform/component.h"
-
-#include <QObject>
+#include "parts/scannercomponent.h"
 
 #include <memory>
 
 namespace tq {
 
-class NodeHint;
 class ServiceWatch;
 
 /**
@@ -27,7 +22,7 @@ class ServiceWatch;
  * _baz._tcp=unknown". It is read at each start. Services whose type tells no kind have no node
  * type, so that drivers probe them.
  */
-class DnsSdScanner : public QObject, public IComponent, public INodeScanner
+class DnsSdScanner : public ScannerComponent
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "tq.plugin.Component/1" FILE "plugin.json")
@@ -37,9 +32,6 @@ public:
     ~DnsSdScanner() override;
     Q_DISABLE_COPY_MOVE(DnsSdScanner)
 
-    IInterface* getInterface(const std::string& name) override;
-    const IInterface* getInterface(const std::string& name) const override;
-
     /**
      * Starts to follow what is announced. Both arguments mean nothing to this scanner: it sends
      * nothing but the daemon's few questions. While it runs, another start changes nothing.
@@ -48,14 +40,6 @@ public:
     void stop() override;
     bool isRunning() const override;
     QString scannerName() const override;
-    QtSignal newHintSignal() override;
-    QtSignal hintChangedSignal() override;
-    QtSignal hintGoneSignal() override;
-
-signals:
-    void newHint(const tq::NodeHint& hint);
-    void hintChanged(const tq::NodeHint& hint);
-    void hintGone(const tq::NodeHint& hint);
 
 private:
     std::unique_ptr<ServiceWatch> m_watch;

@@ -32,36 +32,14 @@ NodeHintIPDevice hintOf(const DeviceTable::Event& event)
 
 WsDiscoveryScanner::WsDiscoveryScanner() : m_watch(std::make_unique<WsWatch>())
 {
-    const auto report = [this](const DeviceTable::Event& event) {
+    const auto tell = [this](const DeviceTable::Event& event) {
         const NodeHintIPDevice hint = hintOf(event);
-        switch (event.kind) {
-        case DeviceTable::eNew:
-            emit newHint(hint);
-            break;
-        case DeviceTable::eChanged:
-            emit hintChanged(hint);
-            break;
-        case DeviceTable::eGone:
-            emit hintGone(hint);
-            break;
-        }
+        report<DeviceTable>(event.kind, hint);
     };
-    QObject::connect(m_watch.get(), &WsWatch::happened, this, report);
+    QObject::connect(m_watch.get(), &WsWatch::happened, this, tell);
 }
 
 WsDiscoveryScanner::~WsDiscoveryScanner() = default;
-
-IInterface* WsDiscoveryScanner::getInterface(const std::string& name)
-{
-    if (name == "tq::IComponent")
-        return static_cast<IComponent*>(this);
-    return INodeScanner::getInterface(name);
-}
-
-const IInterface* WsDiscoveryScanner::getInterface(const std::string& name) const
-{
-    return const_cast<WsDiscoveryScanner*>(this)->getInterface(name);
-}
 
 void WsDiscoveryScanner::start(unsigned int /*argument*/, int interval)
 {
@@ -85,21 +63,6 @@ bool WsDiscoveryScanner::isRunning() const
 QString WsDiscoveryScanner::scannerName() const
 {
     return QStringLiteral("wsdiscovery");
-}
-
-QtSignal WsDiscoveryScanner::newHintSignal()
-{
-    return QtSignal(this, SIGNAL(newHint(const tq::NodeHint&)));
-}
-
-QtSignal WsDiscoveryScanner::hintChangedSignal()
-{
-    return QtSignal(this, SIGNAL(hintChanged(const tq::NodeHint&)));
-}
-
-QtSignal WsDiscoveryScanner::hintGoneSignal()
-{
-    return QtSignal(this, SIGNAL(hintGone(const tq::NodeHint&)));
 }
 
 } // namespace tq

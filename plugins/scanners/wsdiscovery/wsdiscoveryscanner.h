@@ -2,17 +2,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "discovery/inodescanner.h"
-
-#include "platform/component.h"
-
-#include <QObject>
+#include "parts/scannercomponent.h"
 
 #include <memory>
 
 namespace tq {
 
-class NodeHint;
 class WsWatch;
 
 /**
@@ -30,7 +25,7 @@ class WsWatch;
  * option than "wsdiscovery/interfaces", names with commas between: then it speaks on these alone,
  * even where that is the loopback.
  */
-class WsDiscoveryScanner : public QObject, public IComponent, public INodeScanner
+class WsDiscoveryScanner : public ScannerComponent
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "tq.plugin.Component/1" FILE "plugin.json")
@@ -39,9 +34,6 @@ public:
     WsDiscoveryScanner();
     ~WsDiscoveryScanner() override;
     Q_DISABLE_COPY_MOVE(WsDiscoveryScanner)
-
-    IInterface* getInterface(const std::string& name) override;
-    const IInterface* getInterface(const std::string& name) const override;
 
     /**
      * Starts listening, and asks. The first argument means nothing to it. With `interval` it asks
@@ -52,14 +44,6 @@ public:
     void stop() override;
     bool isRunning() const override;
     QString scannerName() const override;
-    QtSignal newHintSignal() override;
-    QtSignal hintChangedSignal() override;
-    QtSignal hintGoneSignal() override;
-
-signals:
-    void newHint(const tq::NodeHint& hint);
-    void hintChanged(const tq::NodeHint& hint);
-    void hintGone(const tq::NodeHint& hint);
 
 private:
     std::unique_ptr<WsWatch> m_watch;
