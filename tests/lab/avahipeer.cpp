@@ -80,13 +80,17 @@ AvahiPeer::~AvahiPeer()
     kill(m_bus);
 }
 
-QString AvahiPeer::missingProgram()
+QString AvahiPeer::obstacle()
 {
     for (const char* const name :
         { "dbus-daemon", "avahi-daemon", "avahi-publish", "unshare", "nsenter", "mount", "ip" }) {
         if (programOf(text(name)).isEmpty())
-            return text(name);
+            return text("the program is missing: ") + text(name);
     }
+    // The daemon gives its folder to a user of its own, whom a user's own namespace does not know.
+    QFile map(text("/proc/self/uid_map"));
+    if (map.open(QIODevice::ReadOnly) && map.readAll().simplified().endsWith(" 1"))
+        return text("Avahi's daemon takes root");
     return QString();
 }
 

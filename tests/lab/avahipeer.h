@@ -31,8 +31,8 @@ public:
     ~AvahiPeer();
     Q_DISABLE_COPY_MOVE(AvahiPeer)
 
-    /** Returns the first program that this machine lacks; empty when there are all. */
-    static QString missingProgram();
+    /** Returns why there can be none here; empty when there can. */
+    static QString obstacle();
 
     /** What DBUS_SYSTEM_BUS_ADDRESS must be for who wants to reach this bus. */
     QString busAddress() const;

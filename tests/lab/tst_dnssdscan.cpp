@@ -114,9 +114,9 @@ void TestDnsSdScan::initTestCase()
 {
     if (!qEnvironmentVariableIsSet("LAB_CONTROL"))
         QSKIP("this runs inside tools/lab");
-    const QString missing = tst::AvahiPeer::missingProgram();
-    if (!missing.isEmpty())
-        QSKIP(qPrintable(text("the program is missing: ") + missing));
+    const QString obstacle = tst::AvahiPeer::obstacle();
+    if (!obstacle.isEmpty())
+        QSKIP(qPrintable(obstacle));
     const QString reason = m_network.make();
     if (!reason.isEmpty())
         QSKIP(qPrintable(reason));
