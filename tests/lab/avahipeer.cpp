@@ -11,6 +11,7 @@ namespace tst {
 
 namespace {
 
+constexpr int k_mostTries = 5; ///< of publishing
 constexpr int k_patience = 30000; // ms
 constexpr char k_variable[] = "DBUS_SYSTEM_BUS_ADDRESS";
 
@@ -136,11 +137,16 @@ void AvahiPeer::killDaemon()
 int AvahiPeer::publish(
     const QString& name, const QString& type, quint16 port, const QStringList& texts)
 {
-    Process publication = run(
-        QStringList{ text("avahi-publish"), text("-s"), name, type, QString::number(port) } + texts,
-        "Established under name");
-    if (!publication)
+    const QStringList command =
+        QStringList{ text("avahi-publish"), text("-s"), name, type, QString::number(port) } + texts;
+    Process publication;
+    // Seen: a daemon that is off its bus for a moment.
+    for (int tries = 0; !publication && tries < k_mostTries; ++tries)
+        publication = run(command, "Established under name");
+    if (!publication) {
+        m_said += m_daemon ? QString::fromUtf8(m_daemon->readAll()) : text("there is no daemon");
         return -1;
+    }
     m_publications.push_back(std::move(publication));
     return int(m_publications.size()) - 1;
 }
