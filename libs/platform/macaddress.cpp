@@ -33,6 +33,12 @@ QString digitsOf(const QString& text)
 
 MACAddress::MACAddress(const Bytes& bytes) : m_bytes(bytes) { }
 
+bool MACAddress::isOneDevices() const
+{
+    const bool isGroup = (bytes().front() & 1U) != 0;
+    return !isGroup && bytes() != Bytes{};
+}
+
 MACAddress::MACAddress(const QString& text)
 {
     if (const auto parsed = parse(text))

@@ -35,6 +35,9 @@ public:
     /** Returns whether no address is known. An address of zeros is a known one. */
     bool isEmpty() const { return !m_bytes; }
 
+    /** Returns whether it can be the address of one device: known, no group's and not all zeros. */
+    bool isOneDevices() const;
+
     /** Returns the six bytes; zeros when empty. */
     Bytes bytes() const { return m_bytes.value_or(Bytes{}); }
 

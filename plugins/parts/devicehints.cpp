@@ -9,6 +9,8 @@
 
 #include "platform/logline.h"
 
+#include <QHostAddress>
+
 namespace tq {
 
 namespace {
@@ -19,8 +21,19 @@ bool isAt(const IPDeviceNode& node, const HintFacts& facts)
     return isSameHost(host, facts.address) || isSameHost(host, facts.secondAddress);
 }
 
+bool isIPv6(const QString& host)
+{
+    return QHostAddress(host).protocol() == QAbstractSocket::IPv6Protocol;
+}
+
+/** A device may announce several services: the node is known by the first. Before the id that it
+ * has in WS-Discovery, the name of a service goes. */
 void takeService(IPDeviceNode& node, const SServiceInfo& record)
 {
+    const QString known = node.fullName();
+    const bool isOfService = known.contains(QLatin1String("._"));
+    if (isOfService && known != record.fullName)
+        return;
     node.setServiceName(record.serviceName);
     node.setFullName(record.fullName);
     node.setBonjourAvailable(record.isAvailable != 0);
@@ -74,7 +87,8 @@ void takeOver(IPDeviceNode& node, const NodeHint& hint)
     const bool isNamed = !node.name().isEmpty() && !isSameHost(node.name(), node.hostAddress());
     if (!isNamed && !facts.name.isEmpty())
         node.setName(facts.name);
-    if (!facts.address.isEmpty() && !isAt(node, facts))
+    const bool isBetter = isIPv6(node.hostAddress()) && !isIPv6(facts.address);
+    if (!facts.address.isEmpty() && (isBetter || !isAt(node, facts)))
         node.setHostAddress(facts.address);
     if (node.mac().isEmpty() && !facts.mac.isEmpty())
         node.setMac(facts.mac);

@@ -18,7 +18,7 @@ bool isDeviceOf(const IPDeviceNode& node, const NodeHint& hint);
 /**
  * Takes over a changed address, the MAC while none is known, the name while the node has none but
  * its address, and what a DNS-SD record says: its port only where that is a web server's. IPv4 is
- * never given up for IPv6 while the record has both.
+ * never given up for IPv6 while the record has both, and taken for IPv6.
  */
 void takeOver(IPDeviceNode& node, const NodeHint& hint);
 

@@ -61,14 +61,6 @@ MACAddress macOfInterface(const XmlElement& networkInterface)
     return address ? MACAddress(address->text) : MACAddress();
 }
 
-/** Returns whether `mac` can be one device's: no group's, and not all zeros. */
-bool isOneDevices(const MACAddress& mac)
-{
-    const MACAddress::Bytes bytes = mac.bytes();
-    const bool isGroup = (bytes.front() & 1U) != 0;
-    return !isGroup && bytes != MACAddress::Bytes{};
-}
-
 } // namespace
 
 QByteArray onvifMessage(EOnvifQuestion question)
@@ -114,7 +106,7 @@ MACAddress macOf(const XmlElement& response, const QString& host)
     QList<MACAddress> all;
     for (const XmlElement& each : response.children) {
         const MACAddress mac = macOfInterface(each);
-        if (!isOneDevices(mac))
+        if (!mac.isOneDevices())
             continue;
         if (hasAddress(each, host))
             return mac;

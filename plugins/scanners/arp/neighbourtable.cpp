@@ -34,17 +34,10 @@ bool canBeADevice(const QHostAddress& address)
     return !isNobody && !address.isLoopback() && !address.isMulticast() && !address.isBroadcast();
 }
 
-bool canBeADevice(const MACAddress& mac)
-{
-    const MACAddress::Bytes bytes = mac.bytes();
-    const bool isGroup = (bytes[0] & 1) != 0;
-    return !mac.isEmpty() && !isGroup && bytes != MACAddress::Bytes{};
-}
-
 bool isLive(const Neighbour& neighbour)
 {
     constexpr unsigned k_known = NUD_REACHABLE | NUD_STALE | NUD_DELAY | NUD_PROBE | NUD_PERMANENT;
-    return !neighbour.isDeleted && (neighbour.state & k_known) != 0 && canBeADevice(neighbour.mac);
+    return !neighbour.isDeleted && (neighbour.state & k_known) != 0 && neighbour.mac.isOneDevices();
 }
 
 } // namespace

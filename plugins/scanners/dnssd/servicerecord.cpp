@@ -32,9 +32,7 @@ QString valueOf(const QList<QString>& texts, std::initializer_list<QLatin1String
 MACAddress ownMac(const QString& text)
 {
     const MACAddress mac(text);
-    const MACAddress::Bytes bytes = mac.bytes();
-    const bool isGroup = (bytes[0] & 1) != 0;
-    return isGroup || bytes == MACAddress::Bytes{} ? MACAddress() : mac;
+    return mac.isOneDevices() ? mac : MACAddress();
 }
 
 QString escapedFullName(const ServiceKey& service)

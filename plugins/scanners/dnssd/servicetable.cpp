@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "scanners/dnssd/servicetable_p.h"
 
+#include <algorithm>
 #include <tuple>
 
 namespace tq {
@@ -112,6 +113,15 @@ void ServiceTable::unsettle(Services::value_type& entry, qint64 now)
     m_unsettled.emplace_back(now + k_settleTime, entry.first);
 }
 
+bool ServiceTable::isStillTold(const Service& service, const QHostAddress& address)
+{
+    return std::any_of(service.lines.begin(), service.lines.end(), [&](const auto& entry) {
+        const Line& line = entry.second;
+        return line.addresses.contains(address)
+            || (line.resolution && line.resolution->address == address);
+    });
+}
+
 std::optional<ServiceTable::Report> ServiceTable::reportOf(const Service& service)
 {
     const Line* best = nullptr;
@@ -134,10 +144,11 @@ std::optional<ServiceTable::Report> ServiceTable::reportOf(const Service& servic
             && (result.second.isNull() || rankOf(line.resolution->address) < rankOf(result.second)))
             result.second = line.resolution->address;
     }
-    // A host may have several addresses, which are told in any order: the one that was reported
-    // stays as long as it is among them.
-    if (service.report && best->addresses.contains(service.report->resolution.address))
-        result.resolution.address = service.report->resolution.address;
+    // A host may have several addresses, which are told in any order and on any interface: the one
+    // that was reported stays as long as it is among them, but IPv6 gives way to IPv4.
+    const QHostAddress known = service.report ? service.report->resolution.address : QHostAddress();
+    if (known.protocol() == protocol && isStillTold(service, known))
+        result.resolution.address = known;
     return result;
 }
 

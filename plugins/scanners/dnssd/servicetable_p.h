@@ -81,6 +81,7 @@ private:
 
     using Services = std::map<ServiceKey, Service>;
 
+    static bool isStillTold(const Service& service, const QHostAddress& address);
     static std::optional<Report> reportOf(const Service& service);
     void unsettle(Services::value_type& entry, qint64 now);
     void settle(Services::value_type& entry);

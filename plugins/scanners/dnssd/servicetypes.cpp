@@ -17,7 +17,8 @@ namespace {
 
 constexpr qsizetype k_mostTypes = 64; ///< each takes a place among the daemon's 1024 per client
 
-/** The one list of what is looked for. A web server may be anything: only a probe can tell. */
+/** The one list of what is looked for. A web server may be anything, and who serves NFS may not
+ * serve SMB: only a probe can tell. */
 QList<ServiceType> usualTypes()
 {
     return {
@@ -25,7 +26,7 @@ QList<ServiceType> usualTypes()
         { QStringLiteral("_rtsps._tcp"), eCameraServiceKind },
         { QStringLiteral("_psia._tcp"), eCameraServiceKind },
         { QStringLiteral("_smb._tcp"), eStorageServiceKind },
-        { QStringLiteral("_nfs._tcp"), eStorageServiceKind },
+        { QStringLiteral("_nfs._tcp"), eUnknownServiceKind },
         { QStringLiteral("_http._tcp"), eUnknownServiceKind },
         { QStringLiteral("_https._tcp"), eUnknownServiceKind },
     };

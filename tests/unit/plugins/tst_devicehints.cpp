@@ -67,6 +67,7 @@ private slots:
     void recognisesByMacElseAddressElseService();
     void followsAServiceToAnotherAddress();
     void otherServicesLeaveTheWebPort();
+    void theFirstServiceNamesTheDevice();
     void scannersThatMeetADeviceAtOnceMakeOneNode();
     void idsAndNames();
 };
@@ -126,6 +127,33 @@ void TestDeviceHints::otherServicesLeaveTheWebPort()
     takeOver(node, NodeHintFromBonjour(service("10.0.0.1", "_https._tcp", 8443)));
     QCOMPARE(node.port(), 8443);
     QVERIFY(node.ssl());
+}
+
+void TestDeviceHints::theFirstServiceNamesTheDevice()
+{
+    tst::Database f;
+    HintedDevice node(text("n"));
+    takeOver(node, probed("10.0.0.1", "urn:uuid:1"));
+    QCOMPARE(node.fullName(), text("urn:uuid:1"));
+    SServiceInfo record = service("fe80::1", "_rtsp._tcp");
+    record.serviceName = text("first");
+    takeOver(node, NodeHintFromBonjour(record));
+    takeOver(node, NodeHintFromBonjour(service("fe80::1")));
+    takeOver(node, probed("fe80::1", "urn:uuid:1"));
+    QCOMPARE(node.fullName(), record.fullName);
+    QCOMPARE(node.serviceName(), text("first"));
+    QCOMPARE(node.name(), text("first"));
+
+    // IPv4 comes late, and stays.
+    record.secondAddress = text("fe80::1");
+    record.address = text("10.0.0.1");
+    record.ipVersion = 4;
+    takeOver(node, NodeHintFromBonjour(record));
+    QCOMPARE(node.hostAddress(), text("10.0.0.1"));
+    std::swap(record.address, record.secondAddress);
+    record.ipVersion = 6;
+    takeOver(node, NodeHintFromBonjour(record));
+    QCOMPARE(node.hostAddress(), text("10.0.0.1"));
 }
 
 void TestDeviceHints::scannersThatMeetADeviceAtOnceMakeOneNode()

@@ -132,6 +132,13 @@ void addPlaces()
     QTest::newRow("several interfaces, the lowest one's address")
         << "cam on 3;cam on 2;cam is 3 10.1.0.5 80 a;cam is 2 10.0.0.5 80 a;+1000"
         << "new cam 10.0.0.5 80 a";
+    QTest::newRow("an interface that comes later moves nothing")
+        << "cam on 3;cam is 3 10.1.0.5 80 a;+1000;cam on 2;cam is 2 10.0.0.5 80 a;+1000;"
+           "cam off 3;+1000"
+        << "new cam 10.1.0.5 80 a;changed cam 10.0.0.5 80 a";
+    QTest::newRow("IPv6 gives way to IPv4, however late")
+        << "cam on 26;cam is 26 2001:db8::5 80 a;+1000;cam on 2;cam is 2 10.0.0.5 80 a;+1000"
+        << "new cam 2001:db8::5 80 a;changed cam 10.0.0.5 2001:db8::5 80 a";
     QTest::newRow("global before link-local, and the loopback last")
         << "cam on 1;cam on 26;cam on 36;cam is 1 127.0.0.1 80 a;cam is 26 fe80::5 80 a;"
            "cam is 36 2001:db8::5 80 a;+1000"
