@@ -27,20 +27,24 @@ bool isIPv4(const QString& address)
     return address.count(QLatin1Char('.')) == k_dots && !address.contains(QLatin1Char(':'));
 }
 
-/**
- * Whether a hint of a known device tells what its node does not know: that it moved while nobody
- * was looking, its MAC, or the service under which it announces itself. Another family of its
- * address is no move.
- */
-bool isNews(const HintRecord& hint, const Node& node)
+QString kept(const Node& node, const char* name)
 {
-    const auto kept = [&](const char* name) {
-        return node.stringProperty(QLatin1String(name), QString());
-    };
-    const QString address = kept("IP");
-    const bool hasMoved = isIPv4(hint.address) && isIPv4(address) && hint.address != address;
-    return hasMoved || (!hint.mac.isEmpty() && kept("MAC").isEmpty())
-        || (!hint.serviceId.isEmpty() && kept("FullName").isEmpty());
+    return node.stringProperty(QLatin1String(name), QString());
+}
+
+/** Whether a known device was met at another address, and not at its own: it moved while nobody was
+ * looking. Another family is no move, and a device may have several addresses. */
+bool hasMoved(const QSet<QString>& heard, const QString& address, const QString& keptAddress)
+{
+    return isIPv4(address) && isIPv4(keptAddress) && !heard.contains(keptAddress);
+}
+
+/** Whether a hint of a known device tells its MAC, or the service under which it announces itself,
+ * while its node has none. */
+bool tellsMore(const HintRecord& hint, const Node& node)
+{
+    return (!hint.mac.isEmpty() && kept(node, "MAC").isEmpty())
+        || (!hint.serviceId.isEmpty() && kept(node, "FullName").isEmpty());
 }
 
 } // namespace
@@ -69,8 +73,11 @@ DiscoveryWatch::DiscoveryWatch(NodeDB& database, const DiscoveryRecorder* record
 {
     for (const QString& id : database.nodeIdList())
         m_known.insert(id, nodeSummary(database, *database.node(id)));
-    connect(&database, &NodeDB::nodeInserted, this,
-        [this](const NodeID& id) { tellOfNode(DeviceEvent::eNew, id); });
+    connect(&database, &NodeDB::nodeInserted, this, [this](const NodeID& id) {
+        tellOfNode(DeviceEvent::eNew, id);
+        if (const auto node = m_database.node(id))
+            m_heard[id].insert(kept(*node, "IP"));
+    });
     connect(&database, &NodeDB::nodeLost, this,
         [this](const NodeID& id) { tellOfNode(DeviceEvent::eGone, id); });
     connect(&database, &NodeDB::nodeUpdated, this, &DiscoveryWatch::updated);
@@ -156,7 +163,12 @@ void DiscoveryWatch::met(const NodeHint& hint, const QString& id)
 {
     tellOfNode(DeviceEvent::eKnown, id);
     const auto node = m_database.node(id);
-    if (node && isNews(recordOf(hint), *node))
+    if (!node)
+        return;
+    const HintRecord record = recordOf(hint);
+    QSet<QString>& heard = m_heard[id];
+    heard.insert(record.address);
+    if (hasMoved(heard, record.address, kept(*node, "IP")) || tellsMore(record, *node))
         m_database.nodeHintChanged(hint);
 }
 

@@ -8,6 +8,7 @@
 #include <QJsonObject>
 #include <QList>
 #include <QObject>
+#include <QSet>
 
 namespace tq {
 class DiscoveryRecorder;
@@ -76,6 +77,7 @@ private:
     QList<Waiting> m_waiting;
     QHash<int, QJsonObject> m_probes;
     QHash<QString, QJsonObject> m_known;
+    QHash<QString, QSet<QString>> m_heard; ///< at which addresses each node was met
 };
 
 } // namespace tq::cli

@@ -9,9 +9,9 @@
 namespace tq::cli {
 
 /**
- * Keeps log lines back while it lives, so that they do not stand between the rows of a table. None
- * is lost: they are written to standard error by release() or at the end, and at once when there
- * are too many to keep.
+ * Keeps log lines back while it lives, so that they do not stand between the rows of a table. They
+ * are written to standard error by release() or at the end, and at once when there are too many to
+ * keep; only the end of the whole process by force loses them.
  */
 class LogHold
 {

@@ -22,8 +22,8 @@ struct HintRecord
     ENodeType nodeType = eAnyNodeType;
 
     /** The same for a hint and its copies; different, but for a chance of 1 in 2^64, for hints that
-     * differ in kind or in any value. Of kinds that are not the library's own only what NodeHint
-     * has is looked at. Means nothing outside of this process. */
+     * differ in kind or in any value but those of a proxy. Of kinds that are not the library's own
+     * only what NodeHint has is looked at. Means nothing outside of this process. */
     std::size_t contents = 0;
 
     static constexpr int k_longest = 256;
