@@ -287,6 +287,9 @@ void NASDriver::takeRead(const StorageRead& read, const ShareAnswer& answer, con
     }
     for (const QString& user : answer.refusedUsers)
         logLine(Log::eSurvived, "Rights are not read: ", read.host, " refused the login of ", user);
+    if (answer.unknown > 0)
+        logLine(Log::eSurvived, "Rights on shares of ", read.host,
+            " that could not be found out: ", answer.unknown);
     if (answer.leftOut > 0)
         logLine(Log::eSurvived, "Shares of ", read.host,
             " that are too many or have impossible names: ", answer.leftOut);

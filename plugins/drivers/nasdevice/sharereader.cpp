@@ -7,16 +7,9 @@
 
 #include "drivers/nasdevice/smbsession_p.h"
 
-#include <cerrno>
-
 namespace tq {
 
 namespace {
-
-bool isRefusal(int error)
-{
-    return error == EACCES || error == EPERM;
-}
 
 /** One reading. It ends with the first connection that does not hold. */
 class ShareReader
@@ -49,7 +42,7 @@ private:
             m_answer.shares = usableShares(*names, m_answer.leftOut);
             return true;
         }
-        if (isRefusal(session.error()))
+        if (session.isRefused())
             m_answer.outcome = ShareAnswer::eRefused;
         return fail(session);
     }
@@ -58,7 +51,7 @@ private:
     {
         SmbSession session(user, m_port, m_traffic);
         if (!session.folders()) {
-            if (!isRefusal(session.error()))
+            if (!session.isRefused())
                 return fail(session);
             m_answer.refusedUsers.append(user.user);
             return true;
@@ -67,8 +60,12 @@ private:
             const auto access = session.access(share, m_question.mayCreate);
             if (m_traffic.isEnded || m_traffic.isBroken)
                 return fail(session);
-            m_answer.rights.append({ share, user.user, access });
-            if (access != NASDeviceNode::eNoAccess)
+            if (!access) {
+                ++m_answer.unknown;
+                continue;
+            }
+            m_answer.rights.append({ share, user.user, *access });
+            if (*access != NASDeviceNode::eNoAccess)
                 readSpace(session, share);
         }
         return true;

@@ -53,7 +53,8 @@ struct ShareAnswer
     QStringList shares;
     int leftOut = 0; ///< shares that cannot be used, or are too many
     QStringList refusedUsers; ///< whose rights are therefore not known
-    QList<UserRights> rights; ///< of each other user on each share
+    QList<UserRights> rights; ///< of each other user on each share, as far as they are known
+    int unknown = 0; ///< rights that could not be found out
     std::optional<StorageSpace> space; ///< of all file systems that hold shares
 };
 

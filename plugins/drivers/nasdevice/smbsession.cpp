@@ -144,7 +144,12 @@ std::optional<QList<QByteArray>> SmbSession::folders()
     return names;
 }
 
-NASDeviceNode::EAccess SmbSession::access(const QString& share, bool mayCreate)
+bool SmbSession::isRefused() const
+{
+    return m_error == EACCES || m_error == EPERM;
+}
+
+std::optional<NASDeviceNode::EAccess> SmbSession::access(const QString& share, bool mayCreate)
 {
     const QByteArray url = urlOf(share);
     m_traffic.answered = 0;
@@ -158,24 +163,27 @@ NASDeviceNode::EAccess SmbSession::access(const QString& share, bool mayCreate)
             entry = list.nextWithAttributes();
         isPlain = entry && entry->attrs == k_onlyFolder;
     } else if (!m_traffic.isTooMuch) { // a listing without end is one all the same
-        return NASDeviceNode::eNoAccess;
+        return isRefused() ? std::optional(NASDeviceNode::eNoAccess) : std::nullopt;
     }
     m_traffic.answered = 0;
-    return canWrite(url, isPlain, mayCreate) ? NASDeviceNode::eFullAccess
-                                             : NASDeviceNode::eReadOnlyAccess;
+    const auto isWriter = canWrite(url, isPlain, mayCreate);
+    if (!isWriter)
+        return std::nullopt;
+    return *isWriter ? NASDeviceNode::eFullAccess : NASDeviceNode::eReadOnlyAccess;
 }
 
-bool SmbSession::canWrite(const QByteArray& url, bool isPlain, bool mayCreate)
+/** Returns nothing when the server said neither that the user can nor that they may not. */
+std::optional<bool> SmbSession::canWrite(const QByteArray& url, bool isPlain, bool mayCreate)
 {
     SMBCCTX* const context = m_context.get();
     if (!isPlain)
-        return mayCreate && canCreate(url);
+        return mayCreate ? canCreate(url) : false;
     const int result = smbc_getFunctionChmod(context)(context, url.constData(), k_noAttributes);
     m_error = result == 0 ? 0 : errno;
-    return result == 0;
+    return result == 0 || isRefused() ? std::optional(result == 0) : std::nullopt;
 }
 
-bool SmbSession::canCreate(const QByteArray& url)
+std::optional<bool> SmbSession::canCreate(const QByteArray& url)
 {
     SMBCCTX* const context = m_context.get();
     const QByteArray name =
@@ -184,7 +192,7 @@ bool SmbSession::canCreate(const QByteArray& url)
         context, name.constData(), O_CREAT | O_EXCL | O_WRONLY, S_IRUSR | S_IWUSR);
     m_error = file ? 0 : errno;
     if (!file)
-        return false;
+        return isRefused() ? std::optional(false) : std::nullopt;
     smbc_getFunctionClose(context)(context, file);
     smbc_getFunctionUnlink(context)(context, name.constData());
     return true;

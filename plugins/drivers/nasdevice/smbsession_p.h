@@ -43,8 +43,11 @@ public:
      * the right to write. That is only possible for a folder with no other attribute than being
      * one, and whose listing ends within the relay's limit. For the others `mayCreate` allows to
      * make an empty file "nodedb-….tmp" and to delete it at once; without, they count as read-only.
+     *
+     * Only a server that refuses says what the user may not do: where something else goes wrong,
+     * such as a share whose folder is gone or a full disk, nothing is returned.
      */
-    NASDeviceNode::EAccess access(const QString& share, bool mayCreate);
+    std::optional<NASDeviceNode::EAccess> access(const QString& share, bool mayCreate);
 
     /** Returns the size of the share's file system; nothing where the server does not tell. */
     std::optional<StorageSpace> space(const QString& share);
@@ -52,11 +55,14 @@ public:
     /** Returns why the last operation failed: a number of errno. */
     int error() const { return m_error; }
 
+    /** Returns whether it failed because the user may not. */
+    bool isRefused() const;
+
 private:
     class Folder;
 
-    bool canWrite(const QByteArray& url, bool isPlain, bool mayCreate);
-    bool canCreate(const QByteArray& url);
+    std::optional<bool> canWrite(const QByteArray& url, bool isPlain, bool mayCreate);
+    std::optional<bool> canCreate(const QByteArray& url);
 
     struct Free
     {

@@ -81,6 +81,7 @@ private slots:
     void agreesWithWhatClientsCan();
     void changesNothingOnTheStorage();
     void keepsWhatItCannotKnow();
+    void keepsRightsOnAShareThatIsBroken();
     void createsOnlyWhenAllowed();
     void leavesTheNodeAloneWhenRefused();
     void givesUpOnSilence();
@@ -254,6 +255,21 @@ void TestNASShares::keepsWhatItCannotKnow()
         QList<NASDeviceNode::AccessControl>({ { text("cleo"), NASDeviceNode::eReadOnlyAccess },
             { text("ben"), NASDeviceNode::eReadOnlyAccess } }));
     QCOMPARE(m_fixture->log.linesWith(text("refused the login of ben")).size(), 1);
+}
+
+void TestNASShares::keepsRightsOnAShareThatIsBroken()
+{
+    const NodeID id = insert(text("anna"), k_annas);
+    QCOMPARE(nextError(), QString());
+    const auto before = node(id)->shares();
+    const QString folder = m_server->folderOf(text("records"));
+    QVERIFY(QDir().rename(folder, folder + text(".away")));
+    const QString error = read(id);
+    QVERIFY(QDir().rename(folder + text(".away"), folder));
+    QCOMPARE(error, QString());
+    QCOMPARE(node(id)->accessRights(text("records"), text("anna")), NASDeviceNode::eFullAccess);
+    QCOMPARE(node(id)->shares(), before);
+    QCOMPARE(m_fixture->log.linesWith(text("could not be found out: 1")).size(), 1);
 }
 
 void TestNASShares::createsOnlyWhenAllowed()
