@@ -107,6 +107,7 @@ private slots:
     void refusesToReadWhatItCannot();
     void choosesShares();
     void countsFileSystemsOnce();
+    void takesTheNewerPassword();
 
 private:
     /** Probes one hint by itself and returns the answer; 0 when none came. */
@@ -354,6 +355,21 @@ void TestNASDevice::countsFileSystemsOnce()
     QCOMPARE(sumOf({ disk, { 1000, 300, 0 } }), (StorageSpace{ 2000, 800, 0 }));
     QCOMPARE(sumOf({ disk, { 2000, 500, 0 } }), (StorageSpace{ 3000, 1000, 0 }));
     QCOMPARE(sumOf({ { 1000, 500, 1 }, { 1000, 500, 2 } }), (StorageSpace{ 2000, 1000, 0 }));
+}
+
+void TestNASDevice::takesTheNewerPassword()
+{
+    NASNode node(text("n"));
+    node.addLocalUser(text("anna"), text("old"), false);
+    ShareAnswer answer;
+    answer.shares = { text("records") };
+    for (const char* const name : { "anna", "ben" }) {
+        answer.rights = { { text("records"), text(name), NASDeviceNode::eFullAccess } };
+        take(answer, { text(name), text("new"), true }, node);
+    }
+    QCOMPARE(node.localUser(text("anna")), UserAndPassword(text("anna"), text("new"), false));
+    QCOMPARE(node.localUser(text("ben")), UserAndPassword(text("ben"), text("new"), true));
+    QCOMPARE(node.usersWithFullAccess(text("records")).first().password, text("new"));
 }
 
 QTEST_GUILESS_MAIN(TestNASDevice)
