@@ -32,6 +32,7 @@ struct StorageReads::Running
     void end()
     {
         isGivenUp = true;
+        deadline.stop();
         traffic->isEnded = true;
         relay.reset();
     }
