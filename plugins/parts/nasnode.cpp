@@ -45,6 +45,26 @@ Node* NASNode::clone() const
     return copy.release();
 }
 
+bool NASNode::updateField(const tqgen::BaseProperty& property)
+{
+    const bool isTaken = NASDeviceNode::updateField(property);
+    keepLoginSecret();
+    return isTaken;
+}
+
+void NASNode::setSavePassword(bool save)
+{
+    NASDeviceNode::setSavePassword(save);
+    keepLoginSecret();
+}
+
+void NASNode::keepLoginSecret()
+{
+    const QString name = user(false);
+    if (!name.isEmpty() && !savePassword() && existsLocalUser(name))
+        localUser(name).savePassword = false;
+}
+
 bool NASNode::isIdentical(const NodeHint& hint) const
 {
     return isDeviceOf(*this, hint);

@@ -32,6 +32,11 @@ public:
 
     Node* clone() const override;
 
+    /** As the base's. A login whose password is not to be stored is not stored as a local user's
+     * either. */
+    bool updateField(const tqgen::BaseProperty& property) override;
+    void setSavePassword(bool save) override;
+
     /** Recognises hints of every kind: by MAC where both have one, else by address. */
     bool isIdentical(const NodeHint& hint) const override;
 
@@ -49,6 +54,9 @@ public:
 
     /** Returns the property "FreeCapacity". */
     float freeSpace() const override;
+
+private:
+    void keepLoginSecret();
 };
 
 } // namespace tq

@@ -25,8 +25,9 @@ struct StorageRead;
  * one: when readDevice() asks for it, when a node is made that has a login, and when the connection
  * data of a node with a login changed since it was last tried. What is found out: the shares, the
  * rights on them of each local user whose password is known, the login's among them, and how large
- * the file systems are. A right that the device neither grants nor refuses stays as it was. Reads follow each other, each at most 10 s. One that fails changes nothing
- * and leaves a level 2 line. One whose node is being edited waits for the end of the edit.
+ * the file systems are. A right that the device neither grants nor refuses stays as it was. Reads
+ * follow each other, each at most 10 s. One that fails changes nothing and leaves a level 2 line.
+ * One whose node is being edited waits for the end of the edit.
  *
  * Options: "nasdevice/timeout" is how long a read may take in s, 1 to 10. "nasdevice/writeTest" is
  * "create" when an empty file may be made, and deleted at once, where nothing else tells whether a

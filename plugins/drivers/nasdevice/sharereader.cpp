@@ -49,25 +49,35 @@ private:
 
     bool readRights(const UserAndPassword& user)
     {
-        SmbSession session(user, m_port, m_traffic);
-        if (!session.folders()) {
-            if (!session.isRefused())
-                return fail(session);
-            m_answer.refusedUsers.append(user.user);
-            return true;
+        {
+            SmbSession session(user, m_port, m_traffic);
+            if (!session.folders()) {
+                if (!session.isRefused())
+                    return fail(session);
+                m_answer.refusedUsers.append(user.user);
+                return true;
+            }
         }
         for (const QString& share : m_answer.shares) {
-            const auto access = session.access(share, m_question.mayCreate);
-            if (m_traffic.isEnded || m_traffic.isBroken)
-                return fail(session);
-            if (!access) {
-                ++m_answer.unknown;
-                continue;
-            }
-            m_answer.rights.append({ share, user.user, *access });
-            if (*access != NASDeviceNode::eNoAccess)
-                readSpace(session, share);
+            if (!readRight(user, share))
+                return false;
         }
+        return true;
+    }
+
+    /** In a session of its own: libsmbclient keeps a connection for each share of a session. */
+    bool readRight(const UserAndPassword& user, const QString& share)
+    {
+        SmbSession session(user, m_port, m_traffic);
+        const auto access = session.access(share, m_question.mayCreate);
+        if (m_traffic.isEnded || (!access && session.isBroken()))
+            return fail(session);
+        if (access)
+            m_answer.rights.append({ share, user.user, *access });
+        else
+            ++m_answer.unknown;
+        if (access && *access != NASDeviceNode::eNoAccess)
+            readSpace(session, share);
         return true;
     }
 

@@ -86,7 +86,9 @@ std::optional<StorageSpace> sumOf(const QList<StorageSpace>& shares)
 void take(const ShareAnswer& answer, const UserAndPassword& login, NASDeviceNode& node)
 {
     node.addLocalUser(login.user, login.password, login.savePassword);
-    node.localUser(login.user).password = login.password; // of one who was there as well
+    UserAndPassword& own = node.localUser(login.user); // who may have been there before
+    own.password = login.password;
+    own.savePassword = own.savePassword && login.savePassword;
     QList<UserAndPassword> users;
     for (const QString& name : node.userNames())
         users.append(node.localUser(name));

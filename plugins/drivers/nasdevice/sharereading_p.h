@@ -74,8 +74,8 @@ QStringList usableShares(const QList<QByteArray>& names, int& leftOut);
 std::optional<StorageSpace> sumOf(const QList<StorageSpace>& shares);
 
 /** Puts an answer into a node that is being edited. The login is a local user with its password
- * afterwards; one that was there keeps saying whether that may be saved. The rights of users whose rights were not read,
- * and what a person said of a share that still exists, stay as they are. */
+ * afterwards; one that was there keeps saying whether that may be saved. The rights of users whose
+ * rights were not read, and what a person said of a share that still exists, stay as they are. */
 void take(const ShareAnswer& answer, const UserAndPassword& login, NASDeviceNode& node);
 
 } // namespace tq

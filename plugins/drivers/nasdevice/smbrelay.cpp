@@ -36,12 +36,14 @@ SmbRelay::~SmbRelay()
 void SmbRelay::take(QTcpSocket* local)
 {
     if (m_pairs.size() >= k_mostConnections) {
+        m_traffic.brokenSession = m_traffic.session.load();
         local->abort();
         local->deleteLater();
         return;
     }
     auto* const remote = new QTcpSocket(local);
-    m_pairs.insert(local, { remote, false });
+    // Whoever connects waits for an answer: it is the session of now.
+    m_pairs.insert(local, { remote, false, m_traffic.session });
     local->setReadBufferSize(k_portion);
     remote->setReadBufferSize(k_portion);
     remote->setProxy(QNetworkProxy(QNetworkProxy::NoProxy));
@@ -90,9 +92,12 @@ void SmbRelay::fail(QTcpSocket* local)
     const Far far = m_pairs.value(local);
     if (!far.socket)
         return;
-    m_traffic.isBroken = true;
+    m_traffic.brokenSession = far.session;
     if (!far.isReached)
         m_failure = far.socket->errorString();
+    // What the server said before it hung up.
+    pump(far.socket, local);
+    local->flush();
     cut(local);
 }
 

@@ -18,7 +18,8 @@ struct SmbTraffic
 {
     std::atomic<qint64> answered = 0; ///< bytes from the server since somebody set it to 0
     std::atomic<bool> isTooMuch = false; ///< a connection was cut because of that
-    std::atomic<bool> isBroken = false; ///< the server ended a connection, or cannot be reached
+    std::atomic<int> session = 0; ///< counts them; one at a time
+    std::atomic<int> brokenSession = -1; ///< whose connection the server ended, or never took
     std::atomic<bool> isEnded = false; ///< nobody waits for what is read any more
 };
 
@@ -57,6 +58,7 @@ private:
     {
         QTcpSocket* socket = nullptr; ///< a child of the near end
         bool isReached = false;
+        int session = 0; ///< whose connection it is
     };
 
     void take(QTcpSocket* local);

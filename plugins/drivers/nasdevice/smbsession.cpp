@@ -104,6 +104,7 @@ SmbSession::SmbSession(const UserAndPassword& user, quint16 relayPort, SmbTraffi
     , m_traffic(traffic)
     , m_context(newContext())
 {
+    ++m_traffic.session;
     SMBCCTX* const context = m_context.get();
     if (!context)
         return;
@@ -196,6 +197,11 @@ std::optional<bool> SmbSession::canCreate(const QByteArray& url)
     smbc_getFunctionClose(context)(context, file);
     smbc_getFunctionUnlink(context)(context, name.constData());
     return true;
+}
+
+bool SmbSession::isBroken() const
+{
+    return m_traffic.brokenSession == m_traffic.session;
 }
 
 std::optional<StorageSpace> SmbSession::space(const QString& share)

@@ -55,6 +55,9 @@ public:
     /** Returns why the last operation failed: a number of errno. */
     int error() const { return m_error; }
 
+    /** Returns whether the server ended a connection of this session, or cannot be reached. */
+    bool isBroken() const;
+
     /** Returns whether it failed because the user may not. */
     bool isRefused() const;
 

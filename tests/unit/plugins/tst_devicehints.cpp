@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "parts/devicehints.h"
+#include "parts/nasnode.h"
 
 #include "discovery/nodehintfromarp.h"
 #include "discovery/nodehintfrombonjour.h"
@@ -70,6 +71,7 @@ private slots:
     void theFirstServiceNamesTheDevice();
     void scannersThatMeetADeviceAtOnceMakeOneNode();
     void idsAndNames();
+    void aLoginThatIsNotStoredIsNoStoredLocalUser();
 };
 
 void TestDeviceHints::recognisesByMacElseAddressElseService()
@@ -189,6 +191,22 @@ void TestDeviceHints::idsAndNames()
     QCOMPARE(deviceName(factsOf(hint), text("Gate")), text("Mine"));
     hint.setFurtherValue(eWSDiscoveryService);
     QCOMPARE(deviceName(factsOf(hint), text("Gate")), text("Gate"));
+}
+
+void TestDeviceHints::aLoginThatIsNotStoredIsNoStoredLocalUser()
+{
+    tst::Database f;
+    NASNode node(text("nas"));
+    node.setUser(text("anna"), text("secret"));
+    node.addLocalUser(text("anna"), text("secret"), true);
+    node.addLocalUser(text("ben"), text("other"), true);
+    node.setBoolProperty(text("SavePassword"), false);
+    QVERIFY(!node.localUser(text("anna")).savePassword);
+    QVERIFY(node.localUser(text("ben")).savePassword);
+    QCOMPARE(node.localUser(text("anna")).password, text("secret"));
+    node.localUser(text("anna")).savePassword = true;
+    node.setSavePassword(false);
+    QVERIFY(!node.localUser(text("anna")).savePassword);
 }
 
 QTEST_GUILESS_MAIN(TestDeviceHints)

@@ -79,6 +79,7 @@ private slots:
     void cleanup();
     void isFoundWithoutALogin();
     void agreesWithWhatClientsCan();
+    void readsEachOfManyShares();
     void changesNothingOnTheStorage();
     void keepsWhatItCannotKnow();
     void keepsRightsOnAShareThatIsBroken();
@@ -211,6 +212,24 @@ void TestNASShares::agreesWithWhatClientsCan()
     QCOMPARE(m_fixture->log.linesWith(text("secret")), QStringList());
 }
 
+void TestNASShares::readsEachOfManyShares()
+{
+    constexpr int k_many = 20;
+    QJsonArray shares;
+    for (int i = 0; i < k_many; ++i)
+        shares.append(share(text("quay%1").arg(i), { text("anna") }, {}));
+    QJsonObject wide = description();
+    wide.insert(text("shares"), shares);
+    const SmbServer server(wide);
+    QCOMPARE(server.problem(), QString());
+    const NodeID id = insert(text("anna"), k_annas, server.port());
+    QCOMPARE(nextError(), QString());
+    int writable = 0;
+    for (const QString& each : node(id)->shareNames())
+        writable += int(node(id)->usersWithFullAccess(each).size());
+    QCOMPARE(writable, k_many);
+}
+
 void TestNASShares::changesNothingOnTheStorage()
 {
     const NodeID id = insert(text("anna"), k_annas);
@@ -311,10 +330,10 @@ void TestNASShares::leavesTheNodeAloneWhenRefused()
 
 void TestNASShares::givesUpOnSilence()
 {
-    Loader::instance().setOption(text("nasdevice/timeout"), text("1"));
     const NodeID id = insert(text("anna"), k_annas);
     QCOMPARE(nextError(), QString());
     const QVariantList before = stateOf(node(id));
+    Loader::instance().setOption(text("nasdevice/timeout"), text("1"));
     m_server->send(SIGSTOP);
     QCOMPARE(m_reader->readDevice(id), QString());
     QCOMPARE(m_reader->readDevice(id), QString()); // joins
