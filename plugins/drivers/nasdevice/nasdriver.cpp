@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "drivers/nasdevice/nasdriver.h"
 
+#include "drivers/nasdevice/givenlogins_p.h"
 #include "drivers/nasdevice/smbprobe_p.h"
 #include "drivers/nasdevice/storagereads_p.h"
 #include "parts/devicehints.h"
@@ -13,10 +14,9 @@
 #include "platform/logline.h"
 #include "platform/pluginloader.h"
 
-#include <QCryptographicHash>
+#include <QHash>
 #include <QPointer>
 #include <QQueue>
-#include <QSet>
 #include <QThread>
 #include <QUrl>
 
@@ -47,11 +47,6 @@ bool isUsable(const QString& host)
     QUrl url;
     url.setHost(host);
     return !url.host().isEmpty();
-}
-
-UserAndPassword loginOf(const NASDeviceNode& node)
-{
-    return { node.user(false), node.password(false), node.savePassword() };
 }
 
 /** Returns the local users whose password is known, and the login; its password is the newer one.
@@ -87,16 +82,6 @@ int patience()
     return (isSet ? std::clamp(seconds, 1, k_longestRead) : k_longestRead) * k_second;
 }
 
-/** Returns what tells one way of reaching a storage from another; no password can be read in it. */
-QByteArray keyOf(const NASDeviceNode& node)
-{
-    const UserAndPassword login = loginOf(node);
-    const QStringList parts{ node.hostAddress(), QString::number(node.port()), login.user,
-        login.password };
-    return QCryptographicHash::hash(
-        parts.join(QChar(QChar::Null)).toUtf8(), QCryptographicHash::Sha256);
-}
-
 } // namespace
 
 struct NASDriver::Private
@@ -120,9 +105,9 @@ struct NASDriver::Private
     int open = 0;
     StorageReads* reads; ///< a child
     QPointer<NodeDB> db;
-    QSet<NodeID> reading;
+    QHash<NodeID, QByteArray> reading; ///< how each was reached when its read was asked for
     QHash<NodeID, Read> done;
-    QHash<NodeID, QByteArray> tried; ///< how each node was reached last
+    GivenLogins logins;
 };
 
 NASDriver::NASDriver() : d(std::make_unique<Private>(this))
@@ -219,10 +204,13 @@ NodeID NASDriver::createNodeFromHint(const NodeHint& hint)
     describe(*node, hint, endpoint);
     node->setName(deviceName(facts, QString()));
     node->setModelInfo(facts.model);
+    const NodeID own = node->id();
+    const QByteArray reach = reachOf(*node);
+    const bool isNew = NodeDB::getDB()->node(own).null();
     const NodeID id = insertDevice(std::move(node), hint);
-    // Later: whoever called holds the list of open probes.
-    QMetaObject::invokeMethod(
-        this, [this, id] { readIfNew(id); }, Qt::QueuedConnection);
+    if (isNew && id == own)
+        d->logins.give(id, reach); // the hint's, which a person entered
+    readLater(id);
     return id;
 }
 
@@ -231,25 +219,35 @@ void NASDriver::watch(NodeDB* db)
     if (!db || d->db == db || QThread::currentThread() != thread())
         return;
     d->db = db;
-    // Queued: a change is announced from inside the update that made it.
-    QObject::connect(
-        db, &NodeDB::connectionDataChanged, this, &NASDriver::readIfNew, Qt::QueuedConnection);
-    QObject::connect(db, &NodeDB::nodeUpdated, this, &NASDriver::putIntoNode, Qt::QueuedConnection);
-    const auto forget = [this](const NodeID& id) {
-        d->tried.remove(id);
-        putIntoNode(id);
+    // At once, or the device may have moved since.
+    QObject::connect(db, &NodeDB::beginUpdatingNode, this, &NASDriver::see);
+    QObject::connect(db, &NodeDB::nodeUpdated, this, &NASDriver::see);
+    const auto seeAnew = [this](const NodeID& id) {
+        d->logins.forget(id);
+        see(id);
     };
-    QObject::connect(db, &NodeDB::nodeRemoved, this, forget, Qt::QueuedConnection);
+    QObject::connect(db, &NodeDB::nodeInserted, this, seeAnew);
+    QObject::connect(db, &NodeDB::nodeRemoved, this, seeAnew);
+    // Queued: a change is announced from inside the update that made it.
+    QObject::connect(db, &NodeDB::nodeUpdated, this, &NASDriver::putIntoNode, Qt::QueuedConnection);
+    QObject::connect(db, &NodeDB::nodeRemoved, this, &NASDriver::putIntoNode, Qt::QueuedConnection);
     const auto end = [this] {
         d->reads->clear();
         d->done.clear();
-        d->tried.clear();
-        for (const NodeID& id : std::exchange(d->reading, {})) {
+        d->logins.clear();
+        for (const NodeID& id : std::exchange(d->reading, {}).keys()) {
             const auto tell = [this, id] { emit readFinished(id, tr("The database was closed.")); };
             QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
         }
     };
     QObject::connect(db, &QObject::destroyed, this, end);
+}
+
+void NASDriver::see(const NodeID& id)
+{
+    const tqm::smart<const NASDeviceNode> node = d->db ? d->db->node(id) : tqm::smart<const Node>();
+    if (!node.null() && d->logins.see(*node, d->db->activeUser()))
+        readLater(id);
 }
 
 QString NASDriver::readDevice(const NodeID& id)
@@ -266,25 +264,30 @@ QString NASDriver::readDevice(const NodeID& id)
         return tr("There is no login for %1.").arg(node->name());
     if (node->password(false).isEmpty())
         return tr("The password of %1 on %2 is not known.").arg(node->user(false), node->name());
-    d->reading.insert(id);
-    d->tried.insert(id, keyOf(*node));
+    d->reading.insert(id, reachOf(*node));
+    d->logins.use(*node); // by this read
     d->reads->add(readOf(*node), patience());
     return QString();
 }
 
-void NASDriver::readIfNew(const NodeID& id)
+/** Reads a storage that was given a login, unless it moved since. Later: whoever called holds the
+ * list of open probes, or updates the node. */
+void NASDriver::readLater(const NodeID& id)
 {
-    const tqm::smart<const NASDeviceNode> node = d->db ? d->db->node(id) : tqm::smart<const Node>();
-    if (!node.null() && d->tried.value(id) != keyOf(*node))
-        readDevice(id); // it may have no login, or be open: then it is tried again at its end
+    const auto read = [this, id] {
+        const tqm::smart<const NASDeviceNode> node =
+            d->db ? d->db->node(id) : tqm::smart<const Node>();
+        // The end of an open read comes back to this.
+        if (!node.null() && !d->reading.contains(id) && d->logins.use(*node))
+            readDevice(id);
+    };
+    QMetaObject::invokeMethod(this, read, Qt::QueuedConnection);
 }
 
 void NASDriver::takeRead(const StorageRead& read, const ShareAnswer& answer, const QString& error)
 {
-    if (!error.isEmpty()) {
-        logLine(Log::eSurvived, "Shares are not read: ", error);
+    if (!error.isEmpty())
         return endRead(read.id, error);
-    }
     for (const QString& user : answer.refusedUsers)
         logLine(Log::eSurvived, "Rights are not read: ", read.host, " refused the login of ", user);
     if (answer.unknown > 0)
@@ -297,6 +300,8 @@ void NASDriver::takeRead(const StorageRead& read, const ShareAnswer& answer, con
     putIntoNode(read.id);
 }
 
+/** Puts what was read into the node, if that is still about the device and the login that were
+ * asked. */
 void NASDriver::putIntoNode(const NodeID& id)
 {
     if (!d->done.contains(id) || !d->db)
@@ -312,19 +317,23 @@ void NASDriver::putIntoNode(const NodeID& id)
         return;
     }
     const Private::Read read = d->done.take(id);
-    if (auto* const node = dynamic_cast<NASDeviceNode*>(copy))
+    auto* const node = dynamic_cast<NASDeviceNode*>(copy);
+    const bool isSame = node && reachOf(*node) == d->reading.value(id);
+    if (isSame)
         take(read.answer, read.login, *node);
     db->endUpdateNode(copy);
     if (self)
-        endRead(id, QString());
+        endRead(id, isSame ? QString() : tr("The storage's address or login changed meanwhile."));
 }
 
 void NASDriver::endRead(const NodeID& id, const QString& error)
 {
     d->done.remove(id);
-    d->reading.remove(id);
-    QMetaObject::invokeMethod(
-        this, [this, id] { readIfNew(id); }, Qt::QueuedConnection);
+    if (d->reading.remove(id) == 0)
+        return; // the database ended meanwhile
+    if (!error.isEmpty())
+        logLine(Log::eSurvived, "Shares are not read: ", error);
+    readLater(id);
     emit readFinished(id, error);
 }
 

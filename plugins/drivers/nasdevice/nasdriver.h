@@ -22,12 +22,16 @@ struct StorageRead;
  * not answer within 2 s is not ours.
  *
  * A storage is read with the login that the node has for the active user, never with the global
- * one: when readDevice() asks for it, when a node is made that has a login, and when the connection
- * data of a node with a login changed since it was last tried. What is found out: the shares, the
+ * one: when readDevice() asks for it, when a hint with a login made the node, and when the active
+ * user's own login of a node got another name or password. A device that has another address or
+ * port, because a hint, a person or another environment says so, waits for readDevice(): whoever
+ * takes over a name or a MAC is sent no login by itself. So does a login given before such a move
+ * and not tried yet, and one that another active user has. What is found out: the shares, the
  * rights on them of each local user whose password is known, the login's among them, and how large
  * the file systems are. A right that the device neither grants nor refuses stays as it was. Reads
- * follow each other, each at most 10 s. One that fails changes nothing and leaves a level 2 line.
- * One whose node is being edited waits for the end of the edit.
+ * follow each other, each at most 10 s. One that fails changes nothing and leaves a level 2 line;
+ * so does one whose node got another address, port or login meanwhile. One whose node is being
+ * edited waits for the end of the edit.
  *
  * Options: "nasdevice/timeout" is how long a read may take in s, 1 to 10. "nasdevice/writeTest" is
  * "create" when an empty file may be made, and deleted at once, where nothing else tells whether a
@@ -68,7 +72,8 @@ private:
 
     void startWaitingProbes();
     void watch(NodeDB* db);
-    void readIfNew(const NodeID& id);
+    void see(const NodeID& id);
+    void readLater(const NodeID& id);
     void takeRead(const StorageRead& read, const ShareAnswer& answer, const QString& error);
     void putIntoNode(const NodeID& id);
     void endRead(const NodeID& id, const QString& error);

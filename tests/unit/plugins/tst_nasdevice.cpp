@@ -32,16 +32,20 @@ constexpr int k_bound = 10000; ///< ms; far more than a probe may take
 class Peer : public QTcpServer
 {
 public:
-    explicit Peer(const QByteArray& answer)
+    explicit Peer(
+        const QByteArray& answer, const QString& address = text("127.0.0.1"), bool hangsUp = false)
     {
-        listen(QHostAddress(QHostAddress::LocalHost));
-        QObject::connect(this, &QTcpServer::newConnection, this, [this, answer] {
+        listen(QHostAddress(address));
+        QObject::connect(this, &QTcpServer::newConnection, this, [this, answer, hangsUp] {
             QTcpSocket* const visitor = nextPendingConnection();
             ++visits;
-            QObject::connect(visitor, &QTcpSocket::readyRead, this, [this, visitor, answer] {
-                heard += visitor->readAll();
-                visitor->write(answer);
-            });
+            QObject::connect(
+                visitor, &QTcpSocket::readyRead, this, [this, visitor, answer, hangsUp] {
+                    heard += visitor->readAll();
+                    visitor->write(answer);
+                    if (hangsUp)
+                        visitor->disconnectFromHost();
+                });
             QObject::connect(visitor, &QTcpSocket::disconnected, this, [this] { ++gone; });
         });
     }
@@ -108,11 +112,18 @@ private slots:
     void choosesShares();
     void countsFileSystemsOnce();
     void takesTheNewerPassword();
+    void sendsNoLoginAfterAMove_data();
+    void sendsNoLoginAfterAMove();
 
 private:
     /** Probes one hint by itself and returns the answer; 0 when none came. */
     int rankOf(const NodeHint& hint);
     tqm::smart<const NASDeviceNode> insert(const NodeHint& hint);
+    void setLogin(const NodeID& id);
+    void storeAndLoad();
+
+    /** Returns whether a read ends that was asked for, or begins by itself when `isBegun`. */
+    bool reads(const NodeID& id, bool isBegun = false);
 
     std::unique_ptr<tst::Database> m_fixture;
     tqm::smart<INodeDriverComponent> m_driver;
@@ -146,6 +157,36 @@ int TestNASDevice::rankOf(const NodeHint& hint)
 tqm::smart<const NASDeviceNode> TestNASDevice::insert(const NodeHint& hint)
 {
     return m_fixture->db->node(m_driver->createNodeFromHint(hint));
+}
+
+void TestNASDevice::setLogin(const NodeID& id)
+{
+    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
+    copy->setUser(text("anna"), text("secret"));
+    m_fixture->db->endUpdateNode(copy);
+}
+
+void TestNASDevice::storeAndLoad()
+{
+    MemoryDestination store;
+    m_fixture->db->save(&store, false);
+    cleanup();
+    init();
+    m_fixture->db->load(&store);
+}
+
+bool TestNASDevice::reads(const NodeID& id, bool isBegun)
+{
+    auto* const reader = dynamic_cast<IDeviceReader*>(m_driver.get());
+    const QtSignal signal = reader->readFinishedSignal();
+    QSignalSpy spy(signal.sender(), signal.signature().constData());
+    if (!isBegun && !reader->readDevice(id).isEmpty())
+        return false;
+    while (spy.isEmpty() || spy.last().first().toString() != id) {
+        if (!spy.wait(k_bound))
+            return false;
+    }
+    return true;
 }
 
 void TestNASDevice::ranksServers_data()
@@ -298,12 +339,8 @@ void TestNASDevice::keepsItselfInAStore()
     copy->addShare(text("records"), QString(), text("/records"));
     copy->setAccessRights(text("records"), text("anna"), NASDeviceNode::eReadOnlyAccess);
     m_fixture->db->endUpdateNode(copy);
-    MemoryDestination store;
-    m_fixture->db->save(&store, false);
     const NodeID id = made->id();
-    cleanup();
-    init();
-    m_fixture->db->load(&store);
+    storeAndLoad();
     const tqm::smart<const NASDeviceNode> node = m_fixture->db->node(id);
     QVERIFY(!node.null());
     QCOMPARE(node->shareUrl(text("records")), text("smb://127.0.0.1:4455/records"));
@@ -370,6 +407,56 @@ void TestNASDevice::takesTheNewerPassword()
     QCOMPARE(node.localUser(text("anna")), UserAndPassword(text("anna"), text("new"), false));
     QCOMPARE(node.localUser(text("ben")), UserAndPassword(text("ben"), text("new"), true));
     QCOMPARE(node.usersWithFullAccess(text("records")).first().password, text("new"));
+}
+
+void TestNASDevice::sendsNoLoginAfterAMove_data()
+{
+    // l: a login is given, v: it is tried, r: that ends, s: store and load, m: the device moves,
+    // U, u: another active user comes and goes
+    QTest::addColumn<QByteArray>("steps");
+    QTest::newRow("after a read") << QByteArray("lrm");
+    QTest::newRow("before a read") << QByteArray("lm");
+    QTest::newRow("during a read") << QByteArray("lvm");
+    QTest::newRow("from a store") << QByteArray("lrsm");
+    QTest::newRow("another user's login") << QByteArray("UlrumU");
+}
+
+void TestNASDevice::sendsNoLoginAfterAMove()
+{
+    QFETCH(QByteArray, steps);
+    const Peer before({}, text("127.0.0.1"), true);
+    const Peer after({}, text("127.0.0.2"), true);
+    const Peer other({}, text("127.0.0.1"), true);
+    SServiceInfo info = record("_smb._tcp", before.serverPort());
+    info.fullName = text("Barn._smb._tcp.local.");
+    info.address = text("127.0.0.1");
+    const NodeID id = m_driver->createNodeFromHint(NodeHintFromBonjour(info));
+    info.address = text("127.0.0.2");
+    info.port = after.serverPort();
+    for (const char step : steps) {
+        if (step == 'l')
+            setLogin(id);
+        else if (step == 'v')
+            QTRY_VERIFY_WITH_TIMEOUT(before.visits > 0, k_bound);
+        else if (step == 'r')
+            QVERIFY(reads(id, true));
+        else if (step == 's')
+            storeAndLoad();
+        else if (step == 'm')
+            m_fixture->db->nodeHintChanged(NodeHintFromBonjour(info));
+        else
+            m_fixture->db->setActiveUser(step == 'U' ? text("clerk") : QString());
+    }
+    const tqm::smart<const NASDeviceNode> node = m_fixture->db->node(id);
+    QCOMPARE(node->hostAddress(), info.address);
+    QCOMPARE(node->user(false), text("anna"));
+    const NodeID next = m_driver->createNodeFromHint(entered(other.serverPort()));
+    setLogin(next);
+    QVERIFY(reads(next, true));
+    QVERIFY(reads(next)); // they follow each other: every earlier one is over
+    QCOMPARE(after.visits, 0);
+    QVERIFY(reads(id)); // asked for
+    QVERIFY(after.visits > 0);
 }
 
 QTEST_GUILESS_MAIN(TestNASDevice)

@@ -86,6 +86,8 @@ private slots:
     void createsOnlyWhenAllowed();
     void leavesTheNodeAloneWhenRefused();
     void givesUpOnSilence();
+    void dropsTheAnswerOfAnotherDevice();
+    void dropsTheAnswerToAnotherLogin();
     void survivesConnectionsThatBreak();
     void readsByItselfWhenALoginIsSet();
     void waitsForTheEndOfAnEdit();
@@ -343,6 +345,36 @@ void TestNASShares::givesUpOnSilence()
     Loader::instance().setOption(text("nasdevice/timeout"), QString());
     QCOMPARE(read(id), QString());
     QVERIFY(m_ended->isEmpty());
+}
+
+void TestNASShares::dropsTheAnswerOfAnotherDevice()
+{
+    m_server->send(SIGSTOP);
+    const NodeID id = insert(text("anna"), k_annas);
+    QCOMPARE(m_reader->readDevice(id), QString());
+    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
+    copy->setHostAddress(text("192.0.2.1"));
+    m_fixture->db->endUpdateNode(copy);
+    m_server->send(SIGCONT);
+    QCOMPARE(nextError(), text("The storage's address or login changed meanwhile."));
+    QCOMPARE(node(id)->shareNames(), QStringList());
+    QCOMPARE(node(id)->userNames(), QStringList());
+    QCOMPARE(m_fixture->log.linesWith(text("changed meanwhile")).size(), 1);
+}
+
+void TestNASShares::dropsTheAnswerToAnotherLogin()
+{
+    m_server->send(SIGSTOP);
+    const NodeID id = insert(text("anna"), k_annas);
+    QCOMPARE(m_reader->readDevice(id), QString());
+    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
+    copy->setUser(text("ben"), k_bens);
+    m_fixture->db->endUpdateNode(copy);
+    m_server->send(SIGCONT);
+    QCOMPARE(nextError(), text("The storage's address or login changed meanwhile."));
+    QCOMPARE(nextError(), QString()); // with ben's
+    QCOMPARE(node(id)->userNames(), QStringList{ text("ben") });
+    QCOMPARE(node(id)->shareNames().size(), 4);
 }
 
 void TestNASShares::survivesConnectionsThatBreak()
