@@ -35,10 +35,10 @@ const char* DeviceTable::feedNew(
 {
     const bool isGone = m_devices.contains(said.endpoint);
     const bool hasPlace = isGone || m_questions.count(said.endpoint) != 0;
-    if (!hasPlace && std::size_t(m_devices.size()) + m_questions.size() >= k_mostDevices)
-        return "too many devices";
     if (!hasPlace && countOf(sender.address) >= k_mostOfSender)
         return "too many devices of one sender";
+    if (!hasPlace && !makeRoom(sender.address))
+        return "too many devices";
     if (!places.isEmpty() && !isGone) {
         introduce(said, sender.address, places.first(), now);
         return nullptr;
@@ -49,6 +49,24 @@ const char* DeviceTable::feedNew(
     else if (sender.isItself)
         otherwise = ServicePlace{ sender.address, ServicePlace().port, false, QString() };
     return ask(said, sender.address, otherwise);
+}
+
+bool DeviceTable::makeRoom(const QHostAddress& sender)
+{
+    if (std::size_t(m_devices.size()) + m_questions.size() < k_mostDevices)
+        return true;
+    const auto most = std::max_element(m_perSender.cbegin(), m_perSender.cend());
+    // One more than the newcomer will have: so nobody takes turns in making others go.
+    if (most == m_perSender.cend() || *most <= countOf(sender) + 1)
+        return false;
+    auto newest = m_devices.cend();
+    for (auto each = m_devices.cbegin(); each != m_devices.cend(); ++each) {
+        const bool isNewer = newest == m_devices.cend() || each->since > newest->since;
+        if (each->sender == most.key() && isNewer)
+            newest = each;
+    }
+    forget(QString(newest.key()));
+    return true;
 }
 
 const char* DeviceTable::feedKnown(Device& device, const WsDevice& said, const QHostAddress& sender,

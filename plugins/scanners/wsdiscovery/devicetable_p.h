@@ -23,7 +23,9 @@ namespace tq {
  * or gone and says something else again is asked first: so there is no more than one event in 1.5 s
  * of each device, besides its going.
  *
- * Whatever strangers say, it keeps at most 4096 devices, 64 of one sender, and 256 questions.
+ * Whatever strangers say, it keeps at most 4096 devices, 64 of one sender, and 256 questions. When
+ * it is full, the newest device of the sender that has most makes way, untold, for one of a sender
+ * that has fewer: many who lie do not keep an honest one out.
  *
  * Knows neither sockets nor clocks: times are monotonic ms, and questions are for the caller to
  * ask.
@@ -100,6 +102,7 @@ private:
     static Device updated(Device device, const WsDevice& said, const ServicePlace& place);
     void replace(Device& device, const QString& endpoint, const Device& newer, qint64 now);
     void settle(const Question& question, qint64 now);
+    bool makeRoom(const QHostAddress& sender);
     void forget(const QString& endpoint);
     void forgetGone(qint64 now);
     void countSender(const QHostAddress& sender, int change);

@@ -348,16 +348,17 @@ void TestWsDiscovery::keepsNoMoreThanItsBounds()
     QCOMPARE(table.takeQuestions(1000, 0).size(), 256);
     for (int i = 2000; i < 9000; ++i)
         taken += feed(i, quint32(i), "http://10.9.0.2/") ? 0 : 1;
-    QCOMPARE(taken, 4096);
+    // Of him who had most, all but one made way; of those who have one each, nobody does.
+    QCOMPARE(taken, 4096 + 63);
     table.advance(10000);
-    QCOMPARE(table.takeEvents().size(), 4096);
+    QCOMPARE(table.takeEvents().size(), 4096 + 63);
     QVERIFY(!table.isWaiting());
 
     // Room that is given back is there for others, and of the same sender.
     QVERIFY(feed(9000, 9000, "http://10.9.0.2/"));
-    const QHostAddress sender(QStringLiteral("10.9.0.2"));
-    QVERIFY(!table.dismiss(QStringLiteral("0"), sender, 0));
-    QVERIFY(feed(9000, 2, "http://10.9.0.2/"));
+    const QHostAddress sender(0x0a090000u + 3000);
+    QVERIFY(!table.dismiss(QStringLiteral("3000"), sender, 0));
+    QVERIFY(feed(9000, 3000, "http://10.9.0.2/"));
     QVERIFY(!table.feed({ QStringLiteral("a"), {}, {}, {} }, { sender, true }, 10000));
 }
 
