@@ -50,9 +50,12 @@ struct AvahiWatch
     const int fd;
 
 private:
+    /** Returns one that is off: a descriptor may have several watches, and of each type the last
+     * notifier that was on, even for a moment, displaces the others. */
     QSocketNotifier* listen(QSocketNotifier::Type type, QObject* owner)
     {
-        auto* const notifier = new QSocketNotifier(fd, type, owner);
+        auto* const notifier = new QSocketNotifier(type, owner);
+        notifier->setSocket(fd);
         QObject::connect(notifier, &QSocketNotifier::activated, notifier, [this] {
             const AvahiWatchEvent events = happened();
             if (events != 0)
