@@ -58,6 +58,7 @@ void WsWatch::probe(int seconds)
 
 void WsWatch::stop()
 {
+    ++m_run;
     m_isRunning = false;
     for (QTimer* const timer : { &m_soonTimer, &m_probeTimer, &m_interfaceTimer, &m_questionTimer })
         timer->stop();
@@ -155,10 +156,11 @@ const char* WsWatch::feed(const QList<WsDevice>& devices, const QHostAddress& se
 void WsWatch::deliver()
 {
     const QPointer<WsWatch> self(this);
+    const int run = m_run;
     const QList<DeviceTable::Event> events = m_table.takeEvents();
     for (const DeviceTable::Event& event : events) {
         emit happened(event);
-        if (!self || !m_isRunning)
+        if (!self || m_run != run)
             return;
     }
     if (!m_table.isWaiting())

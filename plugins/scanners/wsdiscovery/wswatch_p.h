@@ -65,6 +65,7 @@ private:
     QStringList m_probes; ///< ids of the last ones
     QList<std::pair<QString, QString>> m_resolves; ///< ids and endpoints of the last ones
     bool m_isRunning = false;
+    int m_run = 0; ///< counts starts and stops
 };
 
 } // namespace tq

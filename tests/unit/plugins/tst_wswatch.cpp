@@ -62,6 +62,16 @@ QByteArray match(const QByteArray& kind, const QByteArray& id, const QByteArray&
             + "Match></" + kind + "Matches>");
 }
 
+/** One message of several devices, each with its address. */
+QByteArray matches(const QByteArray& id, const QList<QByteArray>& endpoints)
+{
+    QByteArray content;
+    for (const QByteArray& endpoint : endpoints)
+        content += "<ProbeMatch>" + device(endpoint, "http://127.0.0.2/") + "</ProbeMatch>";
+    return envelope(
+        "<a:RelatesTo>" + id + "</a:RelatesTo>", "<ProbeMatches>" + content + "</ProbeMatches>");
+}
+
 qint64 largestMemory() // KiB
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -149,6 +159,7 @@ private slots:
     void listensToComingAndGoing();
     void leavesOtherEventsTheirTurn();
     void mayBeStoppedAndDeletedFromItsSignal();
+    void mayBeStartedOverFromItsSignal();
     void outlivesAFlood();
 
 private:
@@ -288,6 +299,27 @@ void TestWsWatch::mayBeStoppedAndDeletedFromItsSignal()
         m_peer->send(match("Probe", m_peer->probe, endpoint, "http://127.0.0.2/"));
     QTRY_VERIFY(!m_watch);
     QCOMPARE(m_told.size(), 2);
+}
+
+void TestWsWatch::mayBeStartedOverFromItsSignal()
+{
+    ask();
+    bool isStarted = false;
+    const auto connection = QObject::connect(m_watch.get(), &WsWatch::happened, this,
+        [&] { isStarted = m_watch->start({ loopback().name() }); });
+    // Both are to be told in one go.
+    m_peer->send(matches(m_peer->probe, { "urn:a", "urn:b" }));
+    QTRY_COMPARE(m_told, QStringList(QStringLiteral("0 urn:a 127.0.0.2:80")));
+    QVERIFY(isStarted);
+
+    // Nothing of what was there before is known or told any more.
+    QObject::disconnect(connection);
+    m_told.clear();
+    m_peer->heard.clear();
+    ask();
+    m_peer->send(matches(m_peer->probe, { "urn:b", "urn:a" }));
+    QTRY_COMPARE(m_told.size(), 2);
+    QCOMPARE(m_told.first(), QStringLiteral("0 urn:b 127.0.0.2:80"));
 }
 
 void TestWsWatch::outlivesAFlood()
