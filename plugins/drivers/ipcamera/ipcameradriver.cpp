@@ -9,6 +9,7 @@
 #include "drivers/ipcamera/knownmac_p.h"
 #include "drivers/ipcamera/weburl_p.h"
 #include "parts/devicehints.h"
+#include "parts/probequeue.h"
 
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
@@ -19,7 +20,6 @@
 #include <QCache>
 #include <QNetworkProxy>
 #include <QPointer>
-#include <QQueue>
 
 namespace tq {
 
@@ -30,16 +30,7 @@ constexpr int k_onvifRank = 10;
 constexpr int k_cameraRank = 20;
 constexpr int k_webRank = 50;
 constexpr int k_notOurs = -1;
-constexpr int k_mostOpen = 64; ///< probes at a time; each may hold three sockets
 constexpr int k_mostRemembered = 1024;
-
-/** A probe that waits for its turn. */
-struct Request
-{
-    int id;
-    QString key;
-    DeviceProbe::Target target;
-};
 
 /** Under what the answer of a device is kept: a device entered with a port is that port's. */
 QString keyOf(const HintFacts& facts)
@@ -129,8 +120,7 @@ struct IPCameraDriver::Private
     // database keeps the loader's handle as long as it takes answers; so this one owns nothing, or
     // the driver would keep itself alive.
     tqm::smart<INodeDriverComponent> self;
-    QQueue<Request> waiting;
-    int open = 0;
+    ProbeQueue probes;
     QCache<QString, DeviceAnswer> answers{ k_mostRemembered };
     DeviceReads reads;
 };
@@ -185,31 +175,22 @@ int IPCameraDriver::probe(int requestId, const NodeHint& hint)
         return k_notOurs;
     const DeviceProbe::Target target{ facts.address, facts.endpoints, serviceOf(facts),
         proxyOf(hint), loginOf(hint) };
-    d->waiting.enqueue({ requestId, keyOf(facts), target });
-    startWaitingProbes();
-    return 0;
-}
-
-void IPCameraDriver::startWaitingProbes()
-{
-    while (!d->waiting.isEmpty() && d->open < k_mostOpen) {
-        const Request request = d->waiting.dequeue();
-        auto* const device = new DeviceProbe(request.target, this);
-        const auto take = [this, device, id = request.id, key = request.key](const auto& answer) {
+    const auto start = [this, requestId, key = keyOf(facts), target] {
+        auto* const device = new DeviceProbe(target, this);
+        const auto take = [this, device, requestId, key](const auto& answer) {
             device->deleteLater();
-            endProbe(id, answer ? d->take(key, *answer) : k_notOurs);
+            endProbe(requestId, answer ? d->take(key, *answer) : k_notOurs);
         };
         // Queued: a slot of ours may end this driver, and no socket may stand in its signal then.
         QObject::connect(device, &DeviceProbe::finished, this, take, Qt::QueuedConnection);
-        ++d->open;
         device->start();
-    }
+    };
+    return d->probes.add(start) ? 0 : k_notOurs;
 }
 
 void IPCameraDriver::endProbe(int requestId, int rank)
 {
-    --d->open;
-    startWaitingProbes();
+    d->probes.ended();
     emit probeFinished(requestId, d->self, rank);
 }
 

@@ -57,7 +57,6 @@ signals:
 private:
     struct Private;
 
-    void startWaitingProbes();
     void endProbe(int requestId, int rank);
     void readLater(const NodeID& id);
 

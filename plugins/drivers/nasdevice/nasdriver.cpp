@@ -7,6 +7,7 @@
 #include "drivers/nasdevice/storagereads_p.h"
 #include "parts/devicehints.h"
 #include "parts/nasnode.h"
+#include "parts/probequeue.h"
 
 #include "discovery/nodehintipdevice.h"
 #include "nodestore/nodedb.h"
@@ -16,7 +17,6 @@
 
 #include <QHash>
 #include <QPointer>
-#include <QQueue>
 #include <QThread>
 #include <QUrl>
 
@@ -30,17 +30,8 @@ namespace {
 constexpr int k_priority = 10;
 constexpr int k_rank = 30;
 constexpr int k_notOurs = -1;
-constexpr int k_mostOpen = 64; ///< probes at a time
 constexpr int k_longestRead = 10; ///< s
 constexpr int k_second = 1000; ///< ms
-
-/** A probe that waits for its turn. */
-struct Request
-{
-    int id;
-    QString host;
-    quint16 port;
-};
 
 bool isUsable(const QString& host)
 {
@@ -101,8 +92,7 @@ struct NASDriver::Private
     // What answers carry: the signal's form asks for a handle. It owns nothing, or the driver would
     // keep itself alive.
     tqm::smart<INodeDriverComponent> self;
-    QQueue<Request> waiting;
-    int open = 0;
+    ProbeQueue probes;
     StorageReads* reads; ///< a child
     QPointer<NodeDB> db;
     QHash<NodeID, QByteArray> reading; ///< how each was reached when its read was asked for
@@ -168,27 +158,18 @@ int NASDriver::probe(int requestId, const NodeHint& hint)
     const bool isOther = hint.nodeType() != eAnyNodeType && hint.nodeType() != eNetworkStorageNode;
     if (isOther || !isUsable(host))
         return k_notOurs;
-    d->waiting.enqueue({ requestId, host, quint16(smbPortOf(hint)) });
-    startWaitingProbes();
-    return 0;
-}
-
-void NASDriver::startWaitingProbes()
-{
-    while (!d->waiting.isEmpty() && d->open < k_mostOpen) {
-        const Request request = d->waiting.dequeue();
-        auto* const probe = new SmbProbe(request.host, request.port, this);
-        const auto end = [this, probe, id = request.id](bool isServer) {
+    const auto start = [this, requestId, host, port = quint16(smbPortOf(hint))] {
+        auto* const probe = new SmbProbe(host, port, this);
+        const auto end = [this, probe, requestId](bool isServer) {
             probe->deleteLater();
-            --d->open;
-            startWaitingProbes();
-            emit probeFinished(id, d->self, isServer ? k_rank : k_notOurs);
+            d->probes.ended();
+            emit probeFinished(requestId, d->self, isServer ? k_rank : k_notOurs);
         };
         // Queued: a slot of ours may end this driver, and no socket may stand in its signal then.
         QObject::connect(probe, &SmbProbe::finished, this, end, Qt::QueuedConnection);
-        ++d->open;
         probe->start();
-    }
+    };
+    return d->probes.add(start) ? 0 : k_notOurs;
 }
 
 NodeID NASDriver::createNodeFromHint(const NodeHint& hint)

@@ -70,7 +70,6 @@ signals:
 private:
     struct Private;
 
-    void startWaitingProbes();
     void watch(NodeDB* db);
     void see(const NodeID& id);
     void readLater(const NodeID& id);

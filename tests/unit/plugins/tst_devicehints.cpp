@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "parts/devicehints.h"
 #include "parts/nasnode.h"
+#include "parts/probequeue.h"
 
 #include "discovery/nodehintfromarp.h"
 #include "discovery/nodehintfrombonjour.h"
@@ -72,6 +73,7 @@ private slots:
     void scannersThatMeetADeviceAtOnceMakeOneNode();
     void idsAndNames();
     void aLoginThatIsNotStoredIsNoStoredLocalUser();
+    void probesWaitForTheirTurnButNotWithoutEnd();
 };
 
 void TestDeviceHints::recognisesByMacElseAddressElseService()
@@ -207,6 +209,23 @@ void TestDeviceHints::aLoginThatIsNotStoredIsNoStoredLocalUser()
     node.localUser(text("anna")).savePassword = true;
     node.setSavePassword(false);
     QVERIFY(!node.localUser(text("anna")).savePassword);
+}
+
+void TestDeviceHints::probesWaitForTheirTurnButNotWithoutEnd()
+{
+    const tst::LogCapture log;
+    ProbeQueue queue;
+    int started = 0;
+    const int most = ProbeQueue::k_mostOpen + int(ProbeQueue::k_mostWaiting);
+    for (int i = 0; i < most; ++i)
+        QVERIFY(queue.add([&] { ++started; }));
+    QCOMPARE(started, ProbeQueue::k_mostOpen);
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(!queue.add([&] { QFAIL("was refused"); }));
+    QCOMPARE(log.lines().size(), 1);
+    for (int i = 0; i < most; ++i)
+        queue.ended();
+    QCOMPARE(started, most);
 }
 
 QTEST_GUILESS_MAIN(TestDeviceHints)
