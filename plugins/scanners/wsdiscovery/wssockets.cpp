@@ -12,6 +12,9 @@
 
 #include <utility>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 namespace tq {
 
 namespace {
@@ -30,6 +33,17 @@ QNetworkAddressEntry ipv4Of(const QNetworkInterface& interface)
             return entry;
     }
     return {};
+}
+
+/** Sets an option of the group for the interface of that index. Qt itself would name it by its
+ * address, which others may have as well, and which may have changed since. */
+bool setGroup(const QUdpSocket& socket, int option, int index)
+{
+    ip_mreqn request{};
+    request.imr_multiaddr.s_addr = htonl(k_group.toIPv4Address());
+    request.imr_ifindex = index;
+    const auto descriptor = int(socket.socketDescriptor());
+    return ::setsockopt(descriptor, IPPROTO_IP, option, &request, sizeof(request)) == 0;
 }
 
 } // namespace
@@ -58,7 +72,7 @@ bool WsSockets::open(const QStringList& interfaces)
 void WsSockets::close()
 {
     ++m_opening;
-    for (const auto& [address, voice] : m_voices)
+    for (const auto& [place, voice] : m_voices)
         drop(voice.socket);
     m_voices.clear();
     m_subnets.clear();
@@ -96,8 +110,7 @@ bool WsSockets::refresh()
 {
     if (!m_ear)
         return false;
-    auto old = m_voices;
-    bool hasGrown = false;
+    std::map<Place, QNetworkInterface> places;
     m_subnets.clear();
     const auto interfaces = QNetworkInterface::allInterfaces();
     for (const QNetworkInterface& interface : interfaces) {
@@ -107,47 +120,38 @@ bool WsSockets::refresh()
         const auto entries = interface.addressEntries();
         for (const QNetworkAddressEntry& entry : entries)
             m_subnets.append({ entry.ip(), entry.prefixLength() });
-        const auto known = old.find(address.toString());
-        const bool isKnown =
-            known != old.end() && known->second.interface.index() == interface.index();
-        if (isKnown) {
-            old.erase(known);
-            continue;
-        }
-        remove(address);
-        old.erase(address.toString());
-        add(interface, address);
-        hasGrown = true;
+        places.emplace(Place(interface.index(), address.toString()), interface);
     }
-    for (const auto& [address, voice] : old)
-        remove(QHostAddress(address));
-    return hasGrown;
+    // What has gone goes first: an interface is in the group once, whatever its address.
+    for (auto next = m_voices.begin(); next != m_voices.end();) {
+        const auto current = next++;
+        if (places.erase(current->first) == 0)
+            remove(current->first);
+    }
+    for (const auto& [place, interface] : places)
+        add(place, interface);
+    return !places.empty();
 }
 
-void WsSockets::add(const QNetworkInterface& interface, const QHostAddress& address)
+void WsSockets::add(const Place& place, const QNetworkInterface& interface)
 {
     Voice voice{ interface, makeSocket(), false };
-    const bool isReady = voice.socket->bind(address, 0);
-    if (isReady) {
-        voice.socket->setMulticastInterface(interface);
-        voice.socket->setSocketOption(QAbstractSocket::MulticastTtlOption, k_hops);
-    }
-    // One who was connected anew has left the group with the old interface, or is still in it.
-    m_ear->leaveMulticastGroup(k_group, interface);
-    if (!isReady || !m_ear->joinMulticastGroup(k_group, interface)) {
-        logLine(Log::eSurvived, "WS-Discovery: ", interface.name(), " cannot be used as wanted: ",
-            isReady ? m_ear->errorString() : voice.socket->errorString());
+    const bool isReady = voice.socket->bind(QHostAddress(place.second), 0);
+    if (!isReady || !setGroup(*voice.socket, IP_MULTICAST_IF, place.first)
+        || !setGroup(*m_ear, IP_ADD_MEMBERSHIP, place.first)) {
+        const QString reason = isReady ? qt_error_string() : voice.socket->errorString();
+        logLine(Log::eSurvived, "WS-Discovery: ", interface.name(),
+            " cannot be used as wanted: ", reason);
         voice.hasFailed = true;
     }
-    m_voices.emplace(address.toString(), voice);
+    voice.socket->setSocketOption(QAbstractSocket::MulticastTtlOption, k_hops);
+    m_voices.emplace(place, voice);
 }
 
-void WsSockets::remove(const QHostAddress& address)
+void WsSockets::remove(const Place& place)
 {
-    const auto found = m_voices.find(address.toString());
-    if (found == m_voices.end())
-        return;
-    m_ear->leaveMulticastGroup(k_group, found->second.interface);
+    const auto found = m_voices.find(place);
+    setGroup(*m_ear, IP_DROP_MEMBERSHIP, place.first);
     drop(found->second.socket);
     m_voices.erase(found);
 }
@@ -164,7 +168,7 @@ void WsSockets::send(const QByteArray& message)
 
 void WsSockets::sendNow(const QByteArray& message)
 {
-    for (auto& [address, voice] : m_voices) {
+    for (auto& [place, voice] : m_voices) {
         const bool hasFailed = voice.socket->writeDatagram(message, k_group, m_port) < 0;
         if (hasFailed && !std::exchange(voice.hasFailed, true))
             logLine(Log::eSurvived, "WS-Discovery: nothing can be sent on ", voice.interface.name(),

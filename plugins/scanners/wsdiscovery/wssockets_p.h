@@ -9,6 +9,7 @@
 #include <QObject>
 
 #include <map>
+#include <utility>
 
 class QUdpSocket;
 
@@ -53,6 +54,9 @@ signals:
     void received(const QNetworkDatagram& datagram, bool isToGroup);
 
 private:
+    /** An interface by its index, and its address: neither alone tells a change of the other. */
+    using Place = std::pair<int, QString>;
+
     struct Voice
     {
         QNetworkInterface interface;
@@ -61,8 +65,8 @@ private:
     };
 
     bool isFit(const QNetworkInterface& interface) const;
-    void add(const QNetworkInterface& interface, const QHostAddress& address);
-    void remove(const QHostAddress& address);
+    void add(const Place& place, const QNetworkInterface& interface);
+    void remove(const Place& place);
     void sendNow(const QByteArray& message);
     void read(QUdpSocket* socket);
     QUdpSocket* makeSocket();
@@ -71,7 +75,7 @@ private:
     QStringList m_names;
     quint16 m_port;
     QUdpSocket* m_ear = nullptr; ///< owned
-    std::map<QString, Voice> m_voices; ///< by address
+    std::map<Place, Voice> m_voices;
     QList<Subnet> m_subnets;
     int m_opening = 0; ///< grows when it is closed: what was to be repeated is not
 };
