@@ -46,11 +46,15 @@ publish-hinfo=no
 publish-workstation=no
 )";
 
-void write(const QString& path, const QString& content)
+bool write(const QString& path, const QString& content)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content.toUtf8()) < 0)
-        qFatal("%s cannot be written", qPrintable(path));
+    return file.open(QIODevice::WriteOnly) && file.write(content.toUtf8()) >= 0 && file.flush();
+}
+
+bool isRunning(const std::unique_ptr<QProcess>& process)
+{
+    return process && process->state() == QProcess::Running;
 }
 
 /** A program of the system; daemons are not on every user's path. */
@@ -102,6 +106,8 @@ QString AvahiPeer::busAddress() const
 
 bool AvahiPeer::startBus()
 {
+    if (isRunning(m_bus))
+        return true;
     QFile::remove(m_folder.filePath(text("bus"))); // of one that was killed
     m_bus = run({ programOf(text("dbus-daemon")),
                     text("--config-file=") + m_folder.filePath(text("bus.conf")), text("--nofork"),
@@ -117,6 +123,8 @@ void AvahiPeer::killBus()
 
 bool AvahiPeer::startDaemon()
 {
+    if (isRunning(m_daemon))
+        return true;
     // These folders of the daemon cannot be chosen: each daemon gets its own.
     const QStringList ownFolders{ text("unshare"), text("--mount"), text("sh"), text("-c"),
         text("mount -t tmpfs none /run && mount --bind \"$0\" /etc/avahi/services && exec \"$@\""),
@@ -156,17 +164,19 @@ void AvahiPeer::withdraw(int number)
     kill(m_publications.at(std::size_t(number)));
 }
 
-void AvahiPeer::publishMany(const QStringList& names, const QString& type, quint16 port)
+bool AvahiPeer::publishMany(const QStringList& names, const QString& type, quint16 port)
 {
     QDir folder(m_folder.filePath(text("services")));
     for (const QString& file : folder.entryList(QDir::Files))
         folder.remove(file);
+    bool isWritten = true;
     for (qsizetype i = 0; i < names.size(); ++i)
-        write(folder.filePath(text("%1.service").arg(i)),
+        isWritten &= write(folder.filePath(text("%1.service").arg(i)),
             text("<service-group><name>%1</name><service><type>%2</type><port>%3</port>"
                  "</service></service-group>\n")
                 .arg(names.at(i).toHtmlEscaped(), type)
                 .arg(port));
+    return isWritten;
 }
 
 void AvahiPeer::withdrawAll()
@@ -174,6 +184,7 @@ void AvahiPeer::withdrawAll()
     for (Process& publication : m_publications)
         kill(publication);
     m_publications.clear();
+    publishMany({}, {}, 0);
 }
 
 AvahiPeer::Process AvahiPeer::run(const QStringList& command, const QByteArray& sign)

@@ -17,7 +17,7 @@ namespace tst {
  * in a folder of their own, and all of them end with this object.
  *
  * The daemon needs a mount namespace of its own, so this works inside tools/lab. Functions that
- * start something return whether it runs, having waited until it does.
+ * start something return whether it runs, having waited until it does; what runs is left alone.
  */
 class AvahiPeer
 {
@@ -41,7 +41,7 @@ public:
     void killBus();
     bool startDaemon();
 
-    /** Without a goodbye to anybody. */
+    /** Without a goodbye to anybody; the next one knows nothing of what this one heard. */
     void killDaemon();
 
     /** Publishes a service. Returns its number for withdraw(); -1 when it does not run. */
@@ -50,11 +50,11 @@ public:
 
     /**
      * Publishes a service of each name at once, by the daemon itself, instead of those of the last
-     * call. The daemon notices by and by.
+     * call. The daemon notices by and by. Returns whether the files could be written.
      */
-    void publishMany(const QStringList& names, const QString& type, quint16 port);
+    bool publishMany(const QStringList& names, const QString& type, quint16 port);
 
-    /** Withdraws what publish() published. */
+    /** Withdraws what publish() and publishMany() published. */
     void withdrawAll();
 
     /** Returns what the processes said, for the message of a test that fails. */
