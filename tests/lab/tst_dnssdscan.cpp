@@ -19,6 +19,8 @@ namespace {
 
 constexpr int k_patience = 40000; // ms
 constexpr int k_muchPatience = 120000; // ms
+constexpr char k_addAddresses[] =
+    "ip addr replace 10.78.0.1/24 dev here0 && ip addr replace 10.78.1.1/24 dev here1";
 
 QString text(const char* utf8)
 {
@@ -144,6 +146,7 @@ void TestDnsSdScan::cleanup()
     // Nothing is announced any more, nor known from before.
     m_far->killDaemon();
     m_near->killDaemon();
+    m_network.run(text(k_addAddresses), tst::SecondNetwork::eHere);
 }
 
 void TestDnsSdScan::waitsForTheBusAndTheDaemon()
@@ -210,9 +213,7 @@ void TestDnsSdScan::theFamiliesAreOneHint()
     QVERIFY(m_network.run(text("ip -4 addr flush dev here0 && ip -4 addr flush dev here1"),
         tst::SecondNetwork::eHere));
     QTRY_VERIFY_WITH_TIMEOUT(follower.hints.last().ipVersion == 6, k_patience);
-    QVERIFY(m_network.run(
-        text("ip addr add 10.78.0.1/24 dev here0 && ip addr add 10.78.1.1/24 dev here1"),
-        tst::SecondNetwork::eHere));
+    QVERIFY(m_network.run(text(k_addAddresses), tst::SecondNetwork::eHere));
     QTRY_VERIFY_WITH_TIMEOUT(follower.hints.last().ipVersion == 4, k_patience);
     const SServiceInfo info = follower.hints.last();
     QVERIFY2(info.secondAddress.contains(text("%here")), qPrintable(info.secondAddress));
