@@ -10,6 +10,8 @@ using tst::text;
 
 namespace {
 
+/** Drivers of every type, which ask no device. */
+const QByteArray k_plugins = "--plugins " SIMULATED_FOLDER " ";
 const QByteArray k_canary = "Kanari\xc3\xa4-7261";
 
 /** "name: full | read only" of each share or user, by the name of that member. */
@@ -43,56 +45,48 @@ private slots:
     void passwordsAreKeptOnlyWhereWanted();
     void refusedCallsNameTheValueAndChangeNothing_data();
     void refusedCallsNameTheValueAndChangeNothing();
-    void aDeviceIsReadNow();
 
 private:
-    Run nas(const QByteArray& arguments, const QByteArray& input = QByteArray()) const
+    /** "NAS" stands for the id of the storage. */
+    Run nas(QByteArray arguments, const QByteArray& input = QByteArray()) const
     {
-        return onStore("--plugins " STORAGE_PLUGINS " nas " + arguments, input);
-    }
-    void add(const char* address) const
-    {
-        const QByteArray call = "--plugins " STORAGE_PLUGINS " add --type 4 ";
-        QCOMPARE(onStore(call + address).code, 0);
+        return onStore(k_plugins + "nas " + arguments.replace("NAS", "ip:192.0.2.20:445"), input);
     }
 };
 
 void TestNasCommand::init()
 {
     begin();
-    add("192.0.2.20");
+    QCOMPARE(onStore(k_plugins + "add 192.0.2.20 --type 4").code, 0);
 }
 
 void TestNasCommand::usersSharesAndRightsAreEdited()
 {
-    for (const char* call :
-        { "users 192.0.2.20 add anna", "users 192.0.2.20 add ben", "shares 192.0.2.20 add archive",
-            "shares 192.0.2.20 add records --volume v1 --path /srv/r",
-            "grant 192.0.2.20 records anna full", "grant 192.0.2.20 archive anna read",
-            "grant 192.0.2.20 archive ben full" })
+    for (const char* call : { "users NAS add anna", "users NAS add ben", "shares NAS add archive",
+             "shares NAS add records --volume v1 --path /srv/r", "grant NAS records anna full",
+             "grant NAS archive anna read", "grant NAS archive ben full" })
         QCOMPARE(nas(call).code, 0);
-    QCOMPARE(rights(nas("shares 192.0.2.20"), "Share"),
+    QCOMPARE(rights(nas("shares NAS"), "Share"),
         QStringList({ text("archive: ben|anna"), text("records: anna|") }));
-    const QJsonObject records = nas("shares 192.0.2.20").item(1);
+    const QJsonObject records = nas("shares NAS").item(1);
     QCOMPARE(records[text("Volume")].toString(), text("v1"));
     QCOMPARE(records[text("Path")].toString(), text("/srv/r"));
-    QCOMPARE(rights(nas("users 192.0.2.20"), "User"),
+    QCOMPARE(rights(nas("users NAS"), "User"),
         QStringList({ text("anna: records|archive"), text("ben: archive|") }));
-    QCOMPARE(nas("grant 192.0.2.20 records anna read").code, 0);
-    QCOMPARE(rights(nas("revoke 192.0.2.20 archive ben"), "Share"),
+    QCOMPARE(nas("grant NAS records anna read").code, 0);
+    QCOMPARE(rights(nas("revoke NAS archive ben"), "Share"),
         QStringList({ text("archive: |anna"), text("records: |anna") }));
-    QCOMPARE(rights(nas("shares 192.0.2.20 remove archive"), "Share"),
-        QStringList(text("records: |anna")));
+    QCOMPARE(
+        rights(nas("shares NAS remove archive"), "Share"), QStringList(text("records: |anna")));
 }
 
 void TestNasCommand::rightsGoWithTheirUser()
 {
-    for (const char* call : { "users 192.0.2.20 add anna", "shares 192.0.2.20 add records",
-             "grant 192.0.2.20 records anna full", "users 192.0.2.20 remove anna",
-             "users 192.0.2.20 add anna" })
+    for (const char* call : { "users NAS add anna", "shares NAS add records",
+             "grant NAS records anna full", "users NAS remove anna", "users NAS add anna" })
         QCOMPARE(nas(call).code, 0);
-    QCOMPARE(rights(nas("shares 192.0.2.20"), "Share"), QStringList(text("records: |")));
-    QCOMPARE(rights(nas("users 192.0.2.20"), "User"), QStringList(text("anna: |")));
+    QCOMPARE(rights(nas("shares NAS"), "Share"), QStringList(text("records: |")));
+    QCOMPARE(rights(nas("users NAS"), "User"), QStringList(text("anna: |")));
 }
 
 void TestNasCommand::passwordsAreKeptOnlyWhereWanted()
@@ -101,18 +95,18 @@ void TestNasCommand::passwordsAreKeptOnlyWhereWanted()
         const QByteArray content = tst::contentOf(m_store);
         return content.contains(k_canary.toBase64()) || content.contains(k_canary);
     };
-    QCOMPARE(nas("users 192.0.2.20 add ben --no-save-password", k_canary).code, 0);
-    QCOMPARE(nas("users 192.0.2.20 add eve --no-save-password --password-stdin", k_canary).code, 2);
+    QCOMPARE(nas("users NAS add ben --no-save-password", k_canary).code, 0);
+    QCOMPARE(nas("users NAS add eve --no-save-password --password-stdin", k_canary).code, 2);
     QVERIFY(!isInStore());
-    const Run added = nas("users 192.0.2.20 add anna --password-stdin", k_canary + '\n');
+    const Run added = nas("users NAS add anna --password-stdin", k_canary + '\n');
     QCOMPARE(added.code, 0);
     QVERIFY(isInStore());
-    const Run listed = nas("users 192.0.2.20");
+    const Run listed = nas("users NAS");
     QCOMPARE(listed.item(0)[text("SavePassword")], QJsonValue(false));
     QCOMPARE(listed.item(1)[text("SavePassword")], QJsonValue(true));
     const QByteArray said = added.out + added.error + listed.out + listed.error;
     QVERIFY(!said.contains(k_canary) && !said.contains(k_canary.toBase64()));
-    QCOMPARE(nas("users 192.0.2.20 remove anna").code, 0);
+    QCOMPARE(nas("users NAS remove anna").code, 0);
     QVERIFY(!isInStore());
 }
 
@@ -125,21 +119,21 @@ void TestNasCommand::refusedCallsNameTheValueAndChangeNothing_data()
         QTest::newRow(call) << QByteArray(call) << code << QByteArray(named);
     };
     row("users nobody", 1, "nobody");
-    row("users 192.0.2.20 add anna", 1, "anna");
-    row("users 192.0.2.20 remove eve", 1, "eve");
-    row("users 192.0.2.20 drop anna", 2, "drop");
-    row("users 192.0.2.20 add", 2, "add NAME");
-    row("shares 192.0.2.20 add records", 1, "records");
-    row("shares 192.0.2.20 remove films", 1, "films");
-    row("grant 192.0.2.20 films anna read", 1, "films");
-    row("grant 192.0.2.20 records eve read", 1, "eve");
-    row("grant 192.0.2.20 records anna write", 2, "write");
-    row("revoke 192.0.2.20 films anna", 1, "films");
-    row("revoke 192.0.2.20 records eve", 1, "eve");
-    row("revoke 192.0.2.20 records anna", 1, "anna");
-    row("read 192.0.2.21", 1, "the login was refused");
-    row("read 192.0.2.22", 1, "there is no login");
-    row("paint 192.0.2.20", 2, "paint");
+    row("users NAS add anna", 1, "anna");
+    row("users NAS remove eve", 1, "eve");
+    row("users NAS drop anna", 2, "drop");
+    row("users NAS add", 2, "add NAME");
+    row("shares NAS add records", 1, "records");
+    row("shares NAS remove films", 1, "films");
+    row("grant NAS films anna read", 1, "films");
+    row("grant NAS records eve read", 1, "eve");
+    row("grant NAS records anna write", 2, "write");
+    row("revoke NAS films anna", 1, "films");
+    row("revoke NAS records eve", 1, "eve");
+    row("revoke NAS records anna", 1, "anna");
+    row("shares ip:192.0.2.9:80", 1, "is no network storage");
+    row("read NAS", 1, "cannot read devices");
+    row("paint NAS", 2, "paint");
 }
 
 void TestNasCommand::refusedCallsNameTheValueAndChangeNothing()
@@ -147,30 +141,14 @@ void TestNasCommand::refusedCallsNameTheValueAndChangeNothing()
     QFETCH(QByteArray, call);
     QFETCH(int, code);
     QFETCH(QByteArray, named);
-    add("192.0.2.21");
-    add("192.0.2.22");
-    QCOMPARE(nas("users 192.0.2.20 add anna").code, 0);
-    QCOMPARE(nas("shares 192.0.2.20 add records").code, 0);
+    QCOMPARE(onStore(k_plugins + "add 192.0.2.9 --type 2").code, 0);
+    QCOMPARE(nas("users NAS add anna").code, 0);
+    QCOMPARE(nas("shares NAS add records").code, 0);
     const auto before = hashes();
     const Run run = nas(call);
     QCOMPARE(run.code, code);
     QVERIFY2(run.error.contains(named), run.error);
     QCOMPARE(hashes(), before);
-}
-
-void TestNasCommand::aDeviceIsReadNow()
-{
-    const Run run = nas("read 192.0.2.20");
-    QCOMPARE(run.code, 0);
-    QCOMPARE(rights(run, "Share"), QStringList(text("records: anna|")));
-    QCOMPARE(rights(nas("users 192.0.2.20"), "User"), QStringList(text("anna: records|")));
-
-    // Neither a camera nor a driver that cannot read.
-    begin();
-    QCOMPARE(onStore("add 192.0.2.9 --type 2").code, 0);
-    const Run camera = onStore("nas shares ip:192.0.2.9:80");
-    QCOMPARE(camera.code, 1);
-    QVERIFY(camera.error.contains("is no network storage"));
 }
 
 QTEST_GUILESS_MAIN(TestNasCommand)

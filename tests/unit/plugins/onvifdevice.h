@@ -18,11 +18,11 @@ struct OnvifManner
     QByteArray manufacturer = "Harbour";
     QByteArray model = "Gatekeeper 7";
     QByteArray mac = "02:77:0A:4D:00:0B";
-    QByteArray user; ///< who is told more than the time; empty: anybody
-    QByteArray password;
-    QByteArray challenges; ///< instead of the usual one for a digest: lines of a head
+    QByteArray user = {}; ///< who is told more than the time; empty: anybody
+    QByteArray password = {};
+    QByteArray challenges = {}; ///< instead of the usual one for a digest: lines of a head
     int staleNonces = 0; ///< right logins that are refused for their age
-    QByteArray redirect; ///< where every question is sent on to
+    QByteArray redirect = {}; ///< where every question is sent on to
     bool isSilent = false; ///< to questions
 };
 

@@ -17,6 +17,7 @@
 
 using namespace tq;
 using plugin::Loader;
+using tst::text;
 
 namespace {
 
@@ -26,11 +27,11 @@ constexpr int k_patience = 60000; // ms
 constexpr int k_many = 10000;
 
 /** At 9.25 s a camera of the depot is lost. */
-const QString k_lastOfTheHarbour = QStringLiteral("lost mac:064b57b98f51");
+const QString k_lastOfTheHarbour = text("lost mac:064b57b98f51");
 
 QString option()
 {
-    return QStringLiteral("simulated/site");
+    return text("simulated/site");
 }
 
 QString shipped(const char* name)
@@ -44,13 +45,12 @@ tqm::smart<INodeScanner> scanner()
 }
 
 /** What a database tells of its discovery, in order: "WHAT ID", or "WHAT NAME" without a node. */
-class Story : public QObject
+struct Story : QObject
 {
-public:
     explicit Story(NodeDB* db)
     {
         const auto tell = [this](const char* what, const QString& whom) {
-            m_events.append(QLatin1String(what) + QLatin1Char(' ') + whom);
+            events.append(QLatin1String(what) + QLatin1Char(' ') + whom);
         };
         connect(db, &NodeDB::nodeInserted, this, [=](const auto& id) { tell("new", id); });
         connect(db, &NodeDB::nodeUpdated, this, [=](const auto& id) { tell("changed", id); });
@@ -65,14 +65,7 @@ public:
         });
     }
 
-    QStringList events() const { return m_events; }
-    qsizetype count(const char* what) const
-    {
-        return m_events.filter(QLatin1String(what) + QLatin1Char(' ')).size();
-    }
-
-private:
-    QStringList m_events;
+    QStringList events;
 };
 
 tqm::smart<INodeDriverComponent> driver()
@@ -107,6 +100,20 @@ private slots:
     {
         answers.insert(request, answer);
     }
+};
+
+/** A site that is being simulated, and the database that is told of it. */
+struct Scan
+{
+    explicit Scan(const QString& path, int percent = k_fast)
+    {
+        Loader::instance().setOption(option(), path);
+        fixture.db->startScanners("simulated", 0, percent);
+    }
+
+    tst::Database fixture;
+    NodeDB* const db = fixture.db;
+    const Story story{ db };
 };
 
 } // namespace
@@ -156,7 +163,7 @@ void TestSimulated::cleanup()
 /** Writes a site file and returns its path. */
 QString TestSimulated::site(const QByteArray& devices, int seed)
 {
-    const QString path = m_folder.filePath(QStringLiteral("%1.json").arg(++m_files));
+    const QString path = m_folder.filePath(text("%1.json").arg(++m_files));
     QFile file(path);
     const QByteArray json =
         "{\"seed\": " + QByteArray::number(seed) + ", \"devices\": [" + devices + "]}";
@@ -168,27 +175,23 @@ QString TestSimulated::site(const QByteArray& devices, int seed)
 /** Scans a site until an event happens, and returns all events. */
 QStringList TestSimulated::storyOf(const QString& path, const QString& last, int percent)
 {
-    Loader::instance().setOption(option(), path);
-    const tst::Database fixture;
-    const Story story(fixture.db);
-    fixture.db->startScanners("simulated", 0, percent);
-    [&] { QTRY_VERIFY_WITH_TIMEOUT(story.events().contains(last), k_patience); }();
-    fixture.db->stopScanners("simulated");
-    return story.events();
+    const Scan scan(path, percent);
+    [&] { QTRY_VERIFY_WITH_TIMEOUT(scan.story.events.contains(last), k_patience); }();
+    scan.db->stopScanners("simulated");
+    return scan.story.events;
 }
 
 void TestSimulated::asksAndAnswersAsTheSiteSays_data()
 {
-    const QString gate = QStringLiteral("new mac:020000000001");
-    const QString clock = QStringLiteral("new mac:020000000002");
+    const QString gate = text("new mac:020000000001");
+    const QString clock = text("new mac:020000000002");
     QTest::addColumn<QByteArray>("probe");
     QTest::addColumn<QStringList>("events");
     QTest::newRow("at once") << QByteArray("at once") << QStringList{ gate, clock };
     QTest::newRow("late") << QByteArray("late") << QStringList{ clock, gate };
     QTest::newRow("twice") << QByteArray("twice") << QStringList{ gate, clock };
     QTest::newRow("never") << QByteArray("never") << QStringList{ clock };
-    QTest::newRow("refused") << QByteArray("refused")
-                             << QStringList{ QStringLiteral("refused "), clock };
+    QTest::newRow("refused") << QByteArray("refused") << QStringList{ text("refused "), clock };
 }
 
 void TestSimulated::asksAndAnswersAsTheSiteSays()
@@ -204,7 +207,7 @@ void TestSimulated::asksAndAnswersAsTheSiteSays()
     Loader::instance().setOption(option(), path);
     const QtSignal answered = driver()->probeFinishedSignal();
     QSignalSpy later(answered.sender(), answered.signature());
-    const QString end = QStringLiteral("new mac:020000000003");
+    const QString end = text("new mac:020000000003");
     QCOMPARE(storyOf(path, end), events << end);
     QCOMPARE(later.size(), probe == "late" || probe == "twice" ? 1 : 0);
 }
@@ -223,46 +226,43 @@ void TestSimulated::devicesAppearAsEveryScannerReportsThem()
 {
     QFETCH(const QByteArray, by);
     QFETCH(const int, service);
-    Loader::instance().setOption(option(), site(R"({"name": "gate", "address": "10.77.0.2",
+    const Scan scan(site(R"({"name": "gate", "address": "10.77.0.2",
         "mac": "02:00:00:00:00:01", "answers": "https", "title": "Harbour gate",
         "onvif": {"manufacturer": "Saltmarsh Works", "model": "Heron 4", "firmware": "2.4.0"},
-        "appears": {"by": ")" + by + "\"}}"));
-    const tst::Database fixture;
-    fixture.db->startScanners("simulated", 0, k_fast);
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.db->nodeIdList().size(), 1, k_patience);
-    const auto node = fixture.db->node(QStringLiteral("mac:020000000001"));
+        "appears": {"by": ")"
+        + by + "\"}}"));
+    QTRY_COMPARE_WITH_TIMEOUT(scan.db->nodeIdList().size(), 1, k_patience);
+    const auto node = scan.db->node(text("mac:020000000001"));
     QVERIFY(!node.null());
     QCOMPARE(int(node->creationService()), service);
     QCOMPARE(node->type(), eIPCameraNode);
-    QCOMPARE(node->name(), QStringLiteral("Harbour gate"));
-    QCOMPARE(node->modelInfo(), QStringLiteral("Saltmarsh Works Heron 4"));
-    QCOMPARE(node->softwareVersion(), QStringLiteral("2.4.0"));
+    QCOMPARE(node->name(), text("Harbour gate"));
+    QCOMPARE(node->modelInfo(), text("Saltmarsh Works Heron 4"));
+    QCOMPARE(node->softwareVersion(), text("2.4.0"));
     const tqm::smart<const IPDeviceNode> device = node;
-    QCOMPARE(device->hostAddress(), QStringLiteral("10.77.0.2"));
+    QCOMPARE(device->hostAddress(), text("10.77.0.2"));
     QCOMPARE(device->port(), 443);
     QVERIFY(device->ssl());
 }
 
 void TestSimulated::aDeviceIsMetMovesAndIsLost()
 {
-    const QString id = QStringLiteral(" mac:020000000001");
+    const QString id = text(" mac:020000000001");
     const QString path = site(R"({"name": "gate", "address": "10.77.0.2",
         "mac": "02:00:00:00:00:01", "appears": {"at": 1, "times": 9}, "vanishes": 4, "changes":
         [{"at": 0.5, "address": "10.77.0.7"}, {"at": 2.5, "address": "10.77.0.8"},
          {"at": 5, "address": "10.77.0.9"}]})");
     // The first change is before anybody saw it, the last and six reports after it has gone.
-    const QStringList expected{ QStringLiteral("new"), QStringLiteral("known"),
-        QStringLiteral("changed"), QStringLiteral("known"), QStringLiteral("lost") };
-    QStringList events = storyOf(path, QStringLiteral("lost") + id);
+    const QStringList expected{ text("new"), text("known"), text("changed"), text("known"),
+        text("lost") };
+    QStringList events = storyOf(path, text("lost") + id);
     QCOMPARE(events.replaceInStrings(id, QString()), expected);
 
-    Loader::instance().setOption(option(), path);
-    const tst::Database fixture;
-    QSignalSpy moved(fixture.db, &NodeDB::nodeUpdated);
-    fixture.db->startScanners("simulated", 0, k_fast);
+    const Scan scan(path);
+    QSignalSpy moved(scan.db, &NodeDB::nodeUpdated);
     QVERIFY(moved.wait(k_patience));
-    const tqm::smart<const IPDeviceNode> device = fixture.db->node(id.trimmed());
-    QCOMPARE(device->hostAddress(), QStringLiteral("10.77.0.8"));
+    const tqm::smart<const IPDeviceNode> device = scan.db->node(id.trimmed());
+    QCOMPARE(device->hostAddress(), text("10.77.0.8"));
 }
 
 void TestSimulated::foldersAndStrangersHaveTypedHints()
@@ -272,43 +272,36 @@ void TestSimulated::foldersAndStrangersHaveTypedHints()
          "title": "Tapes", "appears": {"at": 0}},
         {"name": "mast", "kind": "other", "address": "10.77.0.3", "title": "Mast",
          "appears": {"by": "ipdevice", "at": 1}})");
-    Loader::instance().setOption(option(), path);
-    const tst::Database fixture;
-    const Story story(fixture.db);
-    fixture.db->startScanners("simulated", 0, k_fast);
-    const QStringList expected{ QStringLiteral("new rec:mac:020000000001"),
-        QStringLiteral("unhandled Mast") };
-    QTRY_COMPARE_WITH_TIMEOUT(story.events(), expected, k_patience);
-    const auto folder = fixture.db->node(QStringLiteral("rec:mac:020000000001"));
-    QCOMPARE(folder->stringProperty(QStringLiteral("Path"), QString()),
-        QStringLiteral("/recordings/tapes"));
+    const Scan scan(path);
+    const QStringList expected{ text("new rec:mac:020000000001"), text("unhandled Mast") };
+    QTRY_COMPARE_WITH_TIMEOUT(scan.story.events, expected, k_patience);
+    const auto folder = scan.db->node(text("rec:mac:020000000001"));
+    QCOMPARE(folder->stringProperty(text("Path"), QString()), text("/recordings/tapes"));
 
     // A device that the site does not know is nobody's, unless somebody says what it is.
     NodeHintIPDevice hint;
-    hint.setHostAddress(QStringLiteral("10.77.0.99"));
-    fixture.db->newNodeHint(hint);
-    QCOMPARE(story.events().last(), QStringLiteral("refused "));
+    hint.setHostAddress(text("10.77.0.99"));
+    scan.db->newNodeHint(hint);
+    QCOMPARE(scan.story.events.last(), text("refused "));
     hint.setNodeType(eIPCameraNode);
-    fixture.db->newNodeHint(hint);
-    QCOMPARE(story.events().last(), QStringLiteral("new ip:10.77.0.99:80"));
+    scan.db->newNodeHint(hint);
+    QCOMPARE(scan.story.events.last(), text("new ip:10.77.0.99:80"));
 }
 
 void TestSimulated::storagesHoldTheirShares()
 {
-    Loader::instance().setOption(option(), shipped("small.json"));
-    const tst::Database fixture;
-    const QString id = QStringLiteral("mac:02a4c0000020");
-    fixture.db->startScanners("simulated", 0, k_fast);
-    QTRY_VERIFY_WITH_TIMEOUT(!fixture.db->node(id).null(), k_patience);
-    const tqm::smart<const NASDeviceNode> storage = fixture.db->node(id);
+    const Scan scan(shipped("small.json"));
+    const QString id = text("mac:02a4c0000020");
+    QTRY_VERIFY_WITH_TIMEOUT(!scan.db->node(id).null(), k_patience);
+    const tqm::smart<const NASDeviceNode> storage = scan.db->node(id);
     QVERIFY(!storage.null());
     QCOMPARE(storage->type(), eNetworkStorageNode);
-    QCOMPARE(storage->modelInfo(), QStringLiteral("Ark 4"));
-    const QString records = QStringLiteral("records");
-    QCOMPARE(storage->shareNames(), QStringList({ records, QStringLiteral("archive") }));
-    QCOMPARE(storage->usersWithFullAccess(records).value(0).user, QStringLiteral("anna"));
-    QCOMPARE(storage->usersWithReadOnlyAccess(records).value(0).user, QStringLiteral("ben"));
-    QCOMPARE(storage->shareUrl(records), QStringLiteral("smb://10.77.0.20/records"));
+    QCOMPARE(storage->modelInfo(), text("Ark 4"));
+    const QString records = text("records");
+    QCOMPARE(storage->shareNames(), QStringList({ records, text("archive") }));
+    QCOMPARE(storage->usersWithFullAccess(records).value(0).user, text("anna"));
+    QCOMPARE(storage->usersWithReadOnlyAccess(records).value(0).user, text("ben"));
+    QCOMPARE(storage->shareUrl(records), text("smb://10.77.0.20/records"));
 }
 
 void TestSimulated::badSitesCostOneLine_data()
@@ -316,8 +309,7 @@ void TestSimulated::badSitesCostOneLine_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("sentence");
     QTest::newRow("no option") << QString() << "the option simulated/site names no site file";
-    QTest::newRow("no file") << m_folder.filePath(QStringLiteral("none")) << "site file ";
-    QTest::newRow("no devices") << site("") << "it has no \"devices\"";
+    QTest::newRow("no file") << m_folder.filePath(text("none")) << "site file ";
     QTest::newRow("no address") << site(R"({"name": "a"})") << "device 1: \"address\" is missing";
 }
 
@@ -329,7 +321,7 @@ void TestSimulated::badSitesCostOneLine()
     const tst::Database fixture;
     fixture.db->startScanners("simulated", 0, 0);
     QVERIFY(!scanner()->isRunning());
-    const QStringList lines = fixture.log.linesWith(QStringLiteral("2 "));
+    const QStringList lines = fixture.log.linesWith(text("2 "));
     QCOMPARE(lines.size(), 1);
     QVERIFY2(lines.first().contains(sentence), qPrintable(lines.first()));
 }
@@ -353,8 +345,7 @@ void TestSimulated::nothingComesAfterStop()
         "mac": "02:00:00:00:00:01", "appears": {"at": 60}})");
     Loader::instance().setOption(option(), path);
     fixture.db->startScanners("simulated", 0, k_fast);
-    QTRY_VERIFY_WITH_TIMEOUT(
-        story.events().contains(QStringLiteral("new mac:020000000001")), k_patience);
+    QTRY_VERIFY_WITH_TIMEOUT(story.events.contains(text("new mac:020000000001")), k_patience);
     QCOMPARE(reports.size(), before + 1);
 }
 
@@ -363,13 +354,20 @@ void TestSimulated::oneSeedTellsOneStory()
     QFile file(shipped("large.json"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QStringList story = storyOf(file.fileName(), k_lastOfTheHarbour);
+    const auto count = [&](const char* what) { return story.filter(text(what)).size(); };
+    QCOMPARE(count("new "), 60);
+    QCOMPARE(count("known "), 3);
+    QCOMPARE(count("changed "), 2);
+    QCOMPARE(count("lost "), 2);
+    QCOMPARE(count("unhandled "), 1);
+    QCOMPARE(story.size(), 68);
     // However fast time goes, late answers and new devices keep their order.
     QCOMPARE(storyOf(file.fileName(), k_lastOfTheHarbour, k_fast / 20), story);
 
     const QByteArray seed = "\"seed\": 20,";
     QByteArray json = file.readAll();
     QVERIFY(json.contains(seed));
-    QFile other(m_folder.filePath(QStringLiteral("other.json")));
+    QFile other(m_folder.filePath(text("other.json")));
     QVERIFY(other.open(QIODevice::WriteOnly));
     other.write(json.replace(seed, "\"seed\": 21,"));
     other.close();
@@ -391,17 +389,6 @@ void TestSimulated::theHarbourIsFoundWithinTenSeconds()
         const qint64 known = sighting.at + (isLate ? device.probeDelay : 0);
         QVERIFY2(known <= 10000, qPrintable(device.name));
     }
-    Loader::instance().setOption(option(), shipped("large.json"));
-    const tst::Database fixture;
-    const Story story(fixture.db);
-    fixture.db->startScanners("simulated", 0, k_fast);
-    QTRY_VERIFY_WITH_TIMEOUT(story.events().contains(k_lastOfTheHarbour), k_patience);
-    QCOMPARE(story.count("new"), 60);
-    QCOMPARE(story.count("known"), 3);
-    QCOMPARE(story.count("changed"), 2);
-    QCOMPARE(story.count("lost"), 2);
-    QCOMPARE(story.count("unhandled"), 1);
-    QCOMPARE(story.events().size(), 68);
 }
 
 void TestSimulated::shippedDriversLoadWhatIsSaved()
@@ -425,20 +412,20 @@ void TestSimulated::shippedDriversLoadWhatIsSaved()
 
     use(SIMULATED_FOLDER);
     Loader::instance().setOption(option(), shipped("small.json"));
-    const auto store = openStore(QStringLiteral("memory:"));
+    const auto store = openStore(text("memory:"));
     tst::CallLogDestination simulated;
     {
         const tst::Database fixture;
         const Story story(fixture.db);
         fixture.db->startScanners("simulated", 0, k_fast);
-        QTRY_COMPARE_WITH_TIMEOUT(story.count("lost"), 1, k_patience);
+        QTRY_COMPARE_WITH_TIMEOUT(story.events.filter(text("lost ")).size(), 1, k_patience);
         for (const QString& id : fixture.db->nodeIdList(&types, true))
             fixture.db->removeNode(id);
         fixture.db->save(store.get(), false);
         fixture.db->save(&simulated, false);
     }
     use(PLUGIN_FOLDER);
-    const auto back = openStore(QStringLiteral("memory:"));
+    const auto back = openStore(text("memory:"));
     const qsizetype nodes = reload(store.get(), back.get());
     QVERIFY(nodes >= 5);
     use(SIMULATED_FOLDER);
