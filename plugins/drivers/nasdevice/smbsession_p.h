@@ -40,10 +40,11 @@ public:
      * Returns what the user may do in the top folder of a share: list it, and make a file there.
      *
      * Nothing is changed to find out: the attributes that the folder has are set again, which takes
-     * the right to write; where the server's file system keeps none, its time of a change of
-     * metadata may show that. That is only possible for a folder with no other attribute than being
-     * one, and whose listing ends within the relay's limit. For the others `mayCreate` allows to
-     * make an empty file "nodedb-….tmp" and to delete it at once; without, they count as read-only.
+     * the right to write. On some file systems of servers (tmpfs) the folder's time of a change of
+     * metadata shows it, on others not even that. It is only possible for a folder with no other
+     * attribute than being one, and whose listing ends within the relay's limit. For the others
+     * `mayCreate` allows to make an empty file "nodedb-….tmp" and to delete it at once; without,
+     * they count as read-only.
      *
      * Only a server that refuses says what the user may not do: where something else goes wrong,
      * such as a share whose folder is gone or a full disk, nothing is returned.
