@@ -8,6 +8,7 @@
 #include "platform/testexport.h"
 
 #include <QList>
+#include <QMap>
 #include <QMultiHash>
 #include <QPair>
 #include <QStringList>
@@ -60,10 +61,9 @@ public:
 private:
     using Key = QPair<QString, ENodeRelationType>;
 
-    template <class Predicate>
-    QList<NodeRelation> select(Predicate predicate) const;
-
-    QMultiHash<Key, QString> m_relations;
+    QMultiHash<Key, QString> m_destinations; ///< by source
+    QMultiHash<Key, QString> m_sources; ///< the same relations by destination
+    QMap<ENodeRelationType, int> m_counts; ///< of relations, for each type there is
 };
 
 } // namespace tq

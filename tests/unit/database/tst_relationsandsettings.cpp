@@ -4,7 +4,11 @@
 #include "shared/calllogdestination.h"
 #include "shared/databasefixture.h"
 
+#include <QRandomGenerator>
 #include <QTest>
+
+#include <set>
+#include <tuple>
 
 using namespace tq;
 using tst::text;
@@ -25,6 +29,7 @@ private slots:
     void removingAnnouncesEvenWithoutAMatch();
     void aSlotMayChangeTheStoreBetweenTheSignals();
     void removedNodesLoseTheirRelationsAtBothEnds();
+    void bothDirectionsTellTheSame();
     void globalLoginHasDefaultsByUser();
     void recordingFolderIsReadWithoutItsSeparator();
     void switchesAreAnnouncedOnce();
@@ -114,6 +119,47 @@ void TestRelationsAndSettings::removedNodesLoseTheirRelationsAtBothEnds()
     }
     QVERIFY(!f.db->isModified());
     QCOMPARE(f.db->relatedNodes(text("m"), k_second), QStringList(text("o")));
+}
+
+void TestRelationsAndSettings::bothDirectionsTellTheSame()
+{
+    tst::Database f;
+    using Triple = std::tuple<QString, int, QString>;
+    std::set<Triple> expected;
+    QRandomGenerator random(20261123);
+    const auto id = [&] { return QString::number(random.bounded(6)); };
+    for (int i = 0; i < 2000; ++i) {
+        const auto type = ENodeRelationType(random.bounded(1, 4));
+        const Triple triple{ id(), type, id() };
+        const auto& [from, number, to] = triple;
+        if (random.bounded(40) == 0) {
+            f.db->removeAllNodeRelations(from);
+            std::erase_if(expected, [from = from](const Triple& t) {
+                return std::get<0>(t) == from || std::get<2>(t) == from;
+            });
+        } else if (random.bounded(2) == 0) {
+            f.db->addNodeRelation(from, to, type);
+            expected.insert(triple);
+        } else {
+            f.db->removeNodeRelation(from, to, type);
+            expected.erase(triple);
+        }
+        QStringList sources;
+        QStringList destinations;
+        for (const Triple& t : expected) {
+            if (std::get<1>(t) == type && std::get<2>(t) == to)
+                sources.append(std::get<0>(t));
+            if (std::get<1>(t) == type && std::get<0>(t) == from)
+                destinations.append(std::get<2>(t));
+        }
+        QStringList told = f.db->relatedSources(to, type);
+        told.sort();
+        QCOMPARE(told, sources);
+        told = f.db->relatedNodes(from, type);
+        told.sort();
+        QCOMPARE(told, destinations);
+        QCOMPARE(f.db->isDestinationOfNodeRelation(to, type), !sources.isEmpty());
+    }
 }
 
 void TestRelationsAndSettings::globalLoginHasDefaultsByUser()
