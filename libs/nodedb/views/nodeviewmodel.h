@@ -1,0 +1,86 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "nodestore/nodetypes.h"
+#include "views/viewroles.h"
+
+#include "platform/smart.h"
+
+#include <QAbstractItemModel>
+
+#include <memory>
+
+namespace tq {
+
+class NodeDB;
+class NodeView;
+class NodeViewModelPrivate;
+
+/**
+ * A tree of one view, its nodes and the views in it, with one column.
+ *
+ * It follows the views and the database by single rows and never resets. Rows are read when they
+ * are asked for. A view that stands in several views has rows in each. Nodes show their name and
+ * icon, those that the database does not know their id, in italics; views can be renamed. Other
+ * roles: EViewRole. Belongs to the database's thread, which it may outlive.
+ *
+ * Dragging gives "application/view-id" and "application/source-id": the ids of the views and of the
+ * nodes, UTF-8, one per line. A drop moves or copies what was dragged from any model of this
+ * process, all of it at once; from elsewhere it copies nodes that the database knows and views that
+ * stand in this tree. To copy a view is to let it stand in one view more. The drop does all of the
+ * move, so the dragging side must not remove rows, which this model does not offer.
+ */
+class NODEDB_EXPORT NodeViewModel : public QAbstractItemModel
+{
+    Q_OBJECT
+
+public:
+    /** `root` must not be null; its entries are the rows at the top. */
+    NodeViewModel(NodeDB& database, const tqm::smart<NodeView>& root, QObject* parent = nullptr);
+    ~NodeViewModel() override;
+    Q_DISABLE_COPY_MOVE(NodeViewModel)
+
+    /** Returns the database that the rows tell of; null when it is gone. */
+    NodeDB* database() const;
+
+    /** Returns the view that `index` stands for, the root for an invalid one; null for a node. */
+    tqm::smart<NodeView> viewAt(const QModelIndex& index) const;
+
+    /** Returns the rows that stand for the node or view with this id, as far as they were read; in
+     * no particular order. */
+    QModelIndexList indexesOf(const QString& id) const;
+
+    /** Emits dataChanged() for these rows: what is shown of them depends on something outside. */
+    void touch(const QString& id, const QList<int>& roles = {});
+
+    QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+    QModelIndex parent(const QModelIndex& child) const override;
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+
+    /** Renames a view (Qt::EditRole); refuses a text of blanks. */
+    bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    Qt::DropActions supportedDropActions() const override;
+    QStringList mimeTypes() const override;
+
+    /** Returns null when `indexes` has no row. What lies in a dragged view comes with it. */
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+
+    /** Returns whether a drop there would do something, and with everything that was dragged. */
+    bool canDropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+        const QModelIndex& parent) const override;
+    bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+        const QModelIndex& parent) override;
+
+private:
+    friend class NodeViewModelPrivate;
+
+    std::unique_ptr<NodeViewModelPrivate> d;
+};
+
+} // namespace tq

@@ -1,0 +1,114 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "views/nodeviewmodel_p.h"
+
+#include "platform/exceptions.h"
+#include "platform/logline.h"
+
+#include <algorithm>
+
+namespace tq {
+
+namespace {
+
+/** Returns whether a row that holds this one, at whatever distance, is dragged too. */
+bool comesWithAnother(const QModelIndex& index, const QModelIndexList& dragged)
+{
+    for (QModelIndex above = index.parent(); above.isValid(); above = above.parent()) {
+        if (dragged.contains(above))
+            return true;
+    }
+    return false;
+}
+
+/** Puts one entry before the one at `index`; returns where the next one goes. */
+int drop(const DraggedEntry& dragged, NodeView& target, int index, Qt::DropAction action)
+{
+    const QString id = dragged.entry->id();
+    if (target.contains(id) && dragged.from == &target) {
+        const int from = target.indexOf(id);
+        target.move(id, index);
+        return from < index ? index : index + 1;
+    }
+    const bool isNew = target.insert(index, dragged.entry);
+    if (action == Qt::MoveAction && dragged.isWhereItWas())
+        dragged.from->remove(id);
+    return isNew ? index + 1 : index;
+}
+
+} // namespace
+
+QList<DraggedEntry> NodeViewModelPrivate::droppable(
+    const QList<DraggedEntry>& dragged, const NodeView& target, Qt::DropAction action)
+{
+    QList<DraggedEntry> result;
+    for (const DraggedEntry& entry : dragged) {
+        switch (target.fit(entry.entry)) {
+        case NodeView::EFit::eFits:
+            result.append(entry);
+            break;
+        case NodeView::EFit::eStandsHere: // moved within, or taken away where it was
+            if (action == Qt::MoveAction && entry.isWhereItWas())
+                result.append(entry);
+            break;
+        case NodeView::EFit::eCycle:
+        case NodeView::EFit::eTooDeep:
+        case NodeView::EFit::eNothing:
+            return {};
+        }
+    }
+    return result;
+}
+
+Qt::DropActions NodeViewModel::supportedDropActions() const
+{
+    return Qt::MoveAction | Qt::CopyAction;
+}
+
+QStringList NodeViewModel::mimeTypes() const
+{
+    return ViewMimeData::types();
+}
+
+QMimeData* NodeViewModel::mimeData(const QModelIndexList& indexes) const
+{
+    QList<DraggedEntry> entries;
+    for (const QModelIndex& index : indexes) {
+        if (index.isValid() && !comesWithAnother(index, indexes))
+            entries.append({ d->itemAt(index).entry, d->itemAt(index.parent()).view });
+    }
+    return entries.isEmpty() ? nullptr : new ViewMimeData(entries);
+}
+
+bool NodeViewModel::canDropMimeData(
+    const QMimeData* data, Qt::DropAction action, int, int column, const QModelIndex& parent) const
+{
+    const tqm::smart<NodeView> target = viewAt(parent);
+    if (!data || !(supportedDropActions() & action) || column > 0 || target.null())
+        return false;
+    const auto dragged = ViewMimeData::entries(*data, d->database, d->rootView);
+    return !NodeViewModelPrivate::droppable(dragged, *target, action).isEmpty();
+}
+
+bool NodeViewModel::dropMimeData(
+    const QMimeData* data, Qt::DropAction action, int row, int column, const QModelIndex& parent)
+{
+    if (action == Qt::IgnoreAction)
+        return true;
+    if (!canDropMimeData(data, action, row, column, parent))
+        return false;
+    const tqm::smart<NodeView> target = viewAt(parent);
+    const auto dragged = NodeViewModelPrivate::droppable(
+        ViewMimeData::entries(*data, d->database, d->rootView), *target, action);
+    int index = row < 0 ? target->count() : row;
+    try {
+        for (const DraggedEntry& entry : dragged)
+            index = drop(entry, *target, index, action);
+    } catch (const IllegalArgumentException& e) {
+        // A slot changed the views between two entries.
+        logLine(Log::eSurvived, "A drop ended early: ", e.message(), " ", e.value());
+    }
+    return true;
+}
+
+} // namespace tq

@@ -1,0 +1,202 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+// How the rows follow: every change of a view is taken by comparing its entries with the rows that
+// stand for them, so that changes made inside of a signal are neither missed nor taken twice.
+#include "views/nodeviewmodel_p.h"
+
+#include <QScopeGuard>
+
+#include <algorithm>
+
+namespace tq {
+
+namespace {
+
+/** Returns whether the row stands for the entry. */
+bool shows(const ViewItem& item, const NodeView::Entry& entry)
+{
+    return item.entry == entry;
+}
+
+QSet<const NodeViewEntry*> addresses(const QList<NodeView::Entry>& entries)
+{
+    QSet<const NodeViewEntry*> result;
+    result.reserve(entries.size());
+    for (const NodeView::Entry& entry : entries)
+        result.insert(entry.get());
+    return result;
+}
+
+} // namespace
+
+NodeViewModelPrivate::NodeViewModelPrivate(
+    NodeViewModel& model, NodeDB& db, const tqm::smart<NodeView>& root)
+    : q(model), database(&db), rootView(root), m_tree(root)
+{
+    followDatabase(db);
+    followView(*root);
+}
+
+void NodeViewModelPrivate::followDatabase(NodeDB& db)
+{
+    for (const auto signal : { &NodeDB::nodeInserted, &NodeDB::nodeUpdated, &NodeDB::nodeRemoved,
+             &NodeDB::connectionDataChanged })
+        QObject::connect(&db, signal, &q, [this](const NodeID& id) { q.touch(id); });
+    for (const auto signal : { &NodeDB::nodeRelationAdded, &NodeDB::nodeRelationRemoved })
+        QObject::connect(
+            &db, signal, &q, [this](const NodeID&, const NodeID& to, ENodeRelationType type) {
+                if (type == eDeviceToRecordingFolder)
+                    q.touch(to, { eIsRelationDestinationRole });
+            });
+}
+
+void NodeViewModelPrivate::followView(NodeView& view)
+{
+    if (m_followed.contains(&view))
+        return;
+    m_followed.insert(&view);
+    QObject::connect(&view, &NodeView::renamed, &q, [this](const NodeViewID& id) { q.touch(id); });
+    const auto change = [this](const NodeViewID& id) { viewChanged(id); };
+    QObject::connect(&view, &NodeView::entryInserted, &q, change);
+    QObject::connect(&view, &NodeView::entryMoved, &q, change);
+    QObject::connect(&view, &NodeView::entryRemoved, &q, change);
+}
+
+ViewItem& NodeViewModelPrivate::itemAt(const QModelIndex& index)
+{
+    return index.isValid() ? *static_cast<ViewItem*>(index.internalPointer()) : m_tree.root();
+}
+
+QModelIndex NodeViewModelPrivate::indexOf(const ViewItem& item) const
+{
+    return item.parent ? q.createIndex(item.row, 0, &item) : QModelIndex();
+}
+
+void NodeViewModelPrivate::read(ViewItem& item)
+{
+    if (!item.view || item.isRead)
+        return;
+    item.isRead = true;
+    addItems(item, 0, item.view->entries());
+}
+
+void NodeViewModelPrivate::addItems(ViewItem& item, int row, const QList<NodeView::Entry>& entries)
+{
+    m_tree.insert(item, row, entries);
+    for (const NodeView::Entry& entry : entries) {
+        const tqm::smart<NodeView> view(entry);
+        if (!view.null())
+            followView(*view);
+    }
+}
+
+void NodeViewModelPrivate::viewChanged(const NodeViewID& id)
+{
+    m_stale.append(id);
+    if (m_isUpdating)
+        return; // from inside of a signal of this model: taken when that is done
+    m_isUpdating = true;
+    const auto done = qScopeGuard([this] { m_isUpdating = false; });
+    while (!m_stale.isEmpty()) {
+        const NodeViewID next = m_stale.takeFirst();
+        // No view lies in itself: updating the rows at one place leaves its other places there.
+        for (ViewItem* const item : m_tree.itemsOf(next)) {
+            if (item->isRead)
+                update(*item);
+        }
+    }
+}
+
+void NodeViewModelPrivate::update(ViewItem& item)
+{
+    const QList<NodeView::Entry> entries = item.view->entries();
+    removeAbsent(item, entries);
+    arrange(item, entries);
+}
+
+void NodeViewModelPrivate::removeAbsent(ViewItem& item, const QList<NodeView::Entry>& entries)
+{
+    // The rows before the first difference, and those after the last one, are there for certain.
+    const int rows = item.childCount();
+    const int count = int(entries.size());
+    int first = 0;
+    while (first < std::min(rows, count) && shows(item.child(first), entries.at(first)))
+        ++first;
+    int same = 0;
+    while (same < std::min(rows, count) - first
+        && shows(item.child(rows - 1 - same), entries.at(count - 1 - same)))
+        ++same;
+    const auto wanted = addresses(entries.mid(first, count - first - same));
+    const auto isWanted = [&](int row) { return wanted.contains(item.child(row).entry.get()); };
+    for (int end = rows - same; end > first;) {
+        int begin = end;
+        while (begin > first && !isWanted(begin - 1))
+            --begin;
+        if (begin < end)
+            removeRows(item, begin, end - begin);
+        end = begin - 1;
+    }
+}
+
+void NodeViewModelPrivate::arrange(ViewItem& item, const QList<NodeView::Entry>& entries)
+{
+    for (int row = 0; row < int(entries.size()); ++row) {
+        const NodeView::Entry& entry = entries.at(row);
+        if (row < item.childCount() && shows(item.child(row), entry))
+            continue;
+        const auto begin = item.children.cbegin() + row;
+        const auto found = std::find_if(
+            begin, item.children.cend(), [&](const auto& child) { return shows(*child, entry); });
+        if (found == item.children.cend())
+            row = insertFrom(item, row, entries);
+        else if (found == begin + 1) // this row moved down, rather than all others up
+            moveRow(item, row,
+                std::min(int(entries.indexOf(item.child(row).entry)), item.childCount() - 1));
+        else
+            moveRow(item, int(found - item.children.cbegin()), row);
+    }
+}
+
+/** Inserts the entry of `row` with those after it that have no row; returns the last one's row. */
+int NodeViewModelPrivate::insertFrom(ViewItem& item, int row, const QList<NodeView::Entry>& entries)
+{
+    int end = row + 1;
+    if (row == item.childCount()) {
+        end = int(entries.size()); // all others have their rows before this one
+    } else {
+        while (end < int(entries.size()) && !shows(item.child(row), entries.at(end))
+            && std::none_of(item.children.cbegin() + row, item.children.cend(),
+                [&](const auto& child) { return shows(*child, entries.at(end)); }))
+            ++end;
+    }
+    insertRows(item, row, entries.mid(row, end - row));
+    return end - 1;
+}
+
+void NodeViewModelPrivate::insertRows(
+    ViewItem& item, int row, const QList<NodeView::Entry>& entries)
+{
+    q.beginInsertRows(indexOf(item), row, row + int(entries.size()) - 1);
+    addItems(item, row, entries);
+    q.endInsertRows();
+}
+
+void NodeViewModelPrivate::removeRows(ViewItem& item, int row, int count)
+{
+    q.beginRemoveRows(indexOf(item), row, row + count - 1);
+    for (const tqm::smart<NodeView>& view : m_tree.remove(item, row, count)) {
+        m_followed.remove(view.get());
+        view->disconnect(&q);
+    }
+    q.endRemoveRows();
+}
+
+void NodeViewModelPrivate::moveRow(ViewItem& item, int from, int to)
+{
+    const QModelIndex parent = indexOf(item);
+    q.beginMoveRows(parent, from, from, parent, to > from ? to + 1 : to);
+    m_tree.move(item, from, to);
+    q.endMoveRows();
+}
+
+} // namespace tq

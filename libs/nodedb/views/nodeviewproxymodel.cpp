@@ -1,0 +1,111 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "views/nodeviewproxymodel.h"
+
+#include "nodestore/nodedb.h"
+#include "views/nodeviewmodel.h"
+#include "views/viewmatches_p.h"
+
+#include "platform/logline.h"
+
+#include <QCollator>
+
+namespace tq {
+
+struct NodeViewProxyModel::Private
+{
+    explicit Private(NodeViewModel& model) : source(model) { }
+
+    NodeViewModel& source;
+    QCollator collator;
+    QString filterText;
+    ViewMatches matches;
+    bool isScheduled = false;
+};
+
+NodeViewProxyModel::NodeViewProxyModel(NodeViewModel& source, QObject* parent)
+    : QSortFilterProxyModel(parent), d(std::make_unique<Private>(source))
+{
+    d->collator.setNumericMode(true);
+    d->collator.setCaseSensitivity(Qt::CaseInsensitive);
+    setLocale(QLocale());
+    QSortFilterProxyModel::setSourceModel(&source);
+    sort(0);
+    const auto schedule = [this] { scheduleMatching(); };
+    connect(source.viewAt({}).get(), &NodeView::contentsChanged, this, schedule);
+    if (NodeDB* const db = source.database()) {
+        // Nodes in views whose rows nobody asked for announce themselves here only.
+        for (const auto signal : { &NodeDB::nodeInserted, &NodeDB::nodeUpdated,
+                 &NodeDB::nodeRemoved, &NodeDB::connectionDataChanged })
+            connect(db, signal, this, schedule);
+        for (const auto signal : { &NodeDB::nodeRelationAdded, &NodeDB::nodeRelationRemoved })
+            connect(db, signal, this, schedule);
+    }
+}
+
+NodeViewProxyModel::~NodeViewProxyModel() = default;
+
+void NodeViewProxyModel::setSourceModel(QAbstractItemModel* model)
+{
+    if (model != &d->source)
+        logLine(Log::eSurvived, "A sorted model of views keeps the model that it was made for.");
+}
+
+void NodeViewProxyModel::setFilterText(const QString& text)
+{
+    if (text == d->filterText)
+        return;
+    d->filterText = text;
+    d->matches = ViewMatches(text);
+    d->matches.find(d->source.database(), d->source.viewAt({}));
+    invalidateRowsFilter();
+}
+
+QString NodeViewProxyModel::filterText() const
+{
+    return d->filterText;
+}
+
+void NodeViewProxyModel::setLocale(const QLocale& locale)
+{
+    d->collator.setLocale(locale);
+    if (sourceModel())
+        invalidate();
+}
+
+void NodeViewProxyModel::scheduleMatching()
+{
+    if (d->matches.isEverything() || d->isScheduled)
+        return;
+    d->isScheduled = true;
+    QMetaObject::invokeMethod(this, &NodeViewProxyModel::matchViews, Qt::QueuedConnection);
+}
+
+void NodeViewProxyModel::matchViews()
+{
+    d->isScheduled = false;
+    for (const NodeViewID& id : d->matches.find(d->source.database(), d->source.viewAt({})))
+        d->source.touch(id);
+}
+
+bool NodeViewProxyModel::filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const
+{
+    const QModelIndex index = d->source.index(sourceRow, 0, sourceParent);
+    const tqm::smart<NodeView> view = d->source.viewAt(index);
+    if (!view.null())
+        return d->matches.isEverything() || d->matches.holdsMatch(*view);
+    return !index.data(eIsRelationDestinationRole).toBool()
+        && d->matches.matchesNode(d->source.database(), index.data(eEntryIdRole).toString());
+}
+
+bool NodeViewProxyModel::lessThan(const QModelIndex& left, const QModelIndex& right) const
+{
+    const bool isLeftView = left.data(eIsViewRole).toBool();
+    if (isLeftView != right.data(eIsViewRole).toBool())
+        return isLeftView == (sortOrder() == Qt::AscendingOrder);
+    const int order = d->collator.compare(left.data().toString(), right.data().toString());
+    return order != 0 ? order < 0
+                      : left.data(eEntryIdRole).toString() < right.data(eEntryIdRole).toString();
+}
+
+} // namespace tq

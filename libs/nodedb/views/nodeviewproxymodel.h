@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "nodedb/nodedb_export.h"
+
+#include <QLocale>
+#include <QSortFilterProxyModel>
+#include <QString>
+
+#include <memory>
+
+namespace tq {
+
+class NodeViewModel;
+class NodeViewProxyModel;
+class ViewMatches;
+
+/**
+ * A model of views as people want to see it: sorted, filtered, and without the nodes that a
+ * relation of type 1 leads to (the recording folders of devices).
+ *
+ * Views come before nodes in either direction; names are ordered as the locale has it, numbers in
+ * them by value ("Gate 9" before "Gate 10"). It is sorted ascending from the start; sort(-1) gives
+ * the order of the views themselves. It follows the model, the database and its relations by single
+ * rows; only while a filter is set, views come and go with what lies in them a turn of the event
+ * loop later.
+ */
+class NODEDB_EXPORT NodeViewProxyModel : public QSortFilterProxyModel
+{
+    Q_OBJECT
+
+public:
+    /** Shows `source`, which must outlive this model; it cannot be given another one. */
+    explicit NodeViewProxyModel(NodeViewModel& source, QObject* parent = nullptr);
+    ~NodeViewProxyModel() override;
+    Q_DISABLE_COPY_MOVE(NodeViewProxyModel)
+
+    /**
+     * Shows only what matches, with the views it lies in. The words of `text`, in any case, must
+     * each occur in a node's name, address, MAC address (with or without colons), model or note, or
+     * in a view's name. Without words everything is shown.
+     */
+    void setFilterText(const QString& text);
+    QString filterText() const;
+
+    /** Sorts as in that locale; the default is QLocale(). */
+    void setLocale(const QLocale& locale);
+
+protected:
+    bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;
+    bool lessThan(const QModelIndex& left, const QModelIndex& right) const override;
+
+private:
+    void setSourceModel(QAbstractItemModel* model) override;
+    void scheduleMatching();
+    void matchViews();
+
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace tq

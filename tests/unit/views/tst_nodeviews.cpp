@@ -1,0 +1,312 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "shared/calllogdestination.h"
+#include "shared/databasefixture.h"
+#include "views/nodeentry.h"
+#include "views/nodeviews.h"
+#include "viewtext.h"
+
+#include "persistence/storefactory.h"
+#include "platform/exceptions.h"
+#include "platform/persistscope.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tq;
+using tst::text;
+using View = tqm::smart<NodeView>;
+
+namespace {
+
+View appended(NodeView& to, const char* name)
+{
+    const View view(new NodeView(text(name)));
+    to.append(view);
+    return view;
+}
+
+NodeView::Entry node(const QString& id)
+{
+    return NodeView::Entry(new NodeEntry(id));
+}
+
+/** A hand-made store: "name: entry entry" per view, where a capital letter is a view. */
+void write(IPersistDestination* store, const QString& top, const QStringList& views)
+{
+    const auto writeEntries = [&](const QString& entries) {
+        PersistWriteArray array(store, text("Entries"));
+        for (const QString& entry : entries.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+            array.next();
+            store->setValue(entry.at(0).isUpper() ? text("ViewID") : text("NodeID"), entry);
+        }
+    };
+    const PersistGroup group(store, text("NodeViews"));
+    writeEntries(top);
+    PersistWriteArray array(store, text("Views"));
+    for (const QString& view : views) {
+        array.next();
+        const QStringList parts = view.split(QLatin1Char(':'));
+        if (!parts.at(0).isEmpty())
+            store->setValue(text("ID"), parts.at(0));
+        store->setValue(text("Name"), parts.at(0).toLower());
+        writeEntries(parts.at(1));
+    }
+}
+
+} // namespace
+
+class TestNodeViews : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void everyStoreGivesTheTreesBack_data();
+    void everyStoreGivesTheTreesBack();
+    void brokenStoresGiveWhatCanBeHad_data();
+    void brokenStoresGiveWhatCanBeHad();
+    void damagedCountsAndStoresThatThrow();
+    void giantGraphsLoadAndGoInTime();
+    void deepStoresAreCut();
+    void removedNodesLeaveEveryView();
+    void changesAreAnnounced();
+};
+
+void TestNodeViews::everyStoreGivesTheTreesBack_data()
+{
+    QTest::addColumn<QString>("location");
+    QTest::newRow("memory") << text("memory:");
+    QTest::newRow("ini") << text("ini:%1/views.ini");
+    QTest::newRow("sqlite") << text("sqlite:%1/views.db");
+}
+
+void TestNodeViews::everyStoreGivesTheTreesBack()
+{
+    QFETCH(QString, location);
+    const QTemporaryDir folder;
+    if (location.contains(QLatin1Char('%')))
+        location = location.arg(folder.path());
+    tst::Database f;
+    NodeViews views(*f.db);
+    const View site = appended(*views.root(), "Site \"A\" / 100 % \u00e4\u65e5");
+    const View shared = appended(*site, "shared");
+    const View empty = appended(*views.root(), "");
+    shared->append(node(text("mac:0200/%\\{}\u00e4 x")));
+    site->append(node(text("b")));
+    site->append(node(text("a")));
+    empty->append(shared);
+    views.root()->append(node(text("at the top")));
+    const QString before = tst::treeText(*views.root());
+    auto store = openStore(location);
+    const View once = appended(*site, "stood here once");
+    views.save(store.get());
+    site->remove(once->id());
+    views.save(store.get()); // nothing of the first save may stay
+    store->sync();
+    if (location != text("memory:")) {
+        store.reset();
+        store = openStore(location, nullptr, OpenMode::ReadOnly);
+    }
+    NodeViews second(*f.db);
+    second.load(store.get());
+    QCOMPARE(tst::treeText(*second.root()), before);
+    QCOMPARE(second.view(shared->id())->containers().size(), 2); // one view, at two places
+    QCOMPARE(f.log.linesWith(text("2 ")), QStringList());
+}
+
+void TestNodeViews::brokenStoresGiveWhatCanBeHad_data()
+{
+    QTest::addColumn<QString>("top");
+    QTest::addColumn<QStringList>("stored");
+    QTest::addColumn<QString>("tree");
+    QTest::addColumn<QStringList>("lines");
+    const auto row = [](const char* name, const char* top, const char* views, const char* tree,
+                         const char* lines) {
+        const auto list = [](const char* parts) {
+            return text(parts).split(QLatin1Char('|'), Qt::SkipEmptyParts);
+        };
+        QTest::newRow(name) << text(top) << list(views) << text(tree) << list(lines);
+    };
+    row("a cycle of two below the top", "A", "A:x B|B:A y", "(a(x, b(y)))",
+        "2 Stored views lead to a cycle, which is cut: B holds A");
+    row("a cycle that nothing leads to", "", "A:B|B:C c|C:A", "(a(b(c(), c)))",
+        "2 Stored views lead to a cycle, which is cut: C holds A|"
+        "2 A stored view stands nowhere and comes to the top: A a");
+    row("a view in itself", "A", "A:A x", "(a(x))",
+        "2 Stored views lead to a cycle, which is cut: A holds A");
+    row("a view without a place", "A", "A:x|B:y", "(a(x), b(y))",
+        "2 A stored view stands nowhere and comes to the top: B b");
+    row("entries of views that are not stored", "A Z", "A:Y x", "(a(x))",
+        "2 A view that is not stored is left out of a view: Y, a|"
+        "2 A view that is not stored is left out of a view: Z, ");
+    row("an entry twice", "A x x", "A:y y", "(a(y), x)",
+        "2 A view has an entry twice, the second one is left out: y, a|"
+        "2 A view has an entry twice, the second one is left out: x, ");
+    row("a view twice", "A", "A:x|A:y", "(a(x))",
+        "2 A view is stored twice, the second one is left out: A a");
+    row("a view without an id, and one without anything", "A", "A:x|:y|:", "(a(x), (y))",
+        "2 A stored view has no id and no name and is left out: 2|"
+        "2 A stored view has no id and gets a new one: |"
+        "2 A stored view stands nowhere and comes to the top: ");
+    row("two ways to one view", "A B", "A:C|B:C|C:x", "(a(c(x)), b(c(x)))", "");
+}
+
+void TestNodeViews::brokenStoresGiveWhatCanBeHad()
+{
+    QFETCH(QString, top);
+    QFETCH(QStringList, stored);
+    QFETCH(QString, tree);
+    QFETCH(QStringList, lines);
+    tst::Database f;
+    const auto store = openStore(text("memory:"));
+    write(store.get(), top, stored);
+    NodeViews views(*f.db);
+    appended(*views.root(), "goes");
+    views.load(store.get());
+    QCOMPARE(tst::treeText(*views.root()), tree);
+    QStringList logged = f.log.linesWith(text("2 "));
+    // New ids differ each time.
+    logged.replaceInStrings(QRegularExpression(text("\\{.*\\} ")), QString());
+    QCOMPARE(logged, lines);
+    const auto copy = openStore(text("memory:"));
+    views.save(copy.get());
+    f.log.clear();
+    views.load(copy.get());
+    QCOMPARE(tst::treeText(*views.root()), tree);
+    QCOMPARE(f.log.linesWith(text("2 ")), QStringList()); // mended by one save
+}
+
+void TestNodeViews::damagedCountsAndStoresThatThrow()
+{
+    tst::Database f;
+    const auto store = openStore(text("memory:"));
+    write(store.get(), text("A"), { text("A:x B"), text("B:y") });
+    {
+        const PersistGroup group(store.get(), text("NodeViews"));
+        store->beginWriteArray(text("Entries"));
+        store->setArrayIndex(1000000);
+        store->setValue(text("NodeID"), text("far away"));
+        store->endArray();
+    }
+    NodeViews views(*f.db);
+    views.load(store.get());
+    QCOMPARE(tst::treeText(*views.root()), text("(a(x, b(y)))"));
+    QCOMPARE(f.log.linesWith(text("Stopped reading a damaged array: Entries")).size(), 1);
+
+    views.save(store.get());
+    tst::CallLogDestination whole(store.get());
+    views.load(&whole);
+    for (int k = 0; k < whole.calls().size(); ++k) {
+        tst::CallLogDestination throwing(store.get());
+        throwing.throwAt = k;
+        f.log.clear();
+        views.load(&throwing);
+        QCOMPARE(throwing.openScopes(), 0);
+        QCOMPARE(f.log.linesWith(text("The views could not be read whole: call ")).size(), 1);
+        QVERIFY(views.root()->entries().isEmpty() || views.root()->contains(text("A")));
+    }
+    const auto untouched = openStore(text("memory:"));
+    tst::CallLogDestination log(untouched.get());
+    views.load(store.get());
+    views.save(&log);
+    for (int k = 0; k < log.calls().size(); ++k) {
+        const auto target = openStore(text("memory:"));
+        tst::CallLogDestination throwing(target.get());
+        throwing.throwAt = k;
+        QVERIFY_EXCEPTION_THROWN(views.save(&throwing), std::runtime_error);
+        QCOMPARE(throwing.openScopes(), 0);
+    }
+}
+
+void TestNodeViews::giantGraphsLoadAndGoInTime()
+{
+    // Each view holds all that are stored after it: 300 views, 44,850 entries, 2^298 ways.
+    constexpr int k_views = 300;
+    tst::Database f;
+    QStringList stored;
+    QString later;
+    for (int i = k_views; i-- > 0;) {
+        const QString name = QStringLiteral("V%1").arg(i);
+        stored.prepend(name + QStringLiteral(":x") + later);
+        later = QLatin1Char(' ') + name + later;
+    }
+    const auto store = openStore(text("memory:"));
+    write(store.get(), text("V0"), stored);
+    NodeViews views(*f.db);
+    views.load(store.get());
+    QCOMPARE(views.all().size(), k_views);
+    // The way through all of them is cut where it gets too long.
+    QVERIFY(!f.log.linesWith(text("stands too deep")).isEmpty());
+    QVERIFY(views.removeEverywhere(text("x")) == k_views);
+    QVERIFY(views.removeEverywhere(text("V299")) > 200);
+    const View last = views.view(text("V298"));
+    QVERIFY_EXCEPTION_THROWN(last->append(views.root()), IllegalArgumentException);
+}
+
+void TestNodeViews::deepStoresAreCut()
+{
+    constexpr int k_views = 3 * NodeView::k_mostLevels;
+    tst::Database f;
+    QStringList stored;
+    for (int i = 0; i < k_views; ++i)
+        stored.append(QStringLiteral("V%1:n V%2").arg(i).arg(i + 1));
+    stored.append(QStringLiteral("V%1:end").arg(k_views));
+    const auto store = openStore(text("memory:"));
+    write(store.get(), text("V0"), stored);
+    NodeViews views(*f.db);
+    views.load(store.get());
+    QCOMPARE(views.all().size(), k_views + 1); // in pieces, but all there
+    QCOMPARE(f.log.linesWith(text("stands too deep")).size(), 3);
+    const auto pieces = views.root()->views();
+    QCOMPARE(pieces.size(), 4);
+    QVERIFY(!pieces.last()->append(pieces.first()) || pieces.first()->containers().size() == 2);
+    views.save(store.get());
+    f.log.clear();
+    views.load(store.get());
+    QCOMPARE(f.log.linesWith(text("2 ")), QStringList());
+}
+
+void TestNodeViews::removedNodesLeaveEveryView()
+{
+    tst::Database f;
+    f.insertPlain(text("a"));
+    f.insertPlain(text("b"));
+    NodeViews views(*f.db);
+    const View one = appended(*views.root(), "one");
+    const View two = appended(*one, "two");
+    for (const View& view : { one, two, views.root() }) {
+        for (const char* id : { "a", "b", "never known" })
+            view->append(node(text(id)));
+    }
+    f.db->acquire(text("a"));
+    f.db->removeNode(text("a")); // put off
+    QVERIFY(one->contains(text("a")));
+    f.db->release(text("a"));
+    QCOMPARE(tst::treeText(*views.root()),
+        text("(one(two(b, never known), b, never known), b, never known)"));
+    f.db->removeAllNodes();
+    QCOMPARE(
+        tst::treeText(*views.root()), text("(one(two(never known), never known), never known)"));
+    NodeDB::freeDB(); // takes no node out of a view
+    QCOMPARE(one->count(), 2);
+}
+
+void TestNodeViews::changesAreAnnounced()
+{
+    tst::Database f;
+    NodeViews views(*f.db);
+    const QSignalSpy spy(&views, &NodeViews::changed);
+    const View one = appended(*views.root(), "one");
+    QCOMPARE(spy.size(), 1);
+    const View two = appended(*one, "two");
+    two->rename(text("new"));
+    QCOMPARE(spy.size(), 3);
+    QCOMPARE(views.removeEverywhere(two->id()), 1);
+    QCOMPARE(spy.size(), 4);
+    two->append(node(text("a"))); // nothing to save
+    QCOMPARE(spy.size(), 4);
+}
+
+QTEST_GUILESS_MAIN(TestNodeViews)
+#include "tst_nodeviews.moc"
