@@ -68,7 +68,9 @@ QString NodeViewProxyModel::filterText() const
 
 void NodeViewProxyModel::setLocale(const QLocale& locale)
 {
-    d->collator.setLocale(locale);
+    // The locale "C" knows no numbers in names.
+    const bool isC = locale.language() == QLocale::C;
+    d->collator.setLocale(isC ? QLocale(QLocale::English, QLocale::UnitedStates) : locale);
     if (sourceModel())
         invalidate();
 }

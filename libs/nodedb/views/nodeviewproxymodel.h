@@ -44,7 +44,7 @@ public:
     void setFilterText(const QString& text);
     QString filterText() const;
 
-    /** Sorts as in that locale; the default is QLocale(). */
+    /** Sorts as in that locale; the default is QLocale(). "C" is taken as American English. */
     void setLocale(const QLocale& locale);
 
 protected:

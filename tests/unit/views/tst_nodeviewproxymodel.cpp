@@ -1,0 +1,242 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "modelwatch.h"
+#include "shared/databasefixture.h"
+#include "views/nodeentry.h"
+#include "views/nodeview.h"
+#include "views/nodeviewmodel.h"
+#include "views/nodeviewproxymodel.h"
+#include "views/nodeviews.h"
+
+#include <QMimeData>
+#include <QTest>
+
+#include <memory>
+
+using namespace tq;
+using tst::rowOf;
+using tst::rowText;
+using tst::text;
+using View = tqm::smart<NodeView>;
+
+namespace {
+
+struct Shown
+{
+    /** Makes a node with this name and puts it into a view. */
+    tst::DeviceNode* add(NodeView& view, const char* id, const char* name)
+    {
+        auto* const node = new tst::DeviceNode(text(id));
+        node->setName(text(name));
+        f.db->insertNode(node);
+        view.append(NodeView::Entry(new NodeEntry(text(id))));
+        return node;
+    }
+
+    View addView(NodeView& to, const char* name)
+    {
+        const View view(new NodeView(text(name)));
+        to.append(view);
+        return view;
+    }
+
+    QString after(const char* filter)
+    {
+        proxy.setFilterText(text(filter));
+        return rowText(proxy);
+    }
+
+    /** Returns what is shown once everything is done that waits for the event loop. */
+    QString settled()
+    {
+        QCoreApplication::processEvents();
+        return rowText(proxy);
+    }
+
+    template <class Change>
+    void edit(const char* id, Change change)
+    {
+        auto* const copy = static_cast<IPDeviceNode*>(f.db->beginUpdateNode(text(id), 0));
+        change(*copy);
+        f.db->endUpdateNode(copy);
+    }
+
+    tst::Database f;
+    NodeViews views{ *f.db };
+    NodeView& root{ *views.root() };
+    NodeViewModel model{ *f.db, views.root() };
+    NodeViewProxyModel proxy{ model };
+    tst::ModelWatch watch{ &proxy };
+};
+
+} // namespace
+
+class TestNodeViewProxyModel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void viewsComeFirstAndNumbersCountByValue();
+    void namesAreSortedAsTheLocaleHasIt();
+    void recordingFoldersOfDevicesAreHidden();
+    void everyFieldIsSearched();
+    void theWayToAMatchStays();
+    void aFilteredTreeFollows();
+    void giantGraphsAreFilteredInTime();
+    void dropsGoThrough();
+};
+
+void TestNodeViewProxyModel::viewsComeFirstAndNumbersCountByValue()
+{
+    Shown s;
+    s.add(s.root, "1", "Gate 10");
+    s.add(s.root, "2", "gate 9");
+    s.addView(s.root, "yard 11");
+    s.addView(s.root, "Yard 2");
+    QCOMPARE(rowText(s.proxy), text("Yard 2(), yard 11(), gate 9, Gate 10"));
+    s.proxy.sort(0, Qt::DescendingOrder);
+    QCOMPARE(rowText(s.proxy), text("yard 11(), Yard 2(), Gate 10, gate 9"));
+    s.proxy.sort(-1);
+    QCOMPARE(rowText(s.proxy), text("Gate 10, gate 9, yard 11(), Yard 2()"));
+    s.proxy.sort(0);
+    s.edit("1", [](Node& node) { node.setName(text("gate 1")); });
+    QCOMPARE(rowText(s.proxy), text("Yard 2(), yard 11(), gate 1, gate 9"));
+    QCOMPARE(s.watch.resets(), 0);
+}
+
+void TestNodeViewProxyModel::namesAreSortedAsTheLocaleHasIt()
+{
+    Shown s;
+    for (const char* name : { "Zaun", "\u00c4cker", "Anlage", "Tor" })
+        s.addView(s.root, name);
+    s.proxy.setLocale(QLocale(QLocale::German));
+    QCOMPARE(rowText(s.proxy), text("\u00c4cker(), Anlage(), Tor(), Zaun()"));
+    s.proxy.setLocale(QLocale(QLocale::Swedish)); // the same letter comes last there
+    QCOMPARE(rowText(s.proxy), text("Anlage(), Tor(), Zaun(), \u00c4cker()"));
+}
+
+void TestNodeViewProxyModel::recordingFoldersOfDevicesAreHidden()
+{
+    Shown s;
+    const View view = s.addView(s.root, "v");
+    s.add(*view, "a", "A");
+    s.add(*view, "rec", "Folder");
+    QCOMPARE(rowText(s.proxy), text("v(A, Folder)"));
+    s.watch.take();
+    s.f.db->addNodeRelation(text("rec"), text("a"), eRecordingFolderToDevice);
+    QCOMPARE(s.watch.take(), QString());
+    s.f.db->addNodeRelation(text("a"), text("rec"), eDeviceToRecordingFolder);
+    s.f.db->addNodeRelation(text("b"), text("rec"), eDeviceToRecordingFolder);
+    QCOMPARE(s.watch.take(), text("removed 1-1"));
+    s.f.db->removeNodeRelation(text("b"), text("rec"), eDeviceToRecordingFolder);
+    QCOMPARE(rowText(s.proxy), text("v(A)"));
+    s.f.db->removeNode(text("a"));
+    QCOMPARE(rowText(s.proxy), text("v(Folder)"));
+    QCOMPARE(s.watch.resets(), 0);
+}
+
+void TestNodeViewProxyModel::everyFieldIsSearched()
+{
+    Shown s;
+    s.add(s.root, "1", "North gate");
+    s.add(s.root, "2", "South gate");
+    s.edit("1", [](IPDeviceNode& node) {
+        node.setHostAddress(text("10.0.0.7"));
+        node.setMac(MACAddress(text("02:00:00:00:0A:01")));
+        node.setModelInfo(text("Box 3"));
+        node.setNote(text("needs a ladder"));
+    });
+    s.root.append(NodeView::Entry(new NodeEntry(text("mac:never-known"))));
+    for (const char* found :
+        { "north", "0.0.7", "00:0a:01", "02000000", "box 3", "LADDER", " gate  10.0 ladder " })
+        QCOMPARE(s.after(found), text("North gate"));
+    QCOMPARE(s.after("gate"), text("North gate, South gate"));
+    QCOMPARE(s.after("never-known"), text("mac:never-known"));
+    QCOMPARE(s.after("gate box ladder west"), QString());
+    QCOMPARE(s.after(" "), text("mac:never-known, North gate, South gate"));
+    QCOMPARE(s.watch.resets(), 0);
+}
+
+void TestNodeViewProxyModel::theWayToAMatchStays()
+{
+    Shown s;
+    const View site = s.addView(s.root, "site");
+    const View gate = s.addView(*site, "gate");
+    const View roof = s.addView(s.root, "roof");
+    s.add(*gate, "a", "Alpha");
+    s.add(*roof, "r", "Folder of Alpha");
+    s.f.db->addNodeRelation(text("a"), text("r"), eDeviceToRecordingFolder);
+    QCOMPARE(s.after("alpha"), text("site(gate(Alpha))")); // a hidden match is none
+    QCOMPARE(s.after("gate"), text("site(gate())"));
+    QCOMPARE(s.after("roof"), text("roof()"));
+    roof->append(gate);
+    QCOMPARE(s.after("alpha"), text("roof(gate(Alpha)), site(gate(Alpha))"));
+    QCOMPARE(s.after(""), text("roof(gate(Alpha)), site(gate(Alpha))"));
+}
+
+void TestNodeViewProxyModel::aFilteredTreeFollows()
+{
+    Shown s;
+    const View site = s.addView(s.root, "site");
+    const View gate = s.addView(*site, "gate");
+    s.add(*gate, "a", "Alpha");
+    s.add(*site, "b", "Beta");
+    QCOMPARE(s.after("beta"), text("site(Beta)"));
+    s.edit("a", [](Node& node) { node.setNote(text("like Beta")); });
+    QCOMPARE(s.settled(), text("site(gate(Alpha), Beta)"));
+    s.f.db->removeNode(text("b"));
+    s.f.db->addNodeRelation(text("x"), text("a"), eDeviceToRecordingFolder);
+    QCOMPARE(s.settled(), QString());
+    s.f.db->removeNodeRelation(text("x"), text("a"), eDeviceToRecordingFolder);
+    QCOMPARE(s.settled(), text("site(gate(Alpha))"));
+    site->remove(gate->id());
+    QCOMPARE(s.settled(), QString());
+    gate->append(NodeView::Entry(new NodeEntry(text("beta"))));
+    s.root.append(gate);
+    QCOMPARE(
+        s.settled(), text("gate(beta, Alpha)").replace(text("beta, Alpha"), text("Alpha, beta")));
+    gate->rename(text("g"));
+    site->rename(text("the beta site"));
+    QCOMPARE(s.settled(), text("g(Alpha, beta), the beta site()"));
+    QCOMPARE(s.watch.resets(), 0);
+}
+
+void TestNodeViewProxyModel::giantGraphsAreFilteredInTime()
+{
+    Shown s;
+    View above = s.addView(s.root, "first");
+    for (int i = 0; i < 100; ++i) { // 2^100 ways
+        const View left = s.addView(*above, "left");
+        const View right = s.addView(*above, "right");
+        above = s.addView(*left, "next");
+        right->append(above);
+    }
+    s.add(*above, "x", "Needle");
+    s.proxy.setFilterText(text("needle"));
+    QModelIndex index;
+    while (s.proxy.rowCount(index) > 0)
+        index = s.proxy.index(0, 0, index);
+    QCOMPARE(index.data().toString(), text("Needle"));
+    s.f.db->removeNode(text("x"));
+    QCoreApplication::processEvents();
+    QCOMPARE(s.proxy.rowCount(), 0);
+}
+
+void TestNodeViewProxyModel::dropsGoThrough()
+{
+    Shown s;
+    const View b = s.addView(s.root, "b");
+    const View a = s.addView(s.root, "a");
+    s.add(*b, "1", "One");
+    QCOMPARE(rowText(s.proxy), text("a(), b(One)"));
+    const std::unique_ptr<QMimeData> one(s.proxy.mimeData({ rowOf(s.proxy, "One") }));
+    const QModelIndex target = rowOf(s.proxy, "a");
+    QVERIFY(s.proxy.canDropMimeData(one.get(), Qt::MoveAction, -1, -1, target));
+    QVERIFY(s.proxy.dropMimeData(one.get(), Qt::MoveAction, -1, -1, target));
+    QCOMPARE(rowText(s.proxy), text("a(One), b()"));
+    const std::unique_ptr<QMimeData> view(s.proxy.mimeData({ target }));
+    QVERIFY(!s.proxy.canDropMimeData(view.get(), Qt::MoveAction, -1, -1, target));
+}
+
+QTEST_MAIN(TestNodeViewProxyModel)
+#include "tst_nodeviewproxymodel.moc"
