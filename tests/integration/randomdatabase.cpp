@@ -163,6 +163,9 @@ void RandomDatabase::fillShipped()
     folder.setNodeType(eRecordingFolderNode);
     folder.setSecondText(someText());
     folder.setThirdText(QStringLiteral("of ") + someText());
+    folder.setUser(someText());
+    folder.setPassword(someText());
+    folder.setSavePassword(chance());
     db->newNodeHint(folder);
     count("cameras of the shipped driver", int(db->nodeIdList(eIPCameraNode).size()));
     count("recording folders", int(db->nodeIdList(eRecordingFolderNode).size()));

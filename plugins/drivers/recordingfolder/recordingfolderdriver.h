@@ -10,7 +10,8 @@ namespace tq {
 
 /**
  * Makes nodes of type 0. They are made on purpose only: from a hint of type 0 whose third text is
- * the id of the device that records; its second text is the path, else the global recording folder.
+ * the id of the device that records; its second text is the path, else the global recording
+ * folder; the login is that of the hint, where its kind has one.
  */
 class RecordingFolderDriver : public QObject, public INodeDriverComponent
 {

@@ -15,7 +15,9 @@ const QString k_prefix = QStringLiteral("rec:");
 } // namespace
 
 RecordingFolderNode::RecordingFolderNode(const QString& id)
-    : Node(eRecordingFolderNode, id), m_path(tr("Path"), this, QStringLiteral("Path"))
+    : Node(eRecordingFolderNode, id)
+    , m_path(tr("Path"), this, QStringLiteral("Path"))
+    , m_login(QStringLiteral("User"), this, UserAndPassword(), tr("Login"))
 {
     m_path.createProperty(propertySet());
 }
@@ -47,6 +49,13 @@ void RecordingFolderNode::fillHint(NodeHint& hint) const
     hint.setThirdText(id().startsWith(k_prefix) ? id().mid(k_prefix.size()) : QString());
 }
 
+QIcon RecordingFolderNode::icon() const
+{
+    // Of the library's resources; one for all, as making it anew costs.
+    static const QIcon icon(QStringLiteral(":/icons/folder_16.png"));
+    return icon;
+}
+
 QString RecordingFolderNode::path() const
 {
     return m_path.value();
@@ -56,6 +65,16 @@ void RecordingFolderNode::setPath(const QString& path)
 {
     m_path.set(path);
     markStale();
+}
+
+UserAndPassword RecordingFolderNode::login() const
+{
+    return { m_login.user(), m_login.password(), m_login.savePassword() };
+}
+
+void RecordingFolderNode::setLogin(const UserAndPassword& login)
+{
+    m_login.setUserAndPassword(login.user, login.password, login.savePassword);
 }
 
 } // namespace tq

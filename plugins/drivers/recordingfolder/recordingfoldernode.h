@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "devices/userandpasswordnodeproperty.h"
 #include "nodestore/node.h"
 
 namespace tq {
@@ -23,14 +24,25 @@ public:
     /** Nothing on the network changes a folder. */
     void updateFromHint(const NodeHint& hint) override;
 
-    /** Writes name, type, the path as second text, and the device's id as third text. */
+    /**
+     * Writes name, type, the path as second text, and the device's id as third text. Not the login:
+     * signals carry hints to whoever listens, and nobody logs in at a folder by its hint.
+     */
     void fillHint(NodeHint& hint) const override;
+
+    /** Returns the picture of a folder. */
+    QIcon icon() const override;
 
     QString path() const;
     void setPath(const QString& path);
 
+    /** What it takes to write there; with the save flag clear the password is dropped at once. */
+    UserAndPassword login() const;
+    void setLogin(const UserAndPassword& login);
+
 private:
     SimpleNodeProperty<QString> m_path;
+    UserAndPasswordNodeProperty m_login;
 };
 
 } // namespace tq

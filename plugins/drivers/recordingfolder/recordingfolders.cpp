@@ -4,7 +4,7 @@
 
 #include "drivers/recordingfolder/recordingfoldernode.h"
 
-#include "discovery/nodehint.h"
+#include "discovery/nodehintipdevice.h"
 #include "nodestore/nodedb.h"
 
 #include "platform/logline.h"
@@ -30,6 +30,9 @@ NodeID insertRecordingFolder(const NodeHint& hint)
     node->setName(
         hint.name().isEmpty() ? RecordingFolderNode::tr("Recording folder") : hint.name());
     node->setPath(hasPath ? hint.secondText() : db->globalRecordingFolderPath());
+    const auto* const given = dynamic_cast<const NodeHintIPDevice*>(&hint);
+    if (given && !(given->user().isEmpty() && given->password().isEmpty()))
+        node->setLogin({ given->user(), given->password(), given->savePassword() });
     node->setShouldPersist(true);
     db->insertNode(node.release());
     return id;
