@@ -71,6 +71,8 @@ tq::NodeID FakeDriver::createNodeFromHint(const tq::NodeHint& hint)
 {
     created.append(hint.name());
     called();
+    if (onCreate)
+        return onCreate(hint);
     auto* const node = new PlainNode(m_name + QLatin1Char(':') + hint.name());
     node->setName(hint.name());
     tq::NodeDB::getDB()->insertNode(node);

@@ -43,6 +43,7 @@ public:
     QList<int> probes; ///< request ids, in order
     QStringList created; ///< names of the hints that nodes were asked for
     std::function<void()> onCall; ///< runs at the start of every operation but the destructor
+    std::function<tq::NodeID(const tq::NodeHint&)> onCreate; ///< makes the nodes of hints instead
 
 signals:
     void probeFinished(int requestId, tqm::smart<tq::INodeDriverComponent> driver, int result);

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "discovery/inodescanner.h"
+#include "discovery/nodehintipdevice.h"
+#include "recording/nodedbhelper.h"
 #include "shared/databasefixture.h"
 
 #include "platform/pluginloader.h"
@@ -24,6 +26,7 @@ private slots:
     void scannersAnnounceSignalsThatConnect();
     void theExamplesWorkTogether();
     void recordingFoldersAreMadeOncePerDevice();
+    void recordingFoldersFindBackToTheirDevices();
 };
 
 void TestPlugins::init()
@@ -121,6 +124,32 @@ void TestPlugins::recordingFoldersAreMadeOncePerDevice()
     fixture.db->node(id)->fillHint(*hintOfFolder);
     QCOMPARE(hintOfFolder->secondText(), QStringLiteral("/mnt"));
     QCOMPARE(hintOfFolder->thirdText(), QStringLiteral("mac:020000000001"));
+}
+
+void TestPlugins::recordingFoldersFindBackToTheirDevices()
+{
+    const tst::Database fixture;
+    fixture.db->setGlobalRecordingFolderUserAndPassword(
+        QStringLiteral("anna"), tst::text("gehäim"));
+    NodeHintIPDevice camera;
+    camera.setNodeType(eIPCameraNode);
+    camera.setHostAddress(QStringLiteral("192.0.2.7"));
+    fixture.db->newNodeHint(camera);
+    const QString device = fixture.db->nodeIdList(eIPCameraNode).value(0);
+    const QString folder = NodeDBHelper::createRecordingFolder(*fixture.db, device);
+    QCOMPARE(folder, QStringLiteral("rec:") + device);
+    const auto node = fixture.db->node(folder);
+    UserAndPassword login;
+    login.fromVariant(node->properties().find(QStringLiteral("User"))->value());
+    QCOMPARE(login, UserAndPassword(QStringLiteral("anna"), tst::text("gehäim"), true));
+    NodeHintIPDevice told;
+    node->fillHint(told);
+    QCOMPARE(told.user() + told.password(), QString());
+
+    fixture.db->removeAllNodeRelations(folder);
+    QCOMPARE(NodeDBHelper::createRecordingFolder(*fixture.db, device), folder);
+    QCOMPARE(fixture.db->relatedNodes(device, eDeviceToRecordingFolder), QStringList(folder));
+    QCOMPARE(fixture.db->relatedNodes(folder, eRecordingFolderToDevice), QStringList(device));
 }
 
 QTEST_GUILESS_MAIN(TestPlugins)
