@@ -21,6 +21,7 @@ QList<Command> environmentCommands();
 QList<Command> listCommands();
 QList<Command> nasCommands();
 QList<Command> readCommands();
+QList<Command> recordCommands();
 QList<Command> relationCommands();
 QList<Command> removeCommands();
 QList<Command> scanCommands();
