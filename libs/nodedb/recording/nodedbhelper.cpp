@@ -206,6 +206,8 @@ NodeID NodeDBHelper::recordingFolder(const NodeDB& database, const NodeID& devic
     }
     NodeHintIPDevice hint;
     for (const NodeID& id : database.nodeIdList(eRecordingFolderNode)) {
+        if (database.isDestinationOfNodeRelation(id, eDeviceToRecordingFolder))
+            continue; // of another device
         const auto folder = database.node(id);
         hint.setThirdText(QString());
         if (!folder.null())

@@ -18,9 +18,9 @@ class NODEDB_EXPORT NodeDBHelper
 public:
     /**
      * Returns the id of the device's recording folder: the stored node of type 0 that the device
-     * has a relation of type 1 to; else one that names the device in the third text of its hints,
-     * whose relations were lost. The smallest id if there are several, a null string if there is
-     * none. Changes nothing. Any thread.
+     * has a relation of type 1 to; else one without such a relation that names the device in the
+     * third text of its hints: its relations were lost. The smallest id if there are several, a
+     * null string if there is none. Changes nothing. Any thread.
      */
     static NodeID recordingFolder(const NodeDB& database, const NodeID& deviceId);
 
