@@ -89,13 +89,23 @@ int NodeView::count() const
 
 QList<tqm::smart<NodeView>> NodeView::views() const
 {
-    QList<tqm::smart<NodeView>> result;
-    for (const Entry& entry : m_entries) {
-        const tqm::smart<NodeView> view(entry);
-        if (!view.null())
-            result.append(view);
+    // Kept, since walks over views would look at each node again and again.
+    if (!m_views) {
+        m_views.emplace();
+        for (const Entry& entry : m_entries) {
+            const tqm::smart<NodeView> view(entry);
+            if (!view.null())
+                m_views->append(view);
+        }
     }
-    return result;
+    return *m_views;
+}
+
+/** Has views() look again when the entry is one. */
+void NodeView::forgetViews(const Entry& entry)
+{
+    if (!tqm::smart<NodeView>(entry).null())
+        m_views.reset();
 }
 
 QList<NodeView*> NodeView::containers() const
@@ -192,6 +202,7 @@ void NodeView::place(int index, const Entry& entry)
 {
     m_entries.insert(index, entry);
     m_ids.insert(entry->id());
+    forgetViews(entry);
     const tqm::smart<NodeView> view(entry);
     if (!view.null())
         view->m_containers.append(this);
@@ -209,6 +220,7 @@ void NodeView::move(const QString& id, int index)
     if (to == from)
         return;
     m_entries.move(from, to);
+    forgetViews(m_entries.at(to));
     const QPointer<NodeView> alive(this);
     emit entryMoved(m_id, from, to);
     if (alive)
@@ -220,6 +232,7 @@ void NodeView::remove(const QString& id)
     const int index = indexOfOrThrow(id);
     const Entry entry = m_entries.takeAt(index); // keeps `id` too, which may be its own
     m_ids.remove(entry->id());
+    forgetViews(entry);
     const tqm::smart<NodeView> view(entry);
     if (!view.null())
         view->m_containers.removeOne(this);

@@ -11,6 +11,8 @@
 #include <QObject>
 #include <QSet>
 
+#include <optional>
+
 namespace tq {
 
 /**
@@ -120,12 +122,14 @@ private:
     int indexOfOrThrow(const QString& id) const;
     void place(int index, const Entry& entry);
     bool standsIn(const NodeView& view) const;
+    void forgetViews(const Entry& entry);
     void announceContents();
 
     NodeViewID m_id;
     QString m_name;
     QList<Entry> m_entries;
     QSet<QString> m_ids; ///< of the entries
+    mutable std::optional<QList<tqm::smart<NodeView>>> m_views; ///< among them, once asked for
     QList<NodeView*> m_containers;
 };
 

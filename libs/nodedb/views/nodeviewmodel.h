@@ -23,7 +23,7 @@ class NodeViewModelPrivate;
  * It follows the views and the database by single rows and never resets. Rows are read when they
  * are asked for. A view that stands in several views has rows in each. Nodes show their name and
  * icon, those that the database does not know their id, in italics; views can be renamed. Other
- * roles: EViewRole. Belongs to the database's thread, which it may outlive.
+ * roles: EViewRole. Belongs to the database's thread, and may outlive the database.
  *
  * Dragging gives "application/view-id" and "application/source-id": the ids of the views and of the
  * nodes, UTF-8, one per line. A drop moves or copies what was dragged from any model of this

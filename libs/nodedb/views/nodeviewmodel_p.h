@@ -9,7 +9,6 @@
 
 #include <QIcon>
 #include <QPointer>
-#include <QSet>
 
 namespace tq {
 
@@ -51,7 +50,6 @@ private:
     void moveRow(ViewItem& item, int from, int to);
 
     ViewTree m_tree;
-    QSet<const NodeView*> m_followed; ///< the views that there are items of
     QStringList m_stale; ///< views whose rows are yet to be brought up to date
     bool m_isUpdating = false;
 };

@@ -52,9 +52,6 @@ void NodeViewModelPrivate::followDatabase(NodeDB& db)
 
 void NodeViewModelPrivate::followView(NodeView& view)
 {
-    if (m_followed.contains(&view))
-        return;
-    m_followed.insert(&view);
     QObject::connect(&view, &NodeView::renamed, &q, [this](const NodeViewID& id) { q.touch(id); });
     const auto change = [this](const NodeViewID& id) { viewChanged(id); };
     QObject::connect(&view, &NodeView::entryInserted, &q, change);
@@ -82,12 +79,8 @@ void NodeViewModelPrivate::read(ViewItem& item)
 
 void NodeViewModelPrivate::addItems(ViewItem& item, int row, const QList<NodeView::Entry>& entries)
 {
-    m_tree.insert(item, row, entries);
-    for (const NodeView::Entry& entry : entries) {
-        const tqm::smart<NodeView> view(entry);
-        if (!view.null())
-            followView(*view);
-    }
+    for (const tqm::smart<NodeView>& view : m_tree.insert(item, row, entries))
+        followView(*view);
 }
 
 void NodeViewModelPrivate::viewChanged(const NodeViewID& id)
@@ -184,10 +177,8 @@ void NodeViewModelPrivate::insertRows(
 void NodeViewModelPrivate::removeRows(ViewItem& item, int row, int count)
 {
     q.beginRemoveRows(indexOf(item), row, row + count - 1);
-    for (const tqm::smart<NodeView>& view : m_tree.remove(item, row, count)) {
-        m_followed.remove(view.get());
+    for (const tqm::smart<NodeView>& view : m_tree.remove(item, row, count))
         view->disconnect(&q);
-    }
     q.endRemoveRows();
 }
 

@@ -11,10 +11,13 @@ ViewTree::ViewTree(const tqm::smart<NodeView>& root)
     m_root.entry = root;
     m_root.view = root.get();
     m_items.insert(root->id(), &m_root);
+    m_places.insert(root.get(), 1);
 }
 
-void ViewTree::insert(ViewItem& parent, int row, const QList<NodeView::Entry>& entries)
+QList<tqm::smart<NodeView>> ViewTree::insert(
+    ViewItem& parent, int row, const QList<NodeView::Entry>& entries)
 {
+    QList<tqm::smart<NodeView>> added;
     std::vector<std::unique_ptr<ViewItem>> items;
     items.reserve(size_t(entries.size()));
     for (const NodeView::Entry& entry : entries) {
@@ -23,11 +26,14 @@ void ViewTree::insert(ViewItem& parent, int row, const QList<NodeView::Entry>& e
         item->entry = entry;
         item->view = tqm::smart<NodeView>(entry).get();
         m_items.insert(entry->id(), item.get());
+        if (item->view && ++m_places[item->view] == 1)
+            added.append(entry);
         items.push_back(std::move(item));
     }
     parent.children.insert(parent.children.begin() + row, std::make_move_iterator(items.begin()),
         std::make_move_iterator(items.end()));
     renumber(parent, row, parent.childCount());
+    return added;
 }
 
 QList<tqm::smart<NodeView>> ViewTree::remove(ViewItem& parent, int row, int count)
@@ -42,10 +48,11 @@ QList<tqm::smart<NodeView>> ViewTree::remove(ViewItem& parent, int row, int coun
     while (!leaving.empty()) {
         const std::unique_ptr<ViewItem> item = std::move(leaving.back());
         leaving.pop_back();
-        const QString id = item->entry->id();
-        m_items.remove(id, item.get());
-        if (item->view && !m_items.contains(id))
+        m_items.remove(item->entry->id(), item.get());
+        if (item->view && --m_places[item->view] == 0) {
+            m_places.remove(item->view);
             gone.append(item->entry);
+        }
         std::move(item->children.begin(), item->children.end(), std::back_inserter(leaving));
     }
     return gone;

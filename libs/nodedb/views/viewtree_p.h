@@ -42,8 +42,10 @@ public:
     /** Returns the items that stand for the node or view with this id. */
     QList<ViewItem*> itemsOf(const QString& id) const { return m_items.values(id); }
 
-    /** Makes children for entries; the first one gets the given row. */
-    void insert(ViewItem& parent, int row, const QList<NodeView::Entry>& entries);
+    /** Makes children for entries, the first one in the given row; returns the views that no item
+     * stood for until now. */
+    QList<tqm::smart<NodeView>> insert(
+        ViewItem& parent, int row, const QList<NodeView::Entry>& entries);
 
     /** Removes children with all that is below; returns the views that no item stands for now. */
     QList<tqm::smart<NodeView>> remove(ViewItem& parent, int row, int count);
@@ -56,6 +58,7 @@ private:
 
     ViewItem m_root;
     QMultiHash<QString, ViewItem*> m_items;
+    QHash<const NodeView*, int> m_places; ///< how many items each view has
 };
 
 } // namespace tq
