@@ -4,6 +4,7 @@
 
 #include "environments/globalnetworkproxy.h"
 #include "nodestore/nodedb.h"
+#include "views/nodeviews.h"
 
 #include "persistence/storefactory.h"
 #include "platform/logline.h"
@@ -47,7 +48,8 @@ void makeDefaultFolder()
 
 constexpr int k_tooManyAbsent = 1000;
 
-/** Returns whether no array in `node` announces far more entries than it has. */
+/** Returns whether no array in `node` announces far more entries than it has. There are no groups:
+ * what is one was an array and lost its size. */
 bool isSound(const StoreNode& node)
 {
     const auto isArraySound = [](const auto& array) {
@@ -56,20 +58,16 @@ bool isSound(const StoreNode& node)
         return array.second.size - int(entries.size()) < k_tooManyAbsent
             && std::all_of(entries.begin(), entries.end(), isEntrySound);
     };
-    const auto isGroupSound = [](const auto& group) { return isSound(group.second); };
-    return std::all_of(node.arrays.begin(), node.arrays.end(), isArraySound)
-        && std::all_of(node.groups.begin(), node.groups.end(), isGroupSound);
+    return node.groups.empty() && std::all_of(node.arrays.begin(), node.arrays.end(), isArraySound);
 }
 
-/** The settings have arrays but no groups: what is one was an array and lost its size. */
+/** Settings and views are few, so that their groups can be looked at whole. */
 bool areSettingsSound(const IStore& store)
 {
-    for (const char* const name : { "Environment", "GlobalFields", "GlobalProxy" }) {
-        const StoreNode group = store.tree({ { QString::fromLatin1(name), -1 } });
-        if (!group.groups.empty() || !isSound(group))
-            return false;
-    }
-    return true;
+    const auto names = { "Environment", "GlobalFields", "GlobalProxy", "NodeViews" };
+    return std::all_of(names.begin(), names.end(), [&](const char* name) {
+        return isSound(store.tree({ { QString::fromLatin1(name), -1 } }));
+    });
 }
 
 } // namespace
@@ -82,11 +80,13 @@ DatabaseSession::DatabaseSession(const QStringList& pluginFolders)
         [this](const NodeID&, const NodeID&, ENodeRelationType type) {
             m_relationTypes.insert(type);
         });
+    m_views = std::make_unique<NodeViews>(database());
     watchSettings();
 }
 
 DatabaseSession::~DatabaseSession()
 {
+    m_views.reset();
     NodeDB::freeDB();
     plugin::Loader::instance().clear();
 }
@@ -105,6 +105,11 @@ QString DatabaseSession::defaultStore()
 NodeDB& DatabaseSession::database() const
 {
     return *NodeDB::getDB();
+}
+
+NodeViews& DatabaseSession::views() const
+{
+    return *m_views;
 }
 
 QString DatabaseSession::open(const QString& store, OpenMode mode)
@@ -153,6 +158,7 @@ QString DatabaseSession::load()
         m_isLoading = true;
         const auto end = qScopeGuard([this] { m_isLoading = false; });
         database().load(m_store.get());
+        m_views->load(m_store.get());
         isWhole = m_kept.collect(*m_store, database()) && areSettingsSound(*m_store);
         m_store->endReading();
     }
@@ -178,7 +184,10 @@ QString DatabaseSession::save()
     if (m_store->openMode() == OpenMode::ReadOnly)
         return tr("the store %1 is open for reading only").arg(where);
     const KeptEntries kept = m_kept.remaining(database());
-    KeepingTarget target(*m_store, [&kept](IStore& store) { kept.append(store); });
+    KeepingTarget target(*m_store, [&](IStore& store) {
+        kept.append(store);
+        m_views->save(&store);
+    });
     database().save(&target, false);
     if (target.isSynced()) {
         m_settingsChanged = false;
@@ -220,6 +229,7 @@ void DatabaseSession::watchSettings()
         proxy, &GlobalNetworkProxy::globalProxyDataChanged, this, &DatabaseSession::markChanged);
     QObject::connect(
         proxy, &GlobalNetworkProxy::proxyDataChanged, this, &DatabaseSession::markChanged);
+    QObject::connect(m_views.get(), &NodeViews::changed, this, &DatabaseSession::markChanged);
 }
 
 } // namespace tq

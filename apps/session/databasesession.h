@@ -17,10 +17,11 @@ class QLockFile;
 namespace tq {
 
 class NodeDB;
+class NodeViews;
 
 /**
- * The life of the database in a program: plug-ins are found, the database is made and filled from a
- * store, and saved back into it; its end frees the database and lets the plug-ins go.
+ * The life of the database and its views in a program: plug-ins are found, both are made and filled
+ * from a store, and saved back into it; its end frees them and lets the plug-ins go.
  *
  * There is one at a time, used on one thread. Operations that can fail return an empty text, or one
  * sentence for people that names what is wrong.
@@ -45,6 +46,10 @@ public:
     /** Returns the database; it lives as long as the session. */
     NodeDB& database() const;
 
+    /** Returns the views, which are loaded and saved with the database; they live as long as the
+     * session. */
+    NodeViews& views() const;
+
     /**
      * Opens the store and loads it. For writing, the store need not exist, and no other session may
      * have it open for writing. A store that cannot be read, or not whole, is refused and left as
@@ -53,13 +58,14 @@ public:
     [[nodiscard]] QString open(const QString& store, OpenMode mode);
 
     /**
-     * Saves everything, and with it the stored entries that no driver could load. Refused without a
-     * store, while it is being loaded, and when it was opened for reading.
+     * Saves everything, and with it the stored entries that no driver could load; all of it becomes
+     * durable at once, or nothing. Refused without a store, while it is being loaded, and when it
+     * was opened for reading.
      */
     [[nodiscard]] QString save();
 
-    /** Returns whether nodes, relations, environments or settings changed since the last load or
-     * save. */
+    /** Returns whether nodes, relations, views, environments or settings changed since the last
+     * load or save. */
     bool hasUnsavedChanges() const;
 
     /** Notes a change of a setting that the database does not announce. */
@@ -76,6 +82,7 @@ private:
     QString load();
     void watchSettings();
 
+    std::unique_ptr<NodeViews> m_views;
     std::unique_ptr<QLockFile> m_lock;
     std::unique_ptr<IStore> m_store;
     KeptEntries m_kept;
