@@ -16,6 +16,7 @@ const QList<Command>& allCommands()
         + readCommands() //
         + removeCommands() //
         + relationCommands() //
+        + viewCommands() //
         + recordCommands() //
         + nasCommands() //
         + environmentCommands() //

@@ -27,5 +27,6 @@ QList<Command> removeCommands();
 QList<Command> scanCommands();
 QList<Command> setCommands();
 QList<Command> settingsCommands();
+QList<Command> viewCommands();
 
 } // namespace tq::cli

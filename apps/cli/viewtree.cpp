@@ -1,0 +1,105 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "cli/viewtree.h"
+
+#include "cli/invocation.h"
+#include "cli/nodesummary.h"
+#include "cli/viewarguments.h"
+
+#include "nodestore/node.h"
+#include "nodestore/nodedb.h"
+#include "views/nodeviews.h"
+
+#include <QSet>
+
+#include <vector>
+
+namespace tq::cli {
+
+namespace {
+
+/** A view whose entries are being drawn. */
+struct Level
+{
+    QList<NodeView::Entry> entries;
+    QString in; ///< its id
+    QString indent;
+    qsizetype next = 0;
+
+    bool isDone() const { return next == entries.size(); }
+};
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+QJsonObject itemOf(const NodeDB& database, const NodeView::Entry& entry)
+{
+    QJsonObject result{ { text("ID"), entry->id() } };
+    if (const tqm::smart<NodeView> view(entry); !view.null()) {
+        result[text("Kind")] = text("view");
+        result[text("Name")] = view->name();
+        return result;
+    }
+    const auto node = database.node(entry->id());
+    result[text("Kind")] = text("node");
+    result[text("Known")] = !node.null();
+    if (!node.null()) {
+        const QJsonObject summary = nodeSummary(database, *node);
+        result[text("Name")] = summary[text("Name")];
+        result[text("Address")] = summary[text("IP")].toString();
+    }
+    return result;
+}
+
+/** Returns how an item is drawn, on a line without its branch. */
+QString drawn(const QJsonObject& item)
+{
+    const QString name = item[text("Name")].toString();
+    const QString label = name.trimmed().isEmpty() ? item[text("ID")].toString() : name;
+    const QString address = item[text("Address")].toString();
+    if (item[text("Known")] == QJsonValue(false))
+        return label + text(" (not known)");
+    return address.isEmpty() ? label : label + text("  ") + address;
+}
+
+/** Returns what is said behind a view that nothing is drawn below. */
+QString remark(const NodeView& view)
+{
+    return view.count() == 0 ? text(" (empty)") : text(" … see above");
+}
+
+} // namespace
+
+void printViewTree(Invocation& call, const NodeView& view)
+{
+    const NodeViews& views = call.session().views();
+    Output& output = call.output();
+    output.print(viewLabel(views, view) + (view.count() == 0 ? remark(view) : QString()));
+    QSet<QString> seen;
+    std::vector<Level> open{ { view.entries(), viewId(views, view), QString() } };
+    while (!open.empty()) {
+        Level& level = open.back();
+        if (level.isDone()) {
+            open.pop_back();
+            continue;
+        }
+        const NodeView::Entry entry = level.entries.at(level.next++);
+        const tqm::smart<NodeView> inner(entry);
+        const bool isOpened = !inner.null() && inner->count() > 0 && !seen.contains(inner->id());
+        QJsonObject item = itemOf(call.database(), entry);
+        item[text("Depth")] = int(open.size());
+        item[text("In")] = level.in;
+        output.addItem(item);
+        output.print(level.indent + (level.isDone() ? text("└─ ") : text("├─ ")) + drawn(item)
+            + (isOpened || inner.null() ? QString() : remark(*inner)));
+        if (isOpened) {
+            seen.insert(inner->id());
+            open.push_back({ inner->entries(), inner->id(),
+                level.indent + (level.isDone() ? text("   ") : text("│  ")) });
+        }
+    }
+}
+
+} // namespace tq::cli
