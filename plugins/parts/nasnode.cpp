@@ -7,6 +7,7 @@
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
 
+#include <QIcon>
 #include <QUrl>
 
 #include <memory>
@@ -43,6 +44,12 @@ Node* NASNode::clone() const
     auto copy = std::make_unique<NASNode>(id());
     deepCopy(copy.get());
     return copy.release();
+}
+
+QIcon NASNode::icon() const
+{
+    static const QIcon icon(QStringLiteral(":/nodeIcons/storage.png"));
+    return icon;
 }
 
 bool NASNode::updateField(const tqgen::BaseProperty& property)

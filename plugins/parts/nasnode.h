@@ -32,6 +32,9 @@ public:
 
     Node* clone() const override;
 
+    /** Returns the image ":/nodeIcons/storage.png", which the application supplies. */
+    QIcon icon() const override;
+
     /** As the base's. A login whose password is not to be stored is not stored as a local user's
      * either. */
     bool updateField(const tqgen::BaseProperty& property) override;
