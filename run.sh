@@ -3,11 +3,15 @@
 # SPDX-License-Identifier: MIT
 #
 # ./run.sh             builds what is missing, then scans a network in a box and lists what was found
+# ./run.sh --viewer    opens what that found in a window (examples/viewer), after scanning if there is nothing yet;
+#                      without a display, makes a picture of it
 # ./run.sh ARGUMENTS   runs "nodedb ARGUMENTS" on this machine instead, for example: ./run.sh scan --for 30
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=$here/build/release
 nodedb=$build/bin/nodedb
+demo=$here/build/demo
+store=sqlite:$demo/devices.db
 
 set_up() {
   "$here/tools/install-packages" run
@@ -20,21 +24,8 @@ set_up() {
 # Whether anything that the build depends on is newer than its result.
 is_stale() {
   [ ! -x "$nodedb" ] || [ ! -e "$build/.complete" ] ||
-    [ -n "$(find "$here"/{CMakeLists.txt,cmake,libs,plugins,apps,tools} -newer "$build/.complete" -print -quit)" ]
+    [ -n "$(find "$here"/{CMakeLists.txt,cmake,libs,plugins,apps,examples,tools} -newer "$build/.complete" -print -quit)" ]
 }
-
-if is_stale; then
-  set_up >&2
-  touch "$build/.complete"
-fi
-if [ $# -gt 0 ]; then
-  exec "$nodedb" "$@"
-fi
-
-demo=$here/build/demo
-rm -rf "$demo"
-mkdir -p "$demo"
-store=sqlite:$demo/devices.db
 
 # Without namespaces: the same devices on loopback addresses, added by hand.
 on_loopback() {
@@ -49,14 +40,55 @@ on_loopback() {
     done' lab "$here/tools/lab" "$build" "$nodedb" "$store"
 }
 
-echo "Scanning a network in a box for 10 s; Ctrl-C ends it earlier."
-status=0
-"$here/tools/lab" --build "$build" "$nodedb" --store "$store" scan --for 10 --sweep || status=$?
-if [ "$status" -eq 77 ]; then
-  on_loopback
-elif [ "$status" -ne 0 ]; then
-  exit "$status"
+# Makes a view of the nodes of a type, if there are any.
+arrange() {
+  local name=$1 ids
+  mapfile -t ids < <("$nodedb" --store "$store" list --type "$2" | awk 'NR > 1 { print $1 }')
+  [ ${#ids[@]} -gt 0 ] || return 0
+  "$nodedb" --store "$store" view add "$name" --in "$found"
+  "$nodedb" --store "$store" view add "$name" "${ids[@]}"
+}
+
+scan() {
+  local status=0 found="Found in the lab"
+  rm -rf "$demo"
+  mkdir -p "$demo"
+  echo "Scanning a network in a box for 10 s; Ctrl-C ends it earlier."
+  "$here/tools/lab" --build "$build" "$nodedb" --store "$store" scan --for 10 --sweep || status=$?
+  if [ "$status" -eq 77 ]; then
+    on_loopback
+  elif [ "$status" -ne 0 ]; then
+    exit "$status"
+  fi
+  {
+    "$nodedb" --store "$store" view add "$found"
+    arrange Cameras 2
+    arrange Storage 4
+  } >/dev/null
+}
+
+show() {
+  if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+    exec "$build/bin/viewer" "$store"
+  fi
+  QT_QPA_PLATFORM=offscreen "$build/bin/viewer" "$store" --picture "$demo/viewer.png"
+  echo "There is no display; a picture of the window is in $demo/viewer.png"
+}
+
+if is_stale; then
+  set_up >&2
+  touch "$build/.complete"
 fi
-echo
-echo "What another process reads from $store:"
-"$nodedb" --store "$store" list
+case "${1:-}" in
+  "")
+    scan
+    echo
+    echo "What another process reads from $store:"
+    "$nodedb" --store "$store" list
+    ;;
+  --viewer)
+    [ -e "${store#sqlite:}" ] || scan
+    show
+    ;;
+  *) exec "$nodedb" "$@" ;;
+esac
