@@ -7,10 +7,9 @@
 
 #include "platform/testexport.h"
 
+#include <QHash>
 #include <QList>
-#include <QMap>
-#include <QMultiHash>
-#include <QPair>
+#include <QSet>
 #include <QStringList>
 
 #include <tuple>
@@ -45,7 +44,7 @@ public:
     /** Adds the relation unless it is there. */
     void add(const Writing&, const NodeRelation& relation);
 
-    /** Erases every entry of the relation and returns how many there were. */
+    /** Erases the relation and returns how many there were: 1, or 0. */
     int erase(const Writing&, const NodeRelation& relation);
 
     QStringList destinations(const Reading&, const QString& from, ENodeRelationType type) const;
@@ -59,11 +58,14 @@ public:
     QList<NodeRelation> all(const Reading&) const;
 
 private:
-    using Key = QPair<QString, ENodeRelationType>;
+    /** By the id at one end and the type: the ids at the other end. Nothing in it is empty. */
+    using Index = QHash<QString, QHash<ENodeRelationType, QSet<QString>>>;
 
-    QMultiHash<Key, QString> m_destinations; ///< by source
-    QMultiHash<Key, QString> m_sources; ///< the same relations by destination
-    QMap<ENodeRelationType, int> m_counts; ///< of relations, for each type there is
+    static QSet<QString> ends(const Index& index, const QString& id, ENodeRelationType type);
+    static void erase(Index& index, const QString& id, ENodeRelationType type, const QString& end);
+
+    Index m_destinations; ///< by source
+    Index m_sources; ///< the same relations by destination
 };
 
 } // namespace tq

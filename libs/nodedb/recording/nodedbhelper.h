@@ -34,11 +34,12 @@ public:
      * The relations of type 1, from the device to the folder, and of type 2, back, are added where
      * they are missing; beyond that a folder which is there already stays as it is.
      *
-     * A null string, after one level 2 log line that names the device and says why, means that
-     * there is no folder and nothing of one: the device is unknown or a recording folder itself,
-     * the driver failed or returned anything but a new node of type 0, or a slot removed the device
-     * or the folder, or freed the database. When there is no such driver that line is the level 3
-     * line "Node driver (RecordingFolderNode) is missing".
+     * A null string, after a level 2 log line that names the device and says why, means that there
+     * is no folder, and nothing of one unless a slot acquired it: then it goes at the last release.
+     * The device may be unknown or a recording folder itself, the driver may have failed or
+     * returned anything but a new node of type 0, or a slot may have removed device or folder, or
+     * freed the database. When there is no such driver that line is the level 3 line
+     * "Node driver (RecordingFolderNode) is missing".
      *
      * On the database's thread. The device is acquired meanwhile, so that a slot that removes it
      * only puts the removal off to the end; a folder that was just made is removed with it then.

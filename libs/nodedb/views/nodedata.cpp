@@ -20,9 +20,11 @@ QVariant missingNodeData(const NodeID& id, int role)
     switch (role) {
     case Qt::DisplayRole:
         return id;
+    case Qt::DecorationRole:
+        return QIcon(QStringLiteral(":/nodeIcons/cam_ip.png")); // what a new node has
     case Qt::ToolTipRole:
-        return QCoreApplication::translate("tq::NodeViewModel", "Not among the known devices: %1")
-            .arg(id);
+        return QCoreApplication::translate(
+            "tq::NodeViewModel", "Not among the known devices: its driver may be missing.");
     case Qt::FontRole: {
         QFont font;
         font.setItalic(true);

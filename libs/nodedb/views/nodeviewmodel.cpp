@@ -36,13 +36,7 @@ QModelIndexList NodeViewModel::indexesOf(const QString& id) const
 
 void NodeViewModel::touch(const QString& id, const QList<int>& roles)
 {
-    QList<QPersistentModelIndex> rows; // slots may change the tree
-    for (const QModelIndex& index : indexesOf(id))
-        rows.append(index);
-    for (const QPersistentModelIndex& row : std::as_const(rows)) {
-        if (row.isValid())
-            emit dataChanged(row, row, roles);
-    }
+    d->touch(id, roles);
 }
 
 QModelIndex NodeViewModel::index(int row, int column, const QModelIndex& parent) const
@@ -75,10 +69,11 @@ QVariant NodeViewModel::data(const QModelIndex& index, int role) const
     if (!index.isValid())
         return QVariant();
     const ViewItem& item = d->itemAt(index);
+    if (role == Qt::DisplayRole)
+        return item.name;
     if (!item.view)
         return nodeData(d->database, item.entry->id(), role);
     switch (role) {
-    case Qt::DisplayRole:
     case Qt::EditRole:
         return item.view->name();
     case Qt::DecorationRole:

@@ -20,16 +20,18 @@ class NodeViewModelPrivate;
 /**
  * A tree of one view, its nodes and the views in it, with one column.
  *
- * It follows the views and the database by single rows and never resets. Rows are read when they
- * are asked for. A view that stands in several views has rows in each. Nodes show their name and
- * icon, those that the database does not know their id, in italics; views can be renamed. Other
- * roles: EViewRole. Belongs to the database's thread, and may outlive the database.
+ * It follows the views and the database by single rows and never resets; what a slot of its signals
+ * changes is told after what it is telling. Rows are read when they are asked for. A view that
+ * stands in several views has rows in each. Nodes show their name and icon, those that the database
+ * does not know their id, in italics; views can be renamed. Other roles: EViewRole. Belongs to the
+ * database's thread, and may outlive the database.
  *
  * Dragging gives "application/view-id" and "application/source-id": the ids of the views and of the
- * nodes, UTF-8, one per line. A drop moves or copies what was dragged from any model of this
- * process, all of it at once; from elsewhere it copies nodes that the database knows and views that
- * stand in this tree. To copy a view is to let it stand in one view more. The drop does all of the
- * move, so the dragging side must not remove rows, which this model does not offer.
+ * nodes, UTF-8, one per line; ids with line feeds are left out there. A drop moves or copies what
+ * was dragged from any model of this process, all of it at once; from elsewhere it copies nodes
+ * that the database knows and views that stand in this tree. To copy a view is to let it stand in
+ * one view more. The drop does all of the move, so the dragging side must not remove rows, which
+ * this model does not offer.
  */
 class NODEDB_EXPORT NodeViewModel : public QAbstractItemModel
 {
@@ -51,7 +53,8 @@ public:
      * no particular order. */
     QModelIndexList indexesOf(const QString& id) const;
 
-    /** Emits dataChanged() for these rows: what is shown of them depends on something outside. */
+    /** Emits dataChanged() for these rows: what is shown of them depends on something outside. From
+     * inside of a signal of this model it does so a little later. */
     void touch(const QString& id, const QList<int>& roles = {});
 
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
@@ -71,7 +74,11 @@ public:
     /** Returns null when `indexes` has no row. What lies in a dragged view comes with it. */
     QMimeData* mimeData(const QModelIndexList& indexes) const override;
 
-    /** Returns whether a drop there would do something, and with everything that was dragged. */
+    /**
+     * Returns whether dropMimeData() would take it. That is refused as a whole when anything of it
+     * must not stand there; what is gone, and what a copy would put where it stands already, is
+     * passed over, unless nothing is left. A move onto its own place is taken and changes nothing.
+     */
     bool canDropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
         const QModelIndex& parent) const override;
     bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
@@ -79,6 +86,7 @@ public:
 
 private:
     friend class NodeViewModelPrivate;
+    friend class NodeViewProxyModel; // asks for silence while it tells of itself
 
     std::unique_ptr<NodeViewModelPrivate> d;
 };

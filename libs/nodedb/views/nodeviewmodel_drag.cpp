@@ -12,13 +12,22 @@ namespace tq {
 namespace {
 
 /** Returns whether a row that holds this one, at whatever distance, is dragged too. */
-bool comesWithAnother(const QModelIndex& index, const QModelIndexList& dragged)
+bool comesWithAnother(const QModelIndex& index, const QSet<const void*>& dragged)
 {
     for (QModelIndex above = index.parent(); above.isValid(); above = above.parent()) {
-        if (dragged.contains(above))
+        if (dragged.contains(above.internalPointer()))
             return true;
     }
     return false;
+}
+
+/** Returns whether what has the entry's id in `view` is the same: that very view, or a node too. */
+bool standsIn(const NodeView& view, const NodeView::Entry& entry)
+{
+    if (!view.contains(entry->id()))
+        return false;
+    const tqm::smart<NodeView> there(view.find(entry->id()));
+    return there == tqm::smart<NodeView>(entry);
 }
 
 /** Puts one entry before the one at `index`; returns where the next one goes. */
@@ -31,7 +40,7 @@ int drop(const DraggedEntry& dragged, NodeView& target, int index, Qt::DropActio
         return from < index ? index : index + 1;
     }
     const bool isNew = target.insert(index, dragged.entry);
-    if (action == Qt::MoveAction && dragged.isWhereItWas())
+    if (action == Qt::MoveAction && dragged.isWhereItWas() && standsIn(target, dragged.entry))
         dragged.from->remove(id);
     return isNew ? index + 1 : index;
 }
@@ -48,6 +57,8 @@ QList<DraggedEntry> NodeViewModelPrivate::droppable(
             result.append(entry);
             break;
         case NodeView::EFit::eStandsHere: // moved within, or taken away where it was
+            if (!standsIn(target, entry.entry))
+                return {};
             if (action == Qt::MoveAction && entry.isWhereItWas())
                 result.append(entry);
             break;
@@ -72,9 +83,12 @@ QStringList NodeViewModel::mimeTypes() const
 
 QMimeData* NodeViewModel::mimeData(const QModelIndexList& indexes) const
 {
+    QSet<const void*> dragged;
+    for (const QModelIndex& index : indexes)
+        dragged.insert(index.internalPointer());
     QList<DraggedEntry> entries;
     for (const QModelIndex& index : indexes) {
-        if (index.isValid() && !comesWithAnother(index, indexes))
+        if (index.isValid() && !comesWithAnother(index, dragged))
             entries.append({ d->itemAt(index).entry, d->itemAt(index.parent()).view });
     }
     return entries.isEmpty() ? nullptr : new ViewMimeData(entries);

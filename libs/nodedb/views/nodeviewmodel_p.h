@@ -9,6 +9,7 @@
 
 #include <QIcon>
 #include <QPointer>
+#include <QSet>
 
 namespace tq {
 
@@ -26,10 +27,39 @@ public:
     /** Makes the children of a view's item, unless they are there. */
     void read(ViewItem& item);
 
+    /**
+     * Has the item show the name that its node or view has now; dataChanged() must follow. Names
+     * are kept, since a sorted model puts rows into wrong places when others have changed behind
+     * its back, and what changes a name is heard of later than it can be read.
+     */
+    void refresh(ViewItem& item) const;
+
     /** Returns what of `dragged` a drop into `target` would add or move there; nothing when
      * something of it must not stand there. */
     static QList<DraggedEntry> droppable(
         const QList<DraggedEntry>& dragged, const NodeView& target, Qt::DropAction action);
+
+    /**
+     * Emits dataChanged() for the rows of this node or view, or does so when the model is done with
+     * what it is telling.
+     */
+    void touch(const QString& id, const QList<int>& roles);
+
+    /** While it lives the model tells nothing: what is told now must not change. */
+    class Silence
+    {
+    public:
+        explicit Silence(NodeViewModelPrivate& model) : m_model(model) { ++m_model.m_silences; }
+        ~Silence()
+        {
+            if (--m_model.m_silences == 0)
+                m_model.tell();
+        }
+        Q_DISABLE_COPY_MOVE(Silence)
+
+    private:
+        NodeViewModelPrivate& m_model;
+    };
 
     NodeViewModel& q;
     QPointer<NodeDB> database;
@@ -40,8 +70,23 @@ private:
     void followDatabase(NodeDB& db);
     void followView(NodeView& view);
     void addItems(ViewItem& item, int row, const QList<NodeView::Entry>& entries);
-    void viewChanged(const NodeViewID& id);
-    void update(ViewItem& item);
+    /** A change that the rows are still to show. */
+    struct Change
+    {
+        enum class EKind { eInserted, eRemoved, eSomething, eData };
+
+        QString id; ///< of the view whose entries changed; with eData of the view or node
+        EKind kind;
+        int index = -1; ///< of eInserted and eRemoved
+        QList<int> roles = {}; ///< of eData
+    };
+
+    void change(const Change& change);
+    void tell();
+    void tellData(const Change& change);
+    void tellRows(const Change& change);
+    void update(ViewItem& item, const Change& change);
+    void compare(ViewItem& item, const QList<NodeView::Entry>& entries);
     void removeAbsent(ViewItem& item, const QList<NodeView::Entry>& entries);
     void arrange(ViewItem& item, const QList<NodeView::Entry>& entries);
     int insertFrom(ViewItem& item, int row, const QList<NodeView::Entry>& entries);
@@ -50,8 +95,8 @@ private:
     void moveRow(ViewItem& item, int from, int to);
 
     ViewTree m_tree;
-    QStringList m_stale; ///< views whose rows are yet to be brought up to date
-    bool m_isUpdating = false;
+    QList<Change> m_changes; ///< in their order
+    int m_silences = 0;
 };
 
 } // namespace tq

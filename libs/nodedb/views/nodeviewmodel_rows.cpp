@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-// How the rows follow: every change of a view is taken by comparing its entries with the rows that
-// stand for them, so that changes made inside of a signal are neither missed nor taken twice.
+// How the rows follow. Changes are told one after the other: what is changed inside of a signal of
+// the model is told after it. A single change is told as it is; where more has changed meanwhile,
+// the entries of the view are compared with the rows that stand for them.
+#include "views/nodedata_p.h"
 #include "views/nodeviewmodel_p.h"
-
-#include <QScopeGuard>
 
 #include <algorithm>
 
@@ -52,11 +52,17 @@ void NodeViewModelPrivate::followDatabase(NodeDB& db)
 
 void NodeViewModelPrivate::followView(NodeView& view)
 {
+    using EKind = Change::EKind;
     QObject::connect(&view, &NodeView::renamed, &q, [this](const NodeViewID& id) { q.touch(id); });
-    const auto change = [this](const NodeViewID& id) { viewChanged(id); };
-    QObject::connect(&view, &NodeView::entryInserted, &q, change);
-    QObject::connect(&view, &NodeView::entryMoved, &q, change);
-    QObject::connect(&view, &NodeView::entryRemoved, &q, change);
+    QObject::connect(&view, &NodeView::entryInserted, &q, [this](const NodeViewID& id, int index) {
+        change({ id, EKind::eInserted, index });
+    });
+    QObject::connect(&view, &NodeView::entryRemoved, &q, [this](const NodeViewID& id, int index) {
+        change({ id, EKind::eRemoved, index });
+    });
+    QObject::connect(&view, &NodeView::entryMoved, &q, [this](const NodeViewID& id) {
+        change({ id, EKind::eSomething });
+    });
 }
 
 ViewItem& NodeViewModelPrivate::itemAt(const QModelIndex& index)
@@ -81,30 +87,94 @@ void NodeViewModelPrivate::addItems(ViewItem& item, int row, const QList<NodeVie
 {
     for (const tqm::smart<NodeView>& view : m_tree.insert(item, row, entries))
         followView(*view);
+    for (int i = row; i < row + int(entries.size()); ++i)
+        refresh(item.child(i));
 }
 
-void NodeViewModelPrivate::viewChanged(const NodeViewID& id)
+void NodeViewModelPrivate::refresh(ViewItem& item) const
 {
-    m_stale.append(id);
-    if (m_isUpdating)
-        return; // from inside of a signal of this model: taken when that is done
-    m_isUpdating = true;
-    const auto done = qScopeGuard([this] { m_isUpdating = false; });
-    while (!m_stale.isEmpty()) {
-        const NodeViewID next = m_stale.takeFirst();
-        // No view lies in itself: updating the rows at one place leaves its other places there.
-        for (ViewItem* const item : m_tree.itemsOf(next)) {
-            if (item->isRead)
-                update(*item);
+    item.name = item.view ? item.view->name()
+                          : nodeData(database, item.entry->id(), Qt::DisplayRole).toString();
+}
+
+void NodeViewModelPrivate::touch(const QString& id, const QList<int>& roles)
+{
+    change({ id, Change::EKind::eData, -1, roles });
+}
+
+void NodeViewModelPrivate::change(const Change& change)
+{
+    m_changes.append(change);
+    if (m_silences == 0) {
+        tell();
+        return;
+    }
+    // More will have changed by then.
+    if (change.kind != Change::EKind::eData)
+        m_changes.last().kind = Change::EKind::eSomething;
+}
+
+void NodeViewModelPrivate::tell()
+{
+    ++m_silences;
+    while (!m_changes.isEmpty()) {
+        const Change change = m_changes.takeFirst();
+        if (change.kind == Change::EKind::eData)
+            tellData(change);
+        else
+            tellRows(change);
+    }
+    --m_silences;
+}
+
+void NodeViewModelPrivate::tellData(const Change& change)
+{
+    QList<QPersistentModelIndex> rows; // slots may have rows read
+    for (const QModelIndex& index : q.indexesOf(change.id))
+        rows.append(index);
+    for (const QPersistentModelIndex& row : std::as_const(rows)) {
+        refresh(itemAt(row));
+        emit q.dataChanged(row, row, change.roles);
+    }
+}
+
+void NodeViewModelPrivate::tellRows(const Change& change)
+{
+    // Rows may lag behind views: the view's rows at one place can lie in those at another one, and
+    // go with them.
+    QSet<const ViewItem*> done;
+    for (bool isMore = true; isMore;) {
+        isMore = false;
+        for (ViewItem* const item : m_tree.itemsOf(change.id)) {
+            if (!item->isRead || done.contains(item))
+                continue;
+            done.insert(item);
+            update(*item, change);
+            isMore = true;
+            break;
         }
     }
 }
 
-void NodeViewModelPrivate::update(ViewItem& item)
+void NodeViewModelPrivate::update(ViewItem& item, const Change& change)
 {
     const QList<NodeView::Entry> entries = item.view->entries();
+    const qsizetype more = entries.size() - item.childCount();
+    if (change.kind == Change::EKind::eInserted && more == 1)
+        insertRows(item, change.index, { entries.at(change.index) });
+    else if (change.kind == Change::EKind::eRemoved && more == -1)
+        removeRows(item, change.index, 1);
+    else
+        compare(item, entries);
+}
+
+void NodeViewModelPrivate::compare(ViewItem& item, const QList<NodeView::Entry>& entries)
+{
     removeAbsent(item, entries);
     arrange(item, entries);
+    const int surplus = item.childCount() - int(entries.size());
+    if (surplus > 0)
+        removeRows(item, int(entries.size()), surplus);
 }
 
 void NodeViewModelPrivate::removeAbsent(ViewItem& item, const QList<NodeView::Entry>& entries)

@@ -3,12 +3,13 @@
 #include "views/nodeviewproxymodel.h"
 
 #include "nodestore/nodedb.h"
-#include "views/nodeviewmodel.h"
+#include "views/nodeviewmodel_p.h"
 #include "views/viewmatches_p.h"
 
 #include "platform/logline.h"
 
 #include <QCollator>
+#include <QVarLengthArray>
 
 namespace tq {
 
@@ -55,6 +56,7 @@ void NodeViewProxyModel::setFilterText(const QString& text)
 {
     if (text == d->filterText)
         return;
+    const NodeViewModelPrivate::Silence silence(*d->source.d);
     d->filterText = text;
     d->matches = ViewMatches(text);
     d->matches.find(d->source.database(), d->source.viewAt({}));
@@ -71,8 +73,16 @@ void NodeViewProxyModel::setLocale(const QLocale& locale)
     // The locale "C" knows no numbers in names.
     const bool isC = locale.language() == QLocale::C;
     d->collator.setLocale(isC ? QLocale(QLocale::English, QLocale::UnitedStates) : locale);
-    if (sourceModel())
-        invalidate();
+    if (!sourceModel())
+        return;
+    const NodeViewModelPrivate::Silence silence(*d->source.d);
+    invalidate();
+}
+
+void NodeViewProxyModel::sort(int column, Qt::SortOrder order)
+{
+    const NodeViewModelPrivate::Silence silence(*d->source.d);
+    QSortFilterProxyModel::sort(column, order);
 }
 
 void NodeViewProxyModel::scheduleMatching()
@@ -88,6 +98,23 @@ void NodeViewProxyModel::matchViews()
     d->isScheduled = false;
     for (const NodeViewID& id : d->matches.find(d->source.database(), d->source.viewAt({})))
         d->source.touch(id);
+}
+
+QModelIndex NodeViewProxyModel::mapFromSource(const QModelIndex& sourceIndex) const
+{
+    // Qt would keep rows in mind for a view that is filtered out, and then take them for shown: it
+    // asks so itself when rows move in a view that lies in one. So each view is asked for only
+    // when the one above it is there.
+    QVarLengthArray<QModelIndex, 16> way{ sourceIndex };
+    while (way.last().parent().isValid())
+        way.append(way.last().parent());
+    QModelIndex mapped;
+    for (auto it = way.crbegin(); it != way.crend(); ++it) {
+        mapped = QSortFilterProxyModel::mapFromSource(*it);
+        if (!mapped.isValid())
+            break;
+    }
+    return mapped;
 }
 
 bool NodeViewProxyModel::filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const

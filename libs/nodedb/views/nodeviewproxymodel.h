@@ -23,8 +23,9 @@ class ViewMatches;
  * Views come before nodes in either direction; names are ordered as the locale has it, numbers in
  * them by value ("Gate 9" before "Gate 10"). It is sorted ascending from the start; sort(-1) gives
  * the order of the views themselves. It follows the model, the database and its relations by single
- * rows; only while a filter is set, views come and go with what lies in them a turn of the event
- * loop later.
+ * rows and never resets; rows that move in a view change the layout. Only while a filter is set,
+ * views come and go with what lies in them a turn of the event loop later. A view that matches does
+ * not show what else is in it.
  */
 class NODEDB_EXPORT NodeViewProxyModel : public QSortFilterProxyModel
 {
@@ -37,15 +38,18 @@ public:
     Q_DISABLE_COPY_MOVE(NodeViewProxyModel)
 
     /**
-     * Shows only what matches, with the views it lies in. The words of `text`, in any case, must
-     * each occur in a node's name, address, MAC address (with or without colons), model or note, or
-     * in a view's name. Without words everything is shown.
+     * Shows only what matches, with the views it lies in. The words of `text` (the first 32), in
+     * any case, must each occur in a node's name, address, MAC address (with or without colons),
+     * model or note, or in a view's name. Without words everything is shown.
      */
     void setFilterText(const QString& text);
     QString filterText() const;
 
     /** Sorts as in that locale; the default is QLocale(). "C" is taken as American English. */
     void setLocale(const QLocale& locale);
+
+    QModelIndex mapFromSource(const QModelIndex& sourceIndex) const override;
+    void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
 protected:
     bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;

@@ -12,6 +12,7 @@
 #include "platform/persistscope.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tq {
 
@@ -35,7 +36,11 @@ StoredViews readStored(IPersistDestination* source)
 
 NodeViews::NodeViews(NodeDB& database) : m_database(&database), m_root(new NodeView(QString()))
 {
-    connect(m_root.get(), &NodeView::contentsChanged, this, &NodeViews::changed);
+    connect(m_root.get(), &NodeView::contentsChanged, this, [this] {
+        ++m_changes;
+        m_holders.reset();
+        emit changed();
+    });
     connect(&database, &NodeDB::nodeRemoved, this, &NodeViews::dropNode);
 }
 
@@ -59,20 +64,43 @@ tqm::smart<NodeView> NodeViews::view(const NodeViewID& id) const
     return found == views.cend() ? nullptr : *found;
 }
 
+const NodeViews::Holders& NodeViews::holders()
+{
+    if (!m_holders) {
+        m_holders.emplace();
+        auto views = all();
+        views.append(m_root);
+        for (const tqm::smart<NodeView>& view : std::as_const(views)) {
+            for (const NodeView::Entry& entry : view->entries())
+                m_holders->insert(entry->id(), view.get());
+        }
+    }
+    return *m_holders;
+}
+
 int NodeViews::removeEverywhere(const QString& entryId)
 {
     const QString id = entryId; // may be an entry's own
-    int places = 0;
+    QList<QPointer<NodeView>> views;
+    for (NodeView* const view : holders().values(id))
+        views.append(view);
+    if (views.isEmpty())
+        return 0;
+    Holders known = *std::exchange(m_holders, std::nullopt);
+    const bool isView = !tqm::smart<NodeView>(views.first()->find(id)).null();
     const QPointer<NodeViews> alive(this);
-    auto views = all();
-    views.append(m_root);
-    for (const tqm::smart<NodeView>& view : std::as_const(views)) {
-        if (view->contains(id)) {
-            view->remove(id);
-            ++places;
-        }
-        if (!alive)
-            break;
+    const int before = m_changes;
+    int places = 0;
+    for (const QPointer<NodeView>& view : std::as_const(views)) {
+        if (!alive || !view || !view->contains(id))
+            continue;
+        view->remove(id);
+        ++places;
+    }
+    // Thousands of nodes may be removed in a row: what is known stays so, if this was all.
+    if (alive && !isView && m_changes - before == places) {
+        known.remove(id);
+        m_holders = std::move(known);
     }
     return places;
 }

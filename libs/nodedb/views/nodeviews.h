@@ -7,8 +7,11 @@
 #include "platform/smart.h"
 
 #include <QList>
+#include <QMultiHash>
 #include <QObject>
 #include <QPointer>
+
+#include <optional>
 
 namespace tq {
 
@@ -59,10 +62,15 @@ signals:
     void changed();
 
 private:
+    using Holders = QMultiHash<QString, NodeView*>;
+
     void dropNode(const NodeID& id);
+    const Holders& holders();
 
     QPointer<NodeDB> m_database;
     tqm::smart<NodeView> m_root;
+    std::optional<Holders> m_holders; ///< the views that each entry stands in, while they are known
+    int m_changes = 0;
 };
 
 } // namespace tq

@@ -28,16 +28,31 @@ void writeEntries(IPersistDestination* target, const NodeView& view)
     }
 }
 
+/** Reads an array; one line tells how many entries said nothing. */
+template <std::predicate<int> ReadEntry>
+void readArray(
+    IPersistDestination* source, const QString& name, const char* loss, ReadEntry readEntry)
+{
+    int lost = 0;
+    const int count = readPersistedArray(source, name, [&](int index) {
+        const bool isThere = readEntry(index);
+        lost += isThere ? 0 : 1;
+        return isThere;
+    });
+    // What stands at the end of a damaged array has its line already.
+    if (lost > 0 && count > 0)
+        logLine(Log::eSurvived, loss, lost);
+}
+
 void readEntries(IPersistDestination* source, QList<StoredEntry>& entries)
 {
-    readPersistedArray(source, k_entries, [&](int index) {
+    constexpr auto k_loss = "Stored entries of a view have no id and are left out: ";
+    readArray(source, k_entries, k_loss, [&](int) {
         const QString view = source->value(k_viewId, QVariant()).toString();
         const QString node = source->value(k_nodeId, QVariant()).toString();
         const bool isThere = !view.isEmpty() || !node.isEmpty();
         if (isThere)
             entries.append({ view.isEmpty() ? node : view, !view.isEmpty() });
-        else
-            logLine(Log::eSurvived, "A stored entry of a view has no id and is left out: ", index);
         if (!view.isEmpty() && !node.isEmpty())
             logLine(Log::eSurvived,
                 "A stored entry of a view is taken as the view, not the node: ", view, ", ", node);
@@ -61,18 +76,17 @@ void writeViews(IPersistDestination* target, const NodeView& root)
 
 void readViews(IPersistDestination* source, StoredViews& stored)
 {
+    constexpr auto k_loss = "Stored views have no id, no name and no entries and are left out: ";
     readEntries(source, stored.top);
-    readPersistedArray(source, k_views, [&](int index) {
+    readArray(source, k_views, k_loss, [&](int) {
         const QString id = source->value(k_id, QVariant()).toString();
         const QString name = source->value(k_name, QVariant()).toString();
         stored.views.append({ id, name, {} });
         QList<StoredEntry>& entries = stored.views.last().entries;
         readEntries(source, entries);
         const bool isThere = !id.isEmpty() || !name.isEmpty() || !entries.isEmpty();
-        if (!isThere) {
+        if (!isThere)
             stored.views.removeLast();
-            logLine(Log::eSurvived, "A stored view has no id and no name and is left out: ", index);
-        }
         return isThere;
     });
 }

@@ -38,7 +38,8 @@ void writeViews(IPersistDestination* target, const NodeView& root);
 
 /**
  * Adds what writeViews() wrote into the current group to `stored`, which keeps what was read before
- * the source threw. What says nothing of its view or node is left out, with a level 2 line each.
+ * the source threw. What says nothing of its view or node is left out; a level 2 line for each
+ * array tells how many.
  */
 void readViews(IPersistDestination* source, StoredViews& stored);
 

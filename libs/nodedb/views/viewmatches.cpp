@@ -10,8 +10,14 @@
 
 namespace tq {
 
+namespace {
+
+constexpr int k_mostWords = 32; // more is no search: it was pasted
+
+} // namespace
+
 ViewMatches::ViewMatches(const QString& text)
-    : m_words(text.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts))
+    : m_words(text.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts).mid(0, k_mostWords))
 {
 }
 

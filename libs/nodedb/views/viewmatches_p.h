@@ -15,7 +15,7 @@ class NodeDB;
 class ViewMatches
 {
 public:
-    /** `text` is split into words, each of which must occur. */
+    /** `text` is split into words, the first 32 of which must each occur. */
     explicit ViewMatches(const QString& text = {});
 
     /** Returns whether everything matches. */

@@ -18,8 +18,9 @@ QByteArray lines(const QList<DraggedEntry>& entries, bool views)
 {
     QStringList ids;
     for (const DraggedEntry& dragged : entries) {
-        if (views != tqm::smart<NodeView>(dragged.entry).null())
-            ids.append(dragged.entry->id());
+        const QString id = dragged.entry->id();
+        if (views != tqm::smart<NodeView>(dragged.entry).null() && !id.contains(QLatin1Char('\n')))
+            ids.append(id);
     }
     return ids.join(QLatin1Char('\n')).toUtf8();
 }

@@ -126,6 +126,8 @@ void ViewRestorer::appendTo(NodeView& root)
         }
     }
     for (const StoredEntry& entry : std::as_const(m_stored.top)) {
+        if (root.contains(entry.id)) // put there by a slot
+            continue;
         root.place(root.count(),
             entry.isView ? NodeView::Entry(draftOf(entry).view)
                          : NodeView::Entry(new NodeEntry(entry.id)));

@@ -18,6 +18,7 @@ struct ViewItem
     int row = 0;
     NodeView::Entry entry;
     NodeView* view = nullptr; ///< the entry, when it is a view
+    QString name; ///< as it is shown, for which see NodeViewModelPrivate::refresh()
     bool isRead = false; ///< whether `children` stand for the view's entries
     std::vector<std::unique_ptr<ViewItem>> children;
 

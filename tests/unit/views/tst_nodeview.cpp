@@ -101,6 +101,15 @@ void TestNodeView::entriesKeepTheirOrder()
     view->move(text("b"), 99);
     QCOMPARE(ids(*view), text("e c a d b"));
     QCOMPARE(view->indexOf(text("a")), 2);
+    const View first = made("first");
+    const View second = made("second");
+    {
+        const View other = made("other", { first, second });
+        QCOMPARE(other->views(), QList<View>({ first, second }));
+        other->move(text("first"), 2);
+        QCOMPARE(other->views(), QList<View>({ second, first }));
+    }
+    QVERIFY(first->containers().isEmpty()); // it went
     view->remove(text("a"));
     QCOMPARE(ids(*view), text("e c d b"));
     QVERIFY(!view->contains(text("a")));
@@ -208,6 +217,15 @@ void TestNodeView::aSlotMayLetTheViewGo()
     connect(view.get(), &NodeView::entryRemoved, this, [&] { view.reset(); });
     view->remove(view->entries().first()->id());
     QVERIFY(view.null());
+    const View low = made("low");
+    View middle = made("middle", { low });
+    View top = made("top", { middle });
+    connect(low.get(), &NodeView::contentsChanged, this, [&] {
+        middle.reset();
+        top.reset();
+    });
+    low->rename(text("new")); // those above are gone when it is their turn
+    QVERIFY(low->containers().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestNodeView)

@@ -13,6 +13,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 using namespace tq;
 using tst::text;
@@ -70,6 +71,8 @@ private slots:
     void giantGraphsLoadAndGoInTime();
     void deepStoresAreCut();
     void removedNodesLeaveEveryView();
+    void aNodeThatIsBackStays();
+    void slotsMayChangeWhatIsLoaded();
     void changesAreAnnounced();
 };
 
@@ -146,7 +149,7 @@ void TestNodeViews::brokenStoresGiveWhatCanBeHad_data()
     row("a view twice", "A", "A:x|A:y", "(a(x))",
         "2 A view is stored twice, the second one is left out: A a");
     row("a view without an id, and one without anything", "A", "A:x|:y|:", "(a(x), (y))",
-        "2 A stored view has no id and no name and is left out: 2|"
+        "2 Stored views have no id, no name and no entries and are left out: 1|"
         "2 A stored view has no id and gets a new one: |"
         "2 A stored view stands nowhere and comes to the top: ");
     row("two ways to one view", "A B", "A:C|B:C|C:x", "(a(c(x)), b(c(x)))", "");
@@ -290,6 +293,35 @@ void TestNodeViews::removedNodesLeaveEveryView()
         tst::treeText(*views.root()), text("(one(two(never known), never known), never known)"));
     NodeDB::freeDB(); // takes no node out of a view
     QCOMPARE(one->count(), 2);
+}
+
+void TestNodeViews::aNodeThatIsBackStays()
+{
+    tst::Database f;
+    f.insertPlain(text("a"));
+    NodeViews views(*f.db);
+    views.root()->append(node(text("a")));
+    const std::unique_ptr<QThread> other(QThread::create([&] { f.db->removeNode(text("a")); }));
+    other->start();
+    QVERIFY(other->wait());
+    f.insertPlain(text("a"));
+    QCoreApplication::processEvents(); // hears only now of the removal
+    QVERIFY(views.root()->contains(text("a")));
+}
+
+void TestNodeViews::slotsMayChangeWhatIsLoaded()
+{
+    tst::Database f;
+    const auto store = openStore(text("memory:"));
+    write(store.get(), text("A fav x"), { text("A:y") });
+    NodeViews views(*f.db);
+    views.root()->append(node(text("fav")));
+    connect(&views, &NodeViews::changed, this, [&] {
+        if (!views.root()->contains(text("fav")))
+            views.root()->append(node(text("fav")));
+    });
+    views.load(store.get());
+    QCOMPARE(tst::treeText(*views.root()), text("(fav, a(y), x)"));
 }
 
 void TestNodeViews::changesAreAnnounced()

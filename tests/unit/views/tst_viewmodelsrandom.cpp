@@ -102,7 +102,8 @@ public:
     explicit Chaos(quint32 seed) : m_random(seed)
     {
         for (int i = 0; i < k_views; ++i)
-            m_all.append(View(new NodeView(QStringLiteral("view %1").arg(i))));
+            m_all.append(
+                View(new NodeView(QStringLiteral("v%1").arg(i), QStringLiteral("view %1").arg(i))));
     }
 
     void step()
