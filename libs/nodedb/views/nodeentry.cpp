@@ -4,8 +4,6 @@
 
 namespace tq {
 
-NodeViewEntry::~NodeViewEntry() = default;
-
 NodeEntry::NodeEntry(const NodeID& id) : m_id(id) { }
 
 NodeEntry::~NodeEntry() = default;

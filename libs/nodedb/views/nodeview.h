@@ -39,7 +39,8 @@ public:
     /** Makes an empty view with a new id: a UUID in braces. */
     explicit NodeView(const QString& name);
 
-    /** Makes an empty view with an id that it had before. */
+    /** Makes an empty view with an id that it had before, and that no other view has now: views are
+     * told apart by their ids in stores, and only one of two would come back. */
     NodeView(const NodeViewID& id, const QString& name);
 
     ~NodeView() override;

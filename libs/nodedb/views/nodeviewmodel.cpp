@@ -64,6 +64,16 @@ int NodeViewModel::columnCount(const QModelIndex&) const
     return 1;
 }
 
+bool NodeViewModel::hasChildren(const QModelIndex& parent) const
+{
+    ViewItem& item = d->itemAt(parent);
+    if (!item.view || parent.column() > 0)
+        return false;
+    if (item.view->count() == 0)
+        d->read(item); // so that the first entry is told of
+    return item.isRead ? item.childCount() > 0 : true;
+}
+
 QVariant NodeViewModel::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid())

@@ -5,7 +5,7 @@
 #include "platform/exceptions.h"
 #include "platform/logline.h"
 
-#include <algorithm>
+#include <QSet>
 
 namespace tq {
 

@@ -45,6 +45,8 @@ public:
      */
     void touch(const QString& id, const QList<int>& roles);
 
+    bool isTelling() const { return m_silences > 0; }
+
     /** While it lives the model tells nothing: what is told now must not change. */
     class Silence
     {
@@ -78,6 +80,7 @@ private:
         QString id; ///< of the view whose entries changed; with eData of the view or node
         EKind kind;
         int index = -1; ///< of eInserted and eRemoved
+        QString entry = {}; ///< the id of an entry that was removed
         QList<int> roles = {}; ///< of eData
     };
 
@@ -85,6 +88,7 @@ private:
     void tell();
     void tellData(const Change& change);
     void tellRows(const Change& change);
+    void tellEmpty(ViewItem& item, const QString& entry);
     void update(ViewItem& item, const Change& change);
     void compare(ViewItem& item, const QList<NodeView::Entry>& entries);
     void removeAbsent(ViewItem& item, const QList<NodeView::Entry>& entries);

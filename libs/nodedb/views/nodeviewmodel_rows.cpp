@@ -4,6 +4,7 @@
 // the model is told after it. A single change is told as it is; where more has changed meanwhile,
 // the entries of the view are compared with the rows that stand for them.
 #include "views/nodedata_p.h"
+#include "views/nodeentry.h"
 #include "views/nodeviewmodel_p.h"
 
 #include <algorithm>
@@ -57,9 +58,10 @@ void NodeViewModelPrivate::followView(NodeView& view)
     QObject::connect(&view, &NodeView::entryInserted, &q, [this](const NodeViewID& id, int index) {
         change({ id, EKind::eInserted, index });
     });
-    QObject::connect(&view, &NodeView::entryRemoved, &q, [this](const NodeViewID& id, int index) {
-        change({ id, EKind::eRemoved, index });
-    });
+    QObject::connect(&view, &NodeView::entryRemoved, &q,
+        [this](const NodeViewID& id, int index, const QString& entry) {
+            change({ id, EKind::eRemoved, index, entry });
+        });
     QObject::connect(&view, &NodeView::entryMoved, &q, [this](const NodeViewID& id) {
         change({ id, EKind::eSomething });
     });
@@ -95,11 +97,13 @@ void NodeViewModelPrivate::refresh(ViewItem& item) const
 {
     item.name = item.view ? item.view->name()
                           : nodeData(database, item.entry->id(), Qt::DisplayRole).toString();
+    if (item.name.trimmed().isEmpty())
+        item.name = item.entry->id();
 }
 
 void NodeViewModelPrivate::touch(const QString& id, const QList<int>& roles)
 {
-    change({ id, Change::EKind::eData, -1, roles });
+    change({ id, Change::EKind::eData, -1, QString(), roles });
 }
 
 void NodeViewModelPrivate::change(const Change& change)
@@ -146,14 +150,26 @@ void NodeViewModelPrivate::tellRows(const Change& change)
     for (bool isMore = true; isMore;) {
         isMore = false;
         for (ViewItem* const item : m_tree.itemsOf(change.id)) {
-            if (!item->isRead || done.contains(item))
+            if (done.contains(item))
                 continue;
             done.insert(item);
-            update(*item, change);
+            if (item->isRead)
+                update(*item, change);
+            else if (!change.entry.isEmpty() && item->view->count() == 0)
+                tellEmpty(*item, change.entry);
             isMore = true;
             break;
         }
     }
+}
+
+/** Tells that the last entry went from rows that nobody read, though somebody may know that there
+ * are any. */
+void NodeViewModelPrivate::tellEmpty(ViewItem& item, const QString& entry)
+{
+    item.isRead = true;
+    addItems(item, 0, { NodeView::Entry(new NodeEntry(entry)) });
+    removeRows(item, 0, 1);
 }
 
 void NodeViewModelPrivate::update(ViewItem& item, const Change& change)

@@ -100,6 +100,15 @@ void NodeViewProxyModel::matchViews()
         d->source.touch(id);
 }
 
+bool NodeViewProxyModel::hasChildren(const QModelIndex& parent) const
+{
+    // While rows come and go, what counts is which of them are there.
+    if (d->source.d->isTelling())
+        return QSortFilterProxyModel::hasChildren(parent);
+    const tqm::smart<NodeView> view = d->source.viewAt(mapToSource(parent));
+    return !view.null() && d->matches.showsAnythingIn(d->source.database(), *view);
+}
+
 QModelIndex NodeViewProxyModel::mapFromSource(const QModelIndex& sourceIndex) const
 {
     // Qt would keep rows in mind for a view that is filtered out, and then take them for shown: it

@@ -13,8 +13,6 @@
 namespace tq {
 
 class NodeViewModel;
-class NodeViewProxyModel;
-class ViewMatches;
 
 /**
  * A model of views as people want to see it: sorted, filtered, and without the nodes that a
@@ -48,6 +46,8 @@ public:
     /** Sorts as in that locale; the default is QLocale(). "C" is taken as American English. */
     void setLocale(const QLocale& locale);
 
+    /** Tells of a view without reading its rows. */
+    bool hasChildren(const QModelIndex& parent = {}) const override;
     QModelIndex mapFromSource(const QModelIndex& sourceIndex) const override;
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 

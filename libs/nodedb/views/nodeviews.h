@@ -53,7 +53,8 @@ public:
 
     /**
      * Replaces what is there by what the group "NodeViews" holds. What of it cannot be had is left
-     * out, each with a level 2 line; a source that throws ends the reading, likewise.
+     * out, each with a level 2 line; a source that throws ends the reading, likewise. The root
+     * announces each entry that goes or comes, so that models follow, and changed() is emitted.
      */
     void load(IPersistDestination* source);
 

@@ -17,6 +17,7 @@ const QString k_id = QStringLiteral("ID");
 const QString k_name = QStringLiteral("Name");
 const QString k_viewId = QStringLiteral("ViewID");
 const QString k_nodeId = QStringLiteral("NodeID");
+const QString k_top = QStringLiteral("the top"); // in log lines
 
 void writeEntries(IPersistDestination* target, const NodeView& view)
 {
@@ -29,33 +30,35 @@ void writeEntries(IPersistDestination* target, const NodeView& view)
 }
 
 /** Reads an array; one line tells how many entries said nothing. */
-template <std::predicate<int> ReadEntry>
+template <class ReadEntry>
 void readArray(
-    IPersistDestination* source, const QString& name, const char* loss, ReadEntry readEntry)
+    IPersistDestination* source, const QString& name, const QString& owner, ReadEntry readEntry)
 {
     int lost = 0;
-    const int count = readPersistedArray(source, name, [&](int index) {
-        const bool isThere = readEntry(index);
+    const int count = readPersistedArray(source, name, [&](int) {
+        const bool isThere = readEntry();
         lost += isThere ? 0 : 1;
         return isThere;
     });
     // What stands at the end of a damaged array has its line already.
     if (lost > 0 && count > 0)
-        logLine(Log::eSurvived, loss, lost);
+        logLine(Log::eSurvived, "Stored entries that say nothing are left out: ", lost, " of ",
+            name, " in ", owner);
 }
 
-void readEntries(IPersistDestination* source, QList<StoredEntry>& entries)
+void readEntries(IPersistDestination* source, const QString& view, QList<StoredEntry>& entries)
 {
-    constexpr auto k_loss = "Stored entries of a view have no id and are left out: ";
-    readArray(source, k_entries, k_loss, [&](int) {
-        const QString view = source->value(k_viewId, QVariant()).toString();
-        const QString node = source->value(k_nodeId, QVariant()).toString();
-        const bool isThere = !view.isEmpty() || !node.isEmpty();
+    readArray(source, k_entries, view, [&] {
+        const QString viewId = source->value(k_viewId, QVariant()).toString();
+        const QString nodeId = source->value(k_nodeId, QVariant()).toString();
+        const bool isView = !viewId.isEmpty();
+        const bool isThere = isView || !nodeId.isEmpty();
         if (isThere)
-            entries.append({ view.isEmpty() ? node : view, !view.isEmpty() });
-        if (!view.isEmpty() && !node.isEmpty())
+            entries.append({ isView ? viewId : nodeId, isView });
+        if (isView && !nodeId.isEmpty())
             logLine(Log::eSurvived,
-                "A stored entry of a view is taken as the view, not the node: ", view, ", ", node);
+                "A stored entry of a view is taken as the view, not the node: ", viewId, ", ",
+                nodeId);
         return isThere;
     });
 }
@@ -76,14 +79,13 @@ void writeViews(IPersistDestination* target, const NodeView& root)
 
 void readViews(IPersistDestination* source, StoredViews& stored)
 {
-    constexpr auto k_loss = "Stored views have no id, no name and no entries and are left out: ";
-    readEntries(source, stored.top);
-    readArray(source, k_views, k_loss, [&](int) {
+    readEntries(source, k_top, stored.top);
+    readArray(source, k_views, k_top, [&] {
         const QString id = source->value(k_id, QVariant()).toString();
         const QString name = source->value(k_name, QVariant()).toString();
         stored.views.append({ id, name, {} });
         QList<StoredEntry>& entries = stored.views.last().entries;
-        readEntries(source, entries);
+        readEntries(source, id, entries);
         const bool isThere = !id.isEmpty() || !name.isEmpty() || !entries.isEmpty();
         if (!isThere)
             stored.views.removeLast();

@@ -44,6 +44,14 @@ bool ViewMatches::holdsMatchingNode(const NodeDB* database, const NodeView& view
     });
 }
 
+bool ViewMatches::showsAnythingIn(const NodeDB* database, const NodeView& view) const
+{
+    const auto views = view.views();
+    return std::any_of(views.cbegin(), views.cend(), [&](const auto& inner) {
+        return isEverything() || holdsMatch(*inner);
+    }) || holdsMatchingNode(database, view);
+}
+
 QSet<NodeViewID> ViewMatches::find(const NodeDB* database, const tqm::smart<NodeView>& root)
 {
     QSet<NodeViewID> found;

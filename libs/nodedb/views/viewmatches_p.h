@@ -25,6 +25,9 @@ public:
     /** Returns whether the view was found to match, or to hold something that does. */
     bool holdsMatch(const NodeView& view) const { return m_views.contains(view.id()); }
 
+    /** Returns whether anything that stands in the view is to be shown. */
+    bool showsAnythingIn(const NodeDB* database, const NodeView& view) const;
+
     /** Looks through everything below `root` once. Returns the ids of the views that were found
      * before and are not now, or the other way round. */
     QSet<NodeViewID> find(const NodeDB* database, const tqm::smart<NodeView>& root);

@@ -7,6 +7,9 @@
 #include "views/nodeentry.h"
 #include "views/viewwalk_p.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace tq {
 
 namespace {

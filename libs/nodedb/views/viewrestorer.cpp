@@ -7,6 +7,8 @@
 
 #include "platform/logline.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 namespace tq {
@@ -37,7 +39,7 @@ void ViewRestorer::index()
     }
     for (Draft& draft : m_drafts)
         dropUnusable(draft.entries, draft.view->name());
-    dropUnusable(m_stored.top, QString());
+    dropUnusable(m_stored.top, QStringLiteral("the top"));
 }
 
 void ViewRestorer::dropUnusable(QList<StoredEntry>& entries, const QString& viewName) const
@@ -126,8 +128,10 @@ void ViewRestorer::appendTo(NodeView& root)
         }
     }
     for (const StoredEntry& entry : std::as_const(m_stored.top)) {
-        if (root.contains(entry.id)) // put there by a slot
+        if (root.contains(entry.id)) { // put there by a slot, or a view that has a node's id
+            logLine(Log::eSurvived, "What stands at the top already is left out: ", entry.id);
             continue;
+        }
         root.place(root.count(),
             entry.isView ? NodeView::Entry(draftOf(entry).view)
                          : NodeView::Entry(new NodeEntry(entry.id)));

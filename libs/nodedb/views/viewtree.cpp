@@ -3,6 +3,7 @@
 #include "views/viewtree_p.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace tq {
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "session/databasesession.h"
 #include "shared/databasefixture.h"
-#include "unit/views/viewtext.h"
+#include "shared/viewtext.h"
 #include "views/nodeentry.h"
 #include "views/nodeviews.h"
 
