@@ -7,6 +7,8 @@
 #include "nodestore/nodedb.h"
 #include "recording/nodedbhelper.h"
 
+#include <QSet>
+
 namespace tq::cli {
 
 namespace {
@@ -33,7 +35,7 @@ Outcome check(Invocation& call, const QStringList& ids)
 }
 
 /** Makes or finds the folder of one device; `before` are the folders that were there already. */
-Outcome setUp(Invocation& call, const QString& id, const QStringList& before, QJsonObject& item)
+Outcome setUp(Invocation& call, const QString& id, const QSet<QString>& before, QJsonObject& item)
 {
     NodeDB& database = call.database();
     const QString folder = NodeDBHelper::createRecordingFolder(database, id);
@@ -54,7 +56,8 @@ Outcome record(Invocation& call)
     Outcome outcome = call.open(OpenMode::ReadWrite);
     if (outcome.isDone())
         outcome = check(call, ids);
-    const QStringList before = call.database().nodeIdList(eRecordingFolderNode);
+    const QStringList folders = call.database().nodeIdList(eRecordingFolderNode);
+    const QSet<QString> before(folders.cbegin(), folders.cend());
     QList<QJsonObject> items;
     for (const QString& id : ids) {
         if (outcome.isDone())

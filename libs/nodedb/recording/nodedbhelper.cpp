@@ -69,8 +69,9 @@ private:
 class InsertionWatch
 {
 public:
-    explicit InsertionWatch(NodeDB& database)
-        : m_database(&database), m_before(database.nodeIdList())
+    /** `folders` are the ids of the folders that are there already, ascending. */
+    InsertionWatch(NodeDB& database, const NodeID& deviceId, const QStringList& folders)
+        : m_database(&database), m_deviceId(deviceId), m_before(folders)
     {
         QObject::connect(&database, &NodeDB::nodeInserted, &m_context,
             [this](const NodeID& id) { m_inserted.append(id); });
@@ -78,22 +79,23 @@ public:
 
     Q_DISABLE_COPY_MOVE(InsertionWatch)
 
-    /** Returns whether it is a stored folder whose id was free before. */
+    /** Returns whether it is a stored folder that is neither one of those before nor stands in the
+     * device's place. */
     bool isNewFolder(const NodeID& id) const
     {
-        return m_database && isFolder(*m_database, id)
+        return m_database && isFolder(*m_database, id) && id != m_deviceId
             && !std::binary_search(m_before.cbegin(), m_before.cend(), id);
     }
 
     /** Removes the new folders but those that a slot has set up for another device meanwhile. */
-    void removeNewFolders(const NodeID& deviceId) const
+    void removeNewFolders() const
     {
         const QStringList inserted = m_inserted; // removals run slots, which may insert
         for (const NodeID& id : inserted) {
             if (!isNewFolder(id))
                 continue;
             QStringList owners = m_database->relatedSources(id, eDeviceToRecordingFolder);
-            owners.removeAll(deviceId);
+            owners.removeAll(m_deviceId);
             if (owners.isEmpty())
                 m_database->removeNode(id);
         }
@@ -101,7 +103,8 @@ public:
 
 private:
     QPointer<NodeDB> m_database;
-    QStringList m_before; // ascending
+    NodeID m_deviceId;
+    QStringList m_before; // the folders only: a list of all nodes costs as much as the rest
     QStringList m_inserted;
     QObject m_context;
 };
@@ -142,8 +145,10 @@ void describe(NodeHint& hint, const NodeDB& database, const NodeID& deviceId)
     }
 }
 
-/** Has the driver make a folder. Null after a line, and whatever it inserted is gone then. */
-NodeID makeFolder(const QPointer<NodeDB>& database, const NodeID& deviceId)
+/** Has the driver make a folder besides `folders`. Null after a line, and whatever it inserted is
+ * gone then. */
+NodeID makeFolder(
+    const QPointer<NodeDB>& database, const NodeID& deviceId, const QStringList& folders)
 {
     const auto driver = database->nodeDriver(eRecordingFolderNode);
     if (driver.null()) {
@@ -156,12 +161,12 @@ NodeID makeFolder(const QPointer<NodeDB>& database, const NodeID& deviceId)
         return QString();
     }
     describe(*hint, *database, deviceId);
-    const InsertionWatch watch(*database);
+    const InsertionWatch watch(*database, deviceId, folders);
     const NodeID made = callPlugin(
         "createNodeFromHint", NodeID(), [&] { return driver->createNodeFromHint(*hint); });
     if (watch.isNewFolder(made))
         return made;
-    watch.removeNewFolders(deviceId);
+    watch.removeNewFolders();
     if (database)
         logRefusal(deviceId, "the driver returned \"", made, "\", no new recording folder");
     else
@@ -192,30 +197,44 @@ bool isStanding(const QPointer<NodeDB>& database, const NodeID& deviceId, const 
     return false;
 }
 
-} // namespace
-
-NodeID NodeDBHelper::recordingFolder(const NodeDB& database, const NodeID& deviceId)
+/** Returns the first folder that the device has a relation to, or a null string. */
+NodeID relatedFolder(const NodeDB& database, const NodeID& deviceId)
 {
-    if (deviceId.isEmpty())
-        return QString();
     QStringList related = database.relatedNodes(deviceId, eDeviceToRecordingFolder);
     related.sort();
     for (const NodeID& id : std::as_const(related)) {
         if (isFolder(database, id))
             return id;
     }
-    NodeHintIPDevice hint;
-    for (const NodeID& id : database.nodeIdList(eRecordingFolderNode)) {
+    return QString();
+}
+
+/** Returns the first of the folders that names the device and is nobody's, or a null string. */
+NodeID namingFolder(const NodeDB& database, const NodeID& deviceId, const QStringList& folders)
+{
+    if (deviceId.isEmpty())
+        return QString(); // what a folder without a name has
+    for (const NodeID& id : folders) {
         if (database.isDestinationOfNodeRelation(id, eDeviceToRecordingFolder))
             continue; // of another device
+        NodeHintIPDevice hint; // a new one each time: nodes may fill in only what is missing
         const auto folder = database.node(id);
-        hint.setThirdText(QString());
         if (!folder.null())
             callPlugin("fillHint", [&] { folder->fillHint(hint); });
         if (hint.thirdText() == deviceId)
             return id;
     }
     return QString();
+}
+
+} // namespace
+
+NodeID NodeDBHelper::recordingFolder(const NodeDB& database, const NodeID& deviceId)
+{
+    const NodeID related = relatedFolder(database, deviceId);
+    return related.isNull()
+        ? namingFolder(database, deviceId, database.nodeIdList(eRecordingFolderNode))
+        : related;
 }
 
 NodeID NodeDBHelper::createRecordingFolder(NodeDB& database, const NodeID& id)
@@ -228,10 +247,14 @@ NodeID NodeDBHelper::createRecordingFolder(NodeDB& database, const NodeID& id)
         const Pin pin(database, deviceId);
         if (!mayHaveFolder(database, deviceId))
             return QString();
-        folder = recordingFolder(database, deviceId);
-        isNew = folder.isNull();
-        if (isNew)
-            folder = makeFolder(alive, deviceId);
+        folder = relatedFolder(database, deviceId);
+        if (folder.isNull()) {
+            const QStringList folders = database.nodeIdList(eRecordingFolderNode);
+            folder = namingFolder(database, deviceId, folders);
+            isNew = folder.isNull();
+            if (isNew)
+                folder = makeFolder(alive, deviceId, folders);
+        }
         if (folder.isNull())
             return QString();
         relate(alive, deviceId, folder);
