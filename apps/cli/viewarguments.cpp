@@ -9,6 +9,10 @@
 #include "views/nodeentry.h"
 #include "views/nodeviews.h"
 
+#include "platform/logline.h"
+
+#include <QSet>
+
 namespace tq::cli {
 
 namespace {
@@ -24,7 +28,7 @@ Outcome pick(const QList<View>& views, const QString& text, View& found)
             found = view;
             return Outcome::done();
         }
-        if (view->name() == text) {
+        if (view->name() == text && !text.trimmed().isEmpty()) {
             found = view;
             ++count;
         }
@@ -105,10 +109,27 @@ Outcome findEntryIn(
     return outcome;
 }
 
+Outcome findEach(const QStringList& arguments,
+    const std::function<Outcome(const QString& text, NodeView::Entry& entry)>& find,
+    QList<NodeView::Entry>& entries)
+{
+    QSet<QString> ids;
+    for (const QString& argument : arguments) {
+        NodeView::Entry entry;
+        const Outcome outcome = find(argument, entry);
+        if (!outcome.isDone())
+            return outcome;
+        if (!ids.contains(entry->id()))
+            entries.append(entry);
+        ids.insert(entry->id());
+    }
+    return Outcome::done();
+}
+
 Outcome checkViewName(
     const NodeViews& views, const NodeDB& database, const QString& name, const NodeViewID& ownId)
 {
-    if (name.trimmed().isEmpty() || name == k_top)
+    if (name.isEmpty() || name == k_top || escapedForLog(name) != name)
         return Outcome::refused(QStringLiteral("a view needs a name, not %1").arg(quoted(name)));
     if (!database.node(name).null())
         return Outcome::refused(QStringLiteral("a node has the id %1").arg(quoted(name)));

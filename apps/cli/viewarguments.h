@@ -6,6 +6,10 @@
 
 #include "views/nodeview.h"
 
+#include <QStringList>
+
+#include <functional>
+
 namespace tq {
 class NodeDB;
 class NodeViews;
@@ -25,7 +29,8 @@ QString viewLabel(const NodeViews& views, const NodeView& view);
 /** Returns what people call an entry: a node is called by its id. */
 QString entryLabel(const NodeViews& views, const NodeView::Entry& entry);
 
-/** Finds the view that an argument means: "/", an id, or else a name that only one has. */
+/** Finds the view that an argument means: "/", an id, or else a name that only one has.
+ * A blank name means none. */
 Outcome findView(const NodeViews& views, const QString& text, tqm::smart<NodeView>& view);
 
 /** Finds what an argument means that may go into a view: a node that the database knows, by its id,
@@ -38,7 +43,13 @@ Outcome findEntry(
 Outcome findEntryIn(
     const NodeViews& views, const NodeView& view, const QString& text, NodeView::Entry& entry);
 
-/** Refuses names that could not be used as an argument later; `ownId` may have the name already. */
+/** Finds what each argument means, by one of the above; what several mean is in `entries` once. */
+Outcome findEach(const QStringList& arguments,
+    const std::function<Outcome(const QString& text, NodeView::Entry& entry)>& find,
+    QList<NodeView::Entry>& entries);
+
+/** Refuses names that could not be used as an argument later, or shown as it is; `name` is
+ * trimmed. `ownId` may have it already. */
 Outcome checkViewName(
     const NodeViews& views, const NodeDB& database, const QString& name, const NodeViewID& ownId);
 

@@ -5,6 +5,7 @@
 #include "cli/invocation.h"
 #include "cli/nodesummary.h"
 #include "cli/viewarguments.h"
+#include "cli/viewholders.h"
 
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
@@ -22,12 +23,13 @@ namespace {
 struct Level
 {
     QList<NodeView::Entry> entries;
-    QString in; ///< its id
     QString indent;
     qsizetype next = 0;
 
     bool isDone() const { return next == entries.size(); }
 };
+
+const QString k_in = QStringLiteral("In");
 
 QString text(const char* utf8)
 {
@@ -48,7 +50,7 @@ QJsonObject itemOf(const NodeDB& database, const NodeView::Entry& entry)
     if (!node.null()) {
         const QJsonObject summary = nodeSummary(database, *node);
         result[text("Name")] = summary[text("Name")];
-        result[text("Address")] = summary[text("IP")].toString();
+        result[text("IP")] = summary[text("IP")];
     }
     return result;
 }
@@ -58,7 +60,7 @@ QString drawn(const QJsonObject& item)
 {
     const QString name = item[text("Name")].toString();
     const QString label = name.trimmed().isEmpty() ? item[text("ID")].toString() : name;
-    const QString address = item[text("Address")].toString();
+    const QString address = item[text("IP")].toString();
     if (item[text("Known")] == QJsonValue(false))
         return label + text(" (not known)");
     return address.isEmpty() ? label : label + text("  ") + address;
@@ -70,15 +72,37 @@ QString remark(const NodeView& view)
     return view.count() == 0 ? text(" (empty)") : text(" … see above");
 }
 
+QJsonObject rowOf(const NodeView& view, const ViewHolders& holders)
+{
+    const int inner = int(view.views().size());
+    return { { text("ID"), view.id() }, { text("Name"), view.name() }, { text("Views"), inner },
+        { text("Nodes"), view.count() - inner },
+        { k_in, QJsonArray::fromStringList(holders.ids(view.id())) },
+        { text("InNames"), QJsonArray::fromStringList(holders.labels(view.id())) } };
+}
+
 } // namespace
+
+void printViewRows(Invocation& call, const QList<tqm::smart<NodeView>>& rows)
+{
+    const ViewHolders holders(call.session().views());
+    QList<QJsonObject> items;
+    for (const auto& view : rows)
+        items.append(rowOf(*view, holders));
+    call.output().addItems(items,
+        { { text("ID"), text("ID") }, { text("NAME"), text("Name") },
+            { text("VIEWS"), text("Views") }, { text("NODES"), text("Nodes") },
+            { text("IN"), text("InNames") } });
+}
 
 void printViewTree(Invocation& call, const NodeView& view)
 {
     const NodeViews& views = call.session().views();
     Output& output = call.output();
     output.print(viewLabel(views, view) + (view.count() == 0 ? remark(view) : QString()));
-    QSet<QString> seen;
-    std::vector<Level> open{ { view.entries(), viewId(views, view), QString() } };
+    const ViewHolders holders(views);
+    QSet<QString> seen; // of all entries
+    std::vector<Level> open{ { view.entries(), QString() } };
     while (!open.empty()) {
         Level& level = open.back();
         if (level.isDone()) {
@@ -87,17 +111,22 @@ void printViewTree(Invocation& call, const NodeView& view)
         }
         const NodeView::Entry entry = level.entries.at(level.next++);
         const tqm::smart<NodeView> inner(entry);
-        const bool isOpened = !inner.null() && inner->count() > 0 && !seen.contains(inner->id());
+        const bool isFirst = !seen.contains(entry->id());
+        const bool holdsSomething = !inner.null() && inner->count() > 0;
+        const bool isOpened = holdsSomething && isFirst;
         QJsonObject item = itemOf(call.database(), entry);
         item[text("Depth")] = int(open.size());
-        item[text("In")] = level.in;
+        if (isFirst)
+            item[k_in] = QJsonArray::fromStringList(holders.ids(entry->id()));
+        if (holdsSomething && !isFirst)
+            item[text("Repeated")] = true;
         output.addItem(item);
         output.print(level.indent + (level.isDone() ? text("└─ ") : text("├─ ")) + drawn(item)
             + (isOpened || inner.null() ? QString() : remark(*inner)));
+        seen.insert(entry->id());
         if (isOpened) {
-            seen.insert(inner->id());
-            open.push_back({ inner->entries(), inner->id(),
-                level.indent + (level.isDone() ? text("   ") : text("│  ")) });
+            open.push_back(
+                { inner->entries(), level.indent + (level.isDone() ? text("   ") : text("│  ")) });
         }
     }
 }

@@ -2,19 +2,22 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-namespace tq {
-class NodeView;
-} // namespace tq
+#include "views/nodeview.h"
 
 namespace tq::cli {
 
 class Invocation;
 
+/** Prints views as the rows of a table; "In" are the ids of all views that a row's stands in. */
+void printViewRows(Invocation& call, const QList<tqm::smart<NodeView>>& rows);
+
 /**
  * Draws what stands in a view as a tree, each entry being an item of the JSON document as well.
  *
  * A view that stands at several places is drawn at each, with what is in it only at the first one:
- * the output is as long as the views are, however many ways lead through them.
+ * the output is as long as the views are, however many ways lead through them. In the document such
+ * a view is "Repeated" at the other places; "In" are, as in printViewRows(), the ids of all views
+ * that the entry stands in, said where it comes first.
  */
 void printViewTree(Invocation& call, const NodeView& view);
 

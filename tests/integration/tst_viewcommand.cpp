@@ -95,7 +95,8 @@ void TestViewCommand::viewsAreArrangedAndKept()
     m_store = path(qPrintable(store));
     QCOMPARE(addNodes(), QByteArray());
     QCOMPARE(callAll({ "view add Site", "view add Yard --in Site", "view add Gate --in Site --at 1",
-                 "view add Gate N1 N2", "view add Yard N3 Gate N3", "view add / Yard N1 --at 1" }),
+                 "view add N1 N2 --to Gate", "view add N3 Gate N3 --to Yard",
+                 "view add Yard N1 --to / --at 1" }),
         QByteArray());
     QCOMPARE(text(drawn(store).out), text(R"(/
 ├─ Yard
@@ -108,8 +109,21 @@ void TestViewCommand::viewsAreArrangedAndKept()
    ├─ Gate … see above
    └─ Yard … see above
 )"));
-    QCOMPARE(callAll({ "view move Gate N2 N1 --at 1", "view move Gate N2 --to Yard --at 2",
-                 "view rename Yard Court", "view remove / Court", "remove N1" }),
+    const QJsonArray shown = call("view show").items();
+    QJsonArray places;
+    for (const QJsonValue& item : shown)
+        places.append(item[text("Kind")].toString().left(1) + item[text("Name")].toString()
+            + QString::number(item[text("Depth")].toInt())
+            + (item[text("Repeated")].toBool() ? text(" again") : QString()));
+    QCOMPARE(places,
+        QJsonArray({ text("vYard1"), text("nThree2"), text("vGate2"), text("nOne3"), text("nTwo3"),
+            text("nOne1"), text("vSite1"), text("vGate2 again"), text("vYard2 again") }));
+    QCOMPARE(shown[1][text("IP")], call("list").item(2)[text("IP")]);
+    QCOMPARE(shown[2][text("In")], call("view list").item(1)[text("In")]);
+    QCOMPARE(shown[3][text("In")], QJsonArray({ text("/"), shown[2][text("ID")] }));
+    QCOMPARE(callAll({ "view move N2 N1 --from Gate --at 1",
+                 "view move N2 --from Gate --to Yard --at 2", "view rename Yard Court",
+                 "view rename Court Court", "view remove Court --from /", "remove N1" }),
         QByteArray());
     QCOMPARE(text(drawn(store).out), text(R"(/
 └─ Site
@@ -126,13 +140,11 @@ void TestViewCommand::viewsAreArrangedAndKept()
     QCOMPARE(rows.items().size(), 3);
     QCOMPARE(rows.item(1)[text("InNames")], QJsonArray({ text("Court"), text("Site") }));
     QCOMPARE(rows.item(2)[text("Nodes")].toInt(), 2);
-    const QJsonObject two = call("view show Court").item(1);
-    QCOMPARE(two[text("Name")].toString(), text("Two"));
-    QCOMPARE(two[text("In")], rows.item(2)[text("ID")]);
+    QCOMPARE(call("view add Shed --in Court").code, 0);
     const QJsonObject removed = call("view remove Court").document();
-    QCOMPARE(removed[text("viewsGone")].toInt(), 0); // the gate is in the site as well
+    QCOMPARE(removed[text("viewsGone")].toInt(), 1); // the gate is in the site as well
     QCOMPARE(removed[text("nodesInNoView")].toInt(), 2);
-    QCOMPARE(call("view remove Site").document()[text("viewsGone")].toInt(), 1);
+    QCOMPARE(call("view remove Site Gate").document()[text("viewsGone")].toInt(), 0);
     QCOMPARE(drawn(store).out, QByteArray("/ (empty)\n"));
     QCOMPARE(call("list").items().size(), 2);
 }
@@ -147,42 +159,56 @@ void TestViewCommand::refusedCallsNameTheValueAndChangeNothing_data()
     };
     const char* const cycle =
         "\"Site\" does not go into \"Gate\": Adding this view would lead to a cycle.";
-    row("add Gate N3 Site", 1, cycle);
-    row("move / N3 Site --to Gate", 1, cycle);
-    row("move / Site --to Site", 1, "would lead to a cycle");
-    row("add Gate /", 1, "\"/\" does not go into \"Gate\"");
-    row("add Site N3 Gate", 1, "\"Gate\" does not go into \"Site\": it stands there already");
-    row("move Gate N1 --to Site", 1, "it stands there already");
-    row("add Gate N3 nothing", 1, "\"nothing\"");
-    row("add Nowhere N3", 1, "\"Nowhere\"");
+    row("add N3 Site --to Gate", 1, cycle);
+    row("move N3 Site --from / --to Gate", 1, cycle);
+    row("move Site --from / --to Site", 1, "would lead to a cycle");
+    row("add / --to Gate", 1, "\"/\" does not go into \"Gate\"");
+    row("add N3 Gate --to Site", 1, "\"Gate\" does not go into \"Site\": it stands there already");
+    row("move N1 --from gate-id --to Site", 1, "it stands there already");
+    row("add N3 nothing --to Gate", 1, "\"nothing\"");
+    row("add N3 --to Nowhere", 1, "\"Nowhere\"");
     row("add New --in Nowhere", 1, "\"Nowhere\"");
-    row("remove Gate N2 N3", 1, "192.0.2.3:80\" does not stand in \"Gate\"");
-    row("move Site N2 --to Gate", 1, "does not stand in \"Site\"");
-    row("move Site Gate --to Nowhere", 1, "\"Nowhere\"");
-    row("add Twin N1", 1, "several views are called \"Twin\": use the id");
-    row("move / Twin --to Site", 1, "several views are called \"Twin\"");
-    row("add Gate", 1, "there is a view \"Gate\" already");
-    row("rename Site Gate", 1, "there is a view \"Gate\" already");
-    row("rename Site ", 1, "not \"\"");
+    row("remove N2 N3 --from Gate", 1, "192.0.2.3:80\" does not stand in \"Gate\"");
+    row("remove Gate Nowhere", 1, "\"Nowhere\"");
+    row("move Gate --from Site --to Nowhere", 1, "\"Nowhere\"");
+    row("add N1 --to Twin", 1, "several views are called \"Twin\": use the id");
+    row("rename Site gate-id", 1, "there is a view \"gate-id\" already");
+    row("rename Site \t\n", 1, "not \"\"");
+    row("add New\nline", 1, "not \"New\\u000aline\"");
+    row("add Gate\n", 1, "there is a view \"Gate\" already"); // names are trimmed
     row("add N1", 1, "192.0.2.1:80");
     row("add /", 1, "\"/\"");
     row("rename / Top", 1, "the top");
     row("remove /", 1, "the top");
-    row("add Gate N3 --at 4", 2, "1 to 3, not \"4\"");
-    row("add Gate N3 --at 0", 2, "\"0\"");
-    row("move Gate N1 --at 3", 2, "\"3\"");
-    row("move Gate N1", 2, "--to");
-    row("add Gate N3 --in Site", 2, "--in");
+    // What a list of ids leaves that turned out empty.
+    row("add --to Gate", 2, "--to");
+    row("remove --from Gate", 2, "--from");
+    row("move --from Gate --to /", 2, "--from");
+    row("remove", 2, "VIEW");
+    row("remove ", 1, "\"\"");
+    row("add Gate N3", 2, "--to");
+    row("add N3 --to Gate --at 4", 2, "1 to 3, not \"4\"");
+    row("add N3 --to Gate --at 0", 2, "\"0\"");
+    row("move N1 --from Gate --at 3", 2, "\"3\"");
+    row("move N1 --from Gate", 2, "--to");
+    row("move N1 --to /", 2, "--from");
+    row("add N3 --to Gate --in Site", 2, "--in");
     row("paint", 2, "paint");
 
     begin();
     m_store = path("devices.ini");
     QCOMPARE(addNodes(), QByteArray());
-    QCOMPARE(callAll({ "view add Site", "view add Gate --in Site", "view add Gate N1 N2",
-                 "view add Site N1", "view add / N3", "view add Twin", "view add TWIN" }),
+    QCOMPARE(callAll({ "view add Site", "view add Gate --in Site", "view add N1 N2 --to Gate",
+                 "view add N1 --to Site", "view add N3 --to /", "view add Twin", "view add TWIN",
+                 "view add Blank" }),
         QByteArray());
-    // Other programs may give views one name.
-    tst::write(m_store, tst::contentOf(m_store).replace("TWIN", "Twin"));
+    // Other programs may give views one name, none, and any ids.
+    const QByteArray id = call("view list").item(1)[text("ID")].toString().toUtf8();
+    tst::write(m_store,
+        tst::contentOf(m_store)
+            .replace("TWIN", "Twin")
+            .replace("Name=Blank", "Name=")
+            .replace(id, "gate-id"));
     QCOMPARE(call("convert devices.ini devices.db").code, 0);
 }
 

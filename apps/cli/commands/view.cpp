@@ -3,6 +3,7 @@
 #include "cli/commands/commands.h"
 #include "cli/invocation.h"
 #include "cli/viewarguments.h"
+#include "cli/viewloss.h"
 #include "cli/viewtree.h"
 
 #include "views/nodeviews.h"
@@ -10,9 +11,6 @@
 #include "platform/exceptions.h"
 
 #include <QCommandLineParser>
-#include <QSet>
-
-#include <algorithm>
 
 namespace tq::cli {
 
@@ -22,6 +20,7 @@ using View = tqm::smart<NodeView>;
 using Entries = QList<NodeView::Entry>;
 
 const QString k_in = QStringLiteral("in");
+const QString k_from = QStringLiteral("from");
 const QString k_to = QStringLiteral("to");
 const QString k_at = QStringLiteral("at");
 
@@ -30,17 +29,10 @@ QString text(const char* utf8)
     return QString::fromUtf8(utf8);
 }
 
-/** Returns "1 view", "2 views". */
-QString counted(qsizetype count, const QString& what)
-{
-    return QStringLiteral("%1 %2%3").arg(count).arg(
-        what, count == 1 ? QString() : QStringLiteral("s"));
-}
-
 /** Refuses options that mean nothing to the action. */
 Outcome checkOptions(Invocation& call, const QString& action, const QStringList& wanted)
 {
-    for (const QString& option : { k_in, k_to, k_at }) {
+    for (const QString& option : { k_in, k_from, k_to, k_at }) {
         if (call.options().isSet(option) && !wanted.contains(option))
             return Outcome::usage(
                 QStringLiteral("--%1 does not belong to this form of %2").arg(option, action));
@@ -48,37 +40,23 @@ Outcome checkOptions(Invocation& call, const QString& action, const QStringList&
     return Outcome::done();
 }
 
-/** Opens the store and finds the view that the first argument means. */
-Outcome openAndFind(Invocation& call, OpenMode mode, View& view)
+/** Opens the store for a change and finds the view that `text` means. */
+Outcome openAndFind(Invocation& call, const QString& text, View& view)
 {
-    const Outcome outcome = call.open(mode);
-    return outcome.isDone() ? findView(call.session().views(), call.arguments().value(0), view)
-                            : outcome;
+    const Outcome outcome = call.open(OpenMode::ReadWrite);
+    return outcome.isDone() ? findView(call.session().views(), text, view) : outcome;
 }
 
-/** Finds what the arguments after the first one mean, each entry once. */
-template <class Find>
-Outcome findEntries(Invocation& call, Find find, Entries& entries)
+/** Does so for the view that --from means, and finds what the arguments mean of what is in it. */
+Outcome openAndFindFrom(Invocation& call, View& from, Entries& entries)
 {
-    QSet<QString> ids;
-    for (const QString& argument : call.arguments().mid(1)) {
-        NodeView::Entry entry;
-        const Outcome outcome = find(argument, entry);
-        if (!outcome.isDone())
-            return outcome;
-        if (!ids.contains(entry->id()))
-            entries.append(entry);
-        ids.insert(entry->id());
-    }
-    return Outcome::done();
-}
-
-Outcome findEntriesIn(Invocation& call, const NodeView& view, Entries& entries)
-{
+    const Outcome outcome = openAndFind(call, call.options().value(k_from), from);
+    if (!outcome.isDone())
+        return outcome;
     const auto find = [&](const QString& argument, NodeView::Entry& entry) {
-        return findEntryIn(call.session().views(), view, argument, entry);
+        return findEntryIn(call.session().views(), *from, argument, entry);
     };
-    return findEntries(call, find, entries);
+    return findEach(call.arguments(), find, entries);
 }
 
 /**
@@ -112,40 +90,13 @@ Outcome insert(Invocation& call, NodeView& view, const Entries& entries)
     return outcome;
 }
 
-QJsonObject rowOf(const NodeViews& views, const NodeView& view)
-{
-    QList<NodeView*> containers = view.containers();
-    std::sort(containers.begin(), containers.end(),
-        [&](const auto* a, const auto* b) { return viewLabel(views, *a) < viewLabel(views, *b); });
-    QJsonArray ids;
-    QJsonArray names;
-    for (const NodeView* const container : std::as_const(containers)) {
-        ids.append(viewId(views, *container));
-        names.append(viewLabel(views, *container));
-    }
-    const int inner = int(view.views().size());
-    return { { text("ID"), view.id() }, { text("Name"), view.name() }, { text("Views"), inner },
-        { text("Nodes"), view.count() - inner }, { text("In"), ids }, { text("InNames"), names } };
-}
-
-void printRows(Invocation& call, const QList<View>& rows)
-{
-    QList<QJsonObject> items;
-    for (const View& view : rows)
-        items.append(rowOf(call.session().views(), *view));
-    call.output().addItems(items,
-        { { text("ID"), text("ID") }, { text("NAME"), text("Name") },
-            { text("VIEWS"), text("Views") }, { text("NODES"), text("Nodes") },
-            { text("IN"), text("InNames") } });
-}
-
 Outcome list(Invocation& call)
 {
     Outcome outcome = checkOptions(call, text("list"), {});
     if (outcome.isDone())
         outcome = call.open(OpenMode::ReadOnly);
     if (outcome.isDone())
-        printRows(call, call.session().views().all());
+        printViewRows(call, call.session().views().all());
     return outcome;
 }
 
@@ -165,7 +116,7 @@ Outcome show(Invocation& call)
 /** Adds a new view with the name that is the only argument. */
 Outcome addNew(Invocation& call)
 {
-    const QString name = call.arguments().first();
+    const QString name = call.arguments().first().trimmed();
     Outcome outcome = checkOptions(call, text("add"), { k_in, k_at });
     if (outcome.isDone())
         outcome = call.open(OpenMode::ReadWrite);
@@ -182,105 +133,108 @@ Outcome addNew(Invocation& call)
     if (outcome.isDone())
         outcome = call.save();
     if (outcome.isDone())
-        printRows(call, { view });
+        printViewRows(call, { view });
     return outcome;
 }
 
-/** Puts what the arguments after the first one mean into the view that that one means. */
+/** Puts what the arguments mean into the view that --to means. */
 Outcome addEntries(Invocation& call)
 {
-    View view;
+    View to;
     Entries entries;
-    Outcome outcome = checkOptions(call, text("add"), { k_at });
+    Outcome outcome = checkOptions(call, text("add"), { k_to, k_at });
     if (outcome.isDone())
-        outcome = openAndFind(call, OpenMode::ReadWrite, view);
+        outcome = openAndFind(call, call.options().value(k_to), to);
     const auto find = [&](const QString& argument, NodeView::Entry& entry) {
         return findEntry(call.session().views(), call.database(), argument, entry);
     };
     if (outcome.isDone())
-        outcome = findEntries(call, find, entries);
+        outcome = findEach(call.arguments(), find, entries);
     if (outcome.isDone())
-        outcome = insert(call, *view, entries);
+        outcome = insert(call, *to, entries);
     if (outcome.isDone())
         outcome = call.save();
     if (outcome.isDone())
-        printViewTree(call, *view);
+        printViewTree(call, *to);
     return outcome;
 }
 
+/** The option, not the number of arguments, tells the forms apart: a list of ids may be empty. */
 Outcome add(Invocation& call)
 {
-    return call.arguments().size() == 1 ? addNew(call) : addEntries(call);
+    if (call.options().isSet(k_to))
+        return addEntries(call);
+    return call.arguments().size() == 1 ? addNew(call)
+                                        : Outcome::usage(text("add wants --to, or one name only"));
 }
 
-/** The ids of what stands in any view. */
-struct Standing
+/** Saves, and says what was removed and what is lost by that. */
+Outcome saveRemoval(
+    Invocation& call, const QString& what, const Entries& removed, const ViewLoss& loss)
 {
-    explicit Standing(const NodeViews& all)
-    {
-        auto holders = all.all();
-        holders.append(all.root());
-        for (const View& holder : std::as_const(holders)) {
-            for (const NodeView::Entry& entry : holder->entries())
-                (View(entry).null() ? nodes : views).insert(entry->id());
-        }
-    }
-
-    QSet<QString> views;
-    QSet<QString> nodes;
-};
-
-/** Saves, and says what of that which stood in views `before` stands in none now. */
-Outcome saveAndTellLoss(
-    Invocation& call, const QString& what, const Entries& removed, const Standing& before)
-{
-    const NodeViews& views = call.session().views();
     const Outcome outcome = call.save();
     if (!outcome.isDone())
         return outcome;
-    Output& output = call.output();
-    const Standing now(views);
     QStringList labels;
     for (const NodeView::Entry& entry : removed) {
-        labels.append(quoted(entryLabel(views, entry)));
-        output.addItem({ { text("ID"), entry->id() } });
+        labels.append(quoted(entryLabel(call.session().views(), entry)));
+        call.output().addItem({ { text("ID"), entry->id() } });
     }
-    output.print(what + text(": ") + labels.join(text(", ")));
-    const qsizetype viewsGone = (before.views - now.views).size();
-    const qsizetype nodesLeft = (before.nodes - now.nodes).size();
-    output.setMember(text("viewsGone"), viewsGone);
-    output.setMember(text("nodesInNoView"), nodesLeft);
-    if (viewsGone > 0)
-        output.print(text("gone, having stood nowhere else: ") + counted(viewsGone, text("view")));
-    if (nodesLeft > 0)
-        output.print(text("in no view any more: ") + counted(nodesLeft, text("node")));
+    call.output().print(what + text(": ") + labels.join(text(", ")));
+    loss.tell(call.output());
     return outcome;
+}
+
+/** Removes the views that the arguments mean from wherever they stand. */
+Outcome removeViews(Invocation& call)
+{
+    Entries entries;
+    Outcome outcome = checkOptions(call, text("remove"), {});
+    if (outcome.isDone())
+        outcome = call.open(OpenMode::ReadWrite);
+    if (!outcome.isDone())
+        return outcome;
+    NodeViews& views = call.session().views();
+    const auto find = [&](const QString& argument, NodeView::Entry& entry) {
+        View view;
+        const Outcome found = findView(views, argument, view);
+        entry = view;
+        return found.isDone() && view == views.root()
+            ? Outcome::refused(text("the top stays; name what is to be taken out of it"))
+            : found;
+    };
+    outcome = findEach(call.arguments(), find, entries);
+    if (!outcome.isDone())
+        return outcome;
+    ViewLoss loss(views);
+    for (const NodeView::Entry& entry : std::as_const(entries)) {
+        views.removeEverywhere(entry->id());
+        loss.leaveOut(entry->id());
+    }
+    return saveRemoval(call, text("removed"), entries, loss);
+}
+
+/** Takes what the arguments mean out of the view that --from means. */
+Outcome removeEntries(Invocation& call)
+{
+    View from;
+    Entries entries;
+    Outcome outcome = checkOptions(call, text("remove"), { k_from });
+    if (outcome.isDone())
+        outcome = openAndFindFrom(call, from, entries);
+    if (!outcome.isDone())
+        return outcome;
+    const NodeViews& views = call.session().views();
+    const ViewLoss loss(views);
+    for (const NodeView::Entry& entry : std::as_const(entries))
+        from->remove(entry->id());
+    return saveRemoval(
+        call, text("taken out of ") + quoted(viewLabel(views, *from)), entries, loss);
 }
 
 Outcome remove(Invocation& call)
 {
-    View view;
-    Entries entries;
-    Outcome outcome = checkOptions(call, text("remove"), {});
-    if (outcome.isDone())
-        outcome = openAndFind(call, OpenMode::ReadWrite, view);
-    if (outcome.isDone())
-        outcome = findEntriesIn(call, *view, entries);
-    if (!outcome.isDone())
-        return outcome;
-    NodeViews& views = call.session().views();
-    Standing before(views);
-    if (call.arguments().size() > 1) {
-        for (const NodeView::Entry& entry : std::as_const(entries))
-            view->remove(entry->id());
-        return saveAndTellLoss(
-            call, text("taken out of ") + quoted(viewLabel(views, *view)), entries, before);
-    }
-    if (view == views.root())
-        return Outcome::refused(text("the top stays; name what is to be taken out of it"));
-    views.removeEverywhere(view->id());
-    before.views.remove(view->id()); // no loss
-    return saveAndTellLoss(call, text("removed"), { view }, before);
+    return call.options().isSet(k_from) ? removeEntries(call) : removeViews(call);
 }
 
 Outcome move(Invocation& call)
@@ -288,13 +242,13 @@ Outcome move(Invocation& call)
     View from;
     View to;
     Entries entries;
-    Outcome outcome = checkOptions(call, text("move"), { k_to, k_at });
-    if (!call.options().isSet(k_to) && !call.options().isSet(k_at))
+    Outcome outcome = checkOptions(call, text("move"), { k_from, k_to, k_at });
+    if (outcome.isDone() && !call.options().isSet(k_from))
+        outcome = Outcome::usage(text("move wants --from"));
+    if (outcome.isDone() && !call.options().isSet(k_to) && !call.options().isSet(k_at))
         outcome = Outcome::usage(text("move wants --to, --at or both"));
     if (outcome.isDone())
-        outcome = openAndFind(call, OpenMode::ReadWrite, from);
-    if (outcome.isDone())
-        outcome = findEntriesIn(call, *from, entries);
+        outcome = openAndFindFrom(call, from, entries);
     if (outcome.isDone() && call.options().isSet(k_to))
         outcome = findView(call.session().views(), call.options().value(k_to), to);
     if (!outcome.isDone())
@@ -313,10 +267,10 @@ Outcome move(Invocation& call)
 Outcome rename(Invocation& call)
 {
     View view;
-    const QString name = call.arguments()[1];
+    const QString name = call.arguments()[1].trimmed();
     Outcome outcome = checkOptions(call, text("rename"), {});
     if (outcome.isDone())
-        outcome = openAndFind(call, OpenMode::ReadWrite, view);
+        outcome = openAndFind(call, call.arguments().first(), view);
     if (outcome.isDone() && view == call.session().views().root())
         outcome = Outcome::refused(text("the top has no name"));
     if (outcome.isDone())
@@ -326,7 +280,7 @@ Outcome rename(Invocation& call)
     view->rename(name);
     outcome = call.save();
     if (outcome.isDone())
-        printRows(call, { view });
+        printViewRows(call, { view });
     return outcome;
 }
 
@@ -336,9 +290,9 @@ Outcome view(Invocation& call)
     return call.runAction({
         { text("list"), text("nothing"), {}, 0, 0, {}, list },
         { text("show"), text("[VIEW]"), {}, 0, 1, {}, show },
-        { text("add"), text("NAME or VIEW ENTRY…"), {}, 1, k_any, {}, add },
-        { text("remove"), text("VIEW or VIEW ENTRY…"), {}, 1, k_any, {}, remove },
-        { text("move"), text("VIEW ENTRY…"), {}, 2, k_any, {}, move },
+        { text("add"), text("NAME, or ENTRY… --to VIEW"), {}, 1, k_any, {}, add },
+        { text("remove"), text("VIEW…, or ENTRY… --from VIEW"), {}, 1, k_any, {}, remove },
+        { text("move"), text("ENTRY… --from VIEW"), {}, 1, k_any, {}, move },
         { text("rename"), text("VIEW NAME"), {}, 2, 2, {}, rename },
     });
 }
@@ -346,9 +300,10 @@ Outcome view(Invocation& call)
 void addOptions(QCommandLineParser& parser)
 {
     parser.addOptions({
-        { k_in, text("Where a new view goes (add NAME); else it stands at the top."),
+        { k_in, text("Where a new view goes; else it stands at the top."), text("VIEW") },
+        { k_to, text("Where entries go; else what is moved stays in its view."), text("VIEW") },
+        { k_from, text("What entries are taken out of: an id, a name or / (the top)."),
             text("VIEW") },
-        { k_to, text("Where entries are moved to; else they stay in their view."), text("VIEW") },
         { k_at, text("The place, from 1, of the first entry; else it is the end."), text("N") },
     });
 }
@@ -358,11 +313,11 @@ void addOptions(QCommandLineParser& parser)
 QList<Command> viewCommands()
 {
     return { { text("view"),
-        text("list | show [VIEW] | add NAME [--in VIEW] | add VIEW ENTRY… | remove VIEW [ENTRY…] | "
-             "move VIEW ENTRY… [--to VIEW] | rename VIEW NAME"),
-        text("Arrange nodes in views: a VIEW is an id, a name or / (the top), an ENTRY a node's id "
-             "or a view."),
-        1, Command::k_anyNumber, addOptions, view } };
+        text("list | show [VIEW] | add NAME [--in VIEW] [--at N] | add ENTRY… --to VIEW [--at N] | "
+             "remove VIEW… | remove ENTRY… --from VIEW | "
+             "move ENTRY… --from VIEW [--to VIEW] [--at N] | rename VIEW NAME"),
+        text("Arrange nodes, and views themselves, in views."), 1, Command::k_anyNumber, addOptions,
+        view } };
 }
 
 } // namespace tq::cli
