@@ -40,13 +40,15 @@ on_loopback() {
     done' lab "$here/tools/lab" "$build" "$nodedb" "$store"
 }
 
-# Makes a view of the nodes of a type, if there are any.
+# arrange NAME TYPE VIEW: makes a view in VIEW of the nodes of a type, if there are any.
 arrange() {
-  local name=$1 ids
-  mapfile -t ids < <("$nodedb" --store "$store" list --type "$2" | awk 'NR > 1 { print $1 }')
-  [ ${#ids[@]} -gt 0 ] || return 0
-  "$nodedb" --store "$store" view add "$name" --in "$found"
-  "$nodedb" --store "$store" view add "$name" "${ids[@]}"
+  local name=$1 type=$2 in=$3 listed text ids
+  listed=$("$nodedb" --store "$store" --json list --type "$type")
+  text=$(python3 -c 'import json, sys; print(*(n["ID"] for n in json.load(sys.stdin)["items"]), sep="\n")' <<<"$listed")
+  [ -n "$text" ] || return 0
+  mapfile -t ids <<<"$text"
+  "$nodedb" --store "$store" view add "$name" --in "$in"
+  "$nodedb" --store "$store" view add "${ids[@]}" --to "$name"
 }
 
 scan() {
@@ -62,8 +64,8 @@ scan() {
   fi
   {
     "$nodedb" --store "$store" view add "$found"
-    arrange Cameras 2
-    arrange Storage 4
+    arrange Cameras 2 "$found"
+    arrange Storage 4 "$found"
   } >/dev/null
 }
 
@@ -75,6 +77,10 @@ show() {
   echo "There is no display; a picture of the window is in $demo/viewer.png"
 }
 
+if [ "${1:-}" = --viewer ] && [ $# -gt 1 ]; then
+  echo "run.sh: --viewer takes no further arguments" >&2
+  exit 2
+fi
 if is_stale; then
   set_up >&2
   touch "$build/.complete"
