@@ -23,13 +23,12 @@ namespace {
 struct Level
 {
     QList<NodeView::Entry> entries;
+    QString id; ///< the view's
     QString indent;
     qsizetype next = 0;
 
     bool isDone() const { return next == entries.size(); }
 };
-
-const QString k_in = QStringLiteral("In");
 
 QString text(const char* utf8)
 {
@@ -77,7 +76,7 @@ QJsonObject rowOf(const NodeView& view, const ViewHolders& holders)
     const int inner = int(view.views().size());
     return { { text("ID"), view.id() }, { text("Name"), view.name() }, { text("Views"), inner },
         { text("Nodes"), view.count() - inner },
-        { k_in, QJsonArray::fromStringList(holders.ids(view.id())) },
+        { text("In"), QJsonArray::fromStringList(holders.ids(view.id())) },
         { text("InNames"), QJsonArray::fromStringList(holders.labels(view.id())) } };
 }
 
@@ -100,9 +99,8 @@ void printViewTree(Invocation& call, const NodeView& view)
     const NodeViews& views = call.session().views();
     Output& output = call.output();
     output.print(viewLabel(views, view) + (view.count() == 0 ? remark(view) : QString()));
-    const ViewHolders holders(views);
-    QSet<QString> seen; // of all entries
-    std::vector<Level> open{ { view.entries(), QString() } };
+    QSet<QString> opened;
+    std::vector<Level> open{ { view.entries(), viewId(views, view), QString() } };
     while (!open.empty()) {
         Level& level = open.back();
         if (level.isDone()) {
@@ -111,22 +109,20 @@ void printViewTree(Invocation& call, const NodeView& view)
         }
         const NodeView::Entry entry = level.entries.at(level.next++);
         const tqm::smart<NodeView> inner(entry);
-        const bool isFirst = !seen.contains(entry->id());
         const bool holdsSomething = !inner.null() && inner->count() > 0;
-        const bool isOpened = holdsSomething && isFirst;
+        const bool isOpened = holdsSomething && !opened.contains(inner->id());
         QJsonObject item = itemOf(call.database(), entry);
         item[text("Depth")] = int(open.size());
-        if (isFirst)
-            item[k_in] = QJsonArray::fromStringList(holders.ids(entry->id()));
-        if (holdsSomething && !isFirst)
+        item[text("Under")] = level.id;
+        if (holdsSomething && !isOpened)
             item[text("Repeated")] = true;
         output.addItem(item);
         output.print(level.indent + (level.isDone() ? text("└─ ") : text("├─ ")) + drawn(item)
             + (isOpened || inner.null() ? QString() : remark(*inner)));
-        seen.insert(entry->id());
         if (isOpened) {
-            open.push_back(
-                { inner->entries(), level.indent + (level.isDone() ? text("   ") : text("│  ")) });
+            opened.insert(inner->id());
+            open.push_back({ inner->entries(), inner->id(),
+                level.indent + (level.isDone() ? text("   ") : text("│  ")) });
         }
     }
 }

@@ -16,8 +16,7 @@ void printViewRows(Invocation& call, const QList<tqm::smart<NodeView>>& rows);
  *
  * A view that stands at several places is drawn at each, with what is in it only at the first one:
  * the output is as long as the views are, however many ways lead through them. In the document such
- * a view is "Repeated" at the other places; "In" are, as in printViewRows(), the ids of all views
- * that the entry stands in, said where it comes first.
+ * a view is "Repeated" at the other places; "Under" is the id of the view that an item is drawn in.
  */
 void printViewTree(Invocation& call, const NodeView& view);
 
