@@ -3,146 +3,147 @@
 #include "nodestore/nodedb.h"
 #include "persistence/storefactory.h"
 #include "platform/pluginloader.h"
+#include "views/nodeentry.h"
 #include "views/nodeview.h"
 #include "views/nodeviewmodel.h"
 #include "views/nodeviewproxymodel.h"
 #include "views/nodeviews.h"
 #include <QtWidgets>
-
 using namespace tq;
-
 struct Window : QMainWindow
 {
-    explicit Window(NodeViews& shown) : views(shown)
+    explicit Window(IStore& kept) : store(kept)
     {
+        views.load(&store);
         tree.setModel(&sorted);
         tree.setHeaderHidden(true);
         tree.setUniformRowHeights(true);
-        tree.setIconSize({ 16, 16 });
         tree.setSelectionMode(QTreeView::ExtendedSelection);
         tree.setEditTriggers(QTreeView::NoEditTriggers); // only the action edits
         tree.setDragDropMode(QTreeView::DragDrop);
         tree.setDefaultDropAction(Qt::MoveAction); // Ctrl copies
         tree.setContextMenuPolicy(Qt::ActionsContextMenu);
         tree.addAction(tr("New view"), QKeySequence::New, this, &Window::addView);
-        rename = tree.addAction(tr("Rename"), Qt::Key_F2, this, [this] { tree.edit(selected()); });
+        tree.addAction(tr("Add other devices"), this, &Window::addOthers);
+        tree.addAction(tr("Rename"), Qt::Key_F2, this, [this] { tree.edit(chosen()); });
         tree.addAction(tr("Remove from view"), QKeySequence::Delete, this, &Window::remove);
         (new QVBoxLayout(tree.viewport()))->addWidget(&hint, 0, Qt::AlignCenter);
         search.setPlaceholderText(tr("Search by name, address, MAC, model or note"));
-        search.setContentsMargins(4, 4, 4, 4);
-        statusBar()->setContentsMargins(4, 0, 4, 0);
         setMenuWidget(&search);
         setCentralWidget(&tree);
-        details.setTextFormat(Qt::PlainText);
-        details.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-        statusBar()->addWidget(&details, 1);
         statusBar()->addPermanentWidget(&counts);
-        connect(&search, &QLineEdit::textChanged, this, [this](const QString& text) {
-            sorted.setFilterText(text);
-            tree.expandToDepth(text.isEmpty() ? 1 : 3); // not all: it could be without end
-        });
+        connect(&search, &QLineEdit::textChanged, this, &Window::find);
         connect(&views, &NodeViews::changed, this, [this] { setWindowModified(true), tell(); });
         connect(tree.selectionModel(), &QItemSelectionModel::selectionChanged, this, &Window::tell);
-        tree.expandToDepth(1);
+        find();
+    }
+    QModelIndex chosen() const { return tree.selectionModel()->selectedRows().value(0); }
+    auto viewAt(const QModelIndex& row) const { return model.viewAt(sorted.mapToSource(row)); }
+    QModelIndex above() const { return viewAt(chosen()).null() ? chosen().parent() : chosen(); }
+    bool ask(const QString& q) { return QMessageBox::question(this, {}, q) == QMessageBox::Yes; }
+    void find()
+    {
+        sorted.setFilterText(search.text());
+        QModelIndexList rows{ QModelIndex() }; // not all: views in views can be billions
+        for (int i = 0; i < rows.size() && rows.size() < 500; ++i) {
+            tree.expand(rows[i]);
+            for (int row = 0; row < sorted.rowCount(rows[i]); ++row)
+                rows.append(sorted.index(row, 0, rows[i]));
+        }
         tell();
     }
-
-    QModelIndex selected() const { return tree.selectionModel()->selectedRows().value(0); }
-
     void tell()
     {
-        const auto text = [this](int role) { return selected().data(role).toString() + u"   "_qs; };
-        details.setText(text(eAddressRole) + text(eModelRole) + text(eMacRole));
-        const NodeDB& db = *model.database();
-        const auto devices = db.nodeIdList().size() - db.nodeIdList(eRecordingFolderNode).size();
-        counts.setText(tr("Devices: %1, views: %2").arg(devices).arg(views.all().size()));
-        rename->setEnabled(selected().data(eIsViewRole).toBool());
-        hint.setVisible(views.root()->count() == 0);
+        const auto text = [this](int role) { return chosen().data(role).toString() + u"   "_qs; };
+        statusBar()->showMessage(text(eAddressRole) + text(eModelRole) + text(eMacRole));
+        counts.setText(tr("Devices: %1, views: %2").arg(devices.size()).arg(views.all().size()));
+        hint.setText(search.text().isEmpty() ? tr("Right-click to begin.") : tr("Nothing found."));
+        hint.setVisible(sorted.rowCount() == 0);
     }
-
     void addView()
     {
         search.clear(); // which might hide the new one
-        const QModelIndex row = selected().data(eIsViewRole).toBool() ? selected() : QModelIndex();
-        const QModelIndex above = sorted.mapToSource(row);
-        model.viewAt(above)->append(tqm::smart<NodeView>(new NodeView(tr("New view"))));
+        const tqm::smart<NodeView> view(new NodeView(tr("New view")));
+        viewAt(above())->append(view);
         tree.clearSelection(); // with Ctrl held, the next line adds to it
-        tree.setCurrentIndex(
-            sorted.mapFromSource(model.index(model.rowCount(above) - 1, 0, above)));
+        tree.setCurrentIndex(sorted.mapFromSource(model.indexesOf(view->id()).value(0)));
         tree.edit(tree.currentIndex());
     }
-
+    void addOthers()
+    {
+        QStringList others = devices;
+        for (const auto& view : views.all() << views.root())
+            others.removeIf([&](const QString& id) { return view->contains(id); });
+        for (const QString& id : others)
+            viewAt(above())->append(tqm::smart<NodeEntry>(new NodeEntry(id)));
+        tree.expand(above());
+    }
     void remove()
     {
-        const QModelIndexList rows = tree.selectionModel()->selectedRows();
-        for (const auto& row : QList<QPersistentModelIndex>(rows.begin(), rows.end())) {
-            if (const auto view = model.viewAt(sorted.mapToSource(row.parent())); row.isValid())
-                view->remove(row.data(eEntryIdRole).toString());
+        for (QModelIndex row = chosen(); row.isValid(); row = chosen()) {
+            const auto view = viewAt(row);
+            const bool isLost = !view.null() && view->count() > 0 && view->containers().size() == 1;
+            const QString question = tr("Remove %1 with all in it?").arg(row.data().toString());
+            if (isLost && !ask(Qt::convertFromPlainText(question)))
+                return;
+            viewAt(row.parent())->remove(row.data(eEntryIdRole).toString());
         }
     }
-
-    NodeViews& views;
+    void closeEvent(QCloseEvent* event) override
+    {
+        if (isWindowModified())
+            views.save(&store), store.sync(); // nothing but the views
+        if (!store.errorString().isEmpty() && !ask(store.errorString() + tr("\nClose anyway?")))
+            event->ignore();
+    }
+    IStore& store;
+    NodeViews views{ *NodeDB::getDB() };
     NodeViewModel model{ *NodeDB::getDB(), views.root() };
     NodeViewProxyModel sorted{ model };
+    const QList<ENodeType> folders{ eRecordingFolderNode };
+    const QStringList devices = NodeDB::getDB()->nodeIdList(&folders, true);
     QLineEdit search;
     QTreeView tree;
-    QLabel hint{ tr("No views yet. Right-click to make one.") };
-    QLabel details, counts;
-    QAction* rename;
+    QLabel hint, counts;
 };
-
-/** Shows a store until the window is closed, or makes a picture. Returns what went wrong. */
-static QString show(const QString& name, const QCommandLineParser& given)
+// viewer STORE [--picture FILE.png] [--size WIDTHxHEIGHT] [--filter TEXT] [--select NAME]
+int main(int argc, char** argv)
 {
-    QString error;
-    const auto store = openStore(name, &error);
+    QApplication app(argc, argv);
+    const auto fail = [](auto why) { return qCritical("viewer: %s", qUtf8Printable(why)), 1; };
+    const auto end = qScopeGuard([] { NodeDB::freeDB(), plugin::Loader::instance().clear(); });
+    QCommandLineParser given;
+    for (const auto& option : { u"picture"_qs, u"size"_qs, u"filter"_qs, u"select"_qs })
+        given.addOption({ option, {}, option });
+    given.process(app);
+    QString error, name = given.positionalArguments().join(u' ');
+    const QString path = storeFilePath(name), picture = given.value(u"picture"_qs);
+    if (!QFileInfo::exists(path))
+        return fail(u"there is no store \"%1\""_qs.arg(name));
+    QLockFile lock(path + u".lock"_qs); // or what others save meanwhile would be undone
+    lock.setStaleLockTime(0);
+    if (picture.isEmpty() && !lock.tryLock() && lock.error() == QLockFile::LockFailedError)
+        return fail(u"another program is changing "_qs + name);
+    plugin::Loader::instance().addFolder(app.applicationDirPath() + u"/../lib/nodedb/plugins"_qs);
+    const auto mode = picture.isEmpty() ? OpenMode::ReadWrite : OpenMode::ReadOnly;
+    const auto store = openStore(name, &error, mode);
     if (!store)
-        return error;
+        return fail(error);
     NodeDB::getDB()->load(store.get());
-    NodeViews views(*NodeDB::getDB());
-    views.load(store.get());
+    Window window(*store);
     store->endReading();
     if (!store->isUsable())
-        return u"not everything could be read from "_qs + name;
-    Window window(views);
+        return fail(u"not everything could be read from "_qs + name);
     window.setWindowTitle(QFileInfo(name).completeBaseName() + u"[*]"_qs);
-    const QStringList size = given.value(u"size"_qs).split(u'x');
-    window.resize(size.value(0).toInt(), size.value(1).toInt());
+    const QString size = given.isSet(u"size"_qs) ? given.value(u"size"_qs) : u"560x600"_qs;
+    window.resize(size.section(u'x', 0, 0).toInt(), size.section(u'x', 1).toInt());
     window.search.setText(given.value(u"filter"_qs));
     if (given.isSet(u"select"_qs))
         window.tree.keyboardSearch(given.value(u"select"_qs));
-    window.search.setClearButtonEnabled(true); // seen at once, since the text stands there
-    if (const QString file = given.value(u"picture"_qs); !file.isEmpty())
-        return window.grab().save(file, "PNG") ? QString() : u"cannot write "_qs + file;
+    if (window.size().isEmpty() || window.chosen().isValid() != given.isSet(u"select"_qs))
+        return fail(u"--size wants WIDTHxHEIGHT, --select the name of what is shown"_qs);
+    if (!picture.isEmpty())
+        return window.grab().save(picture, "PNG") ? 0 : fail(u"cannot write "_qs + picture);
     window.show();
-    QApplication::exec();
-    if (window.isWindowModified()) { // nothing but the views is written
-        views.save(store.get());
-        store->sync();
-    }
-    return store->errorString();
-}
-
-int main(int argc, char** argv)
-{
-    if (!std::setlocale(LC_CTYPE, "") || MB_CUR_MAX == 1)
-        qputenv("LC_ALL", "C.UTF-8"); // Qt wants UTF-8
-    QApplication app(argc, argv);
-    QCommandLineParser parser;
-    parser.addPositionalArgument(u"STORE"_qs, u"for example sqlite:devices.db"_qs);
-    parser.addOptions({ { u"picture"_qs, u"Only makes a picture."_qs, u"FILE"_qs },
-        { u"size"_qs, u"The size of the window."_qs, u"WxH"_qs, u"560x600"_qs },
-        { u"filter"_qs, u"Searches for a text."_qs, u"TEXT"_qs },
-        { u"select"_qs, u"Selects a row."_qs, u"NAME"_qs },
-        { u"locale"_qs, u"Sorts as people do there."_qs, u"de_DE"_qs, QLocale().name() } });
-    parser.addHelpOption();
-    parser.process(app);
-    QLocale::setDefault(QLocale(parser.value(u"locale"_qs)));
-    plugin::Loader::instance().addFolder(app.applicationDirPath() + u"/../lib/nodedb/plugins"_qs);
-    const QString error = show(parser.positionalArguments().value(0), parser);
-    NodeDB::freeDB();
-    plugin::Loader::instance().clear();
-    if (!error.isEmpty())
-        qCritical("viewer: %s", qUtf8Printable(error));
-    return error.isEmpty() ? 0 : 1;
+    return QApplication::exec();
 }

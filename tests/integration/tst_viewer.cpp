@@ -10,19 +10,21 @@
 
 #include <QFile>
 #include <QImage>
+#include <QLockFile>
 #include <QTest>
 
 using namespace tq;
 
 namespace {
 
-void storeViews(const QString& path)
+void storeViews(const QString& path, bool areAny = true)
 {
     NodeViews views(*NodeDB::getDB());
     const tqm::smart<NodeView> gates(new NodeView(QStringLiteral("Gates")));
     gates->append(tqm::smart<NodeEntry>(new NodeEntry(QStringLiteral("north"))));
     gates->append(tqm::smart<NodeEntry>(new NodeEntry(QStringLiteral("south"))));
-    views.root()->append(gates);
+    if (areAny)
+        views.root()->append(gates);
     const auto store = openStore(path);
     views.save(store.get());
     store->sync();
@@ -41,6 +43,7 @@ private slots:
     void picturesShowTheStoreAndLeaveItAlone();
     void failuresAreOneSentence_data();
     void failuresAreOneSentence();
+    void aStoreInUseOrMissingIsRefused();
 
 private:
     QImage picture(const QStringList& options = {}) const;
@@ -56,22 +59,32 @@ QImage TestViewer::picture(const QStringList& options) const
         + options);
     const QImage image(file, "PNG");
     QFile::remove(file);
+    if (ended.code != 0)
+        qWarning("%s", ended.error.constData());
     return ended.code == 0 ? image : QImage();
 }
 
 void TestViewer::picturesShowTheStoreAndLeaveItAlone()
 {
+    storeViews(m_store, false);
     const QImage nothing = picture();
     QCOMPARE(nothing.size(), QSize(450, 310));
     storeViews(m_store);
     const auto before = hashes();
     const QImage views = picture();
-    const QImage found = picture({ QStringLiteral("--filter"), QStringLiteral("north") });
+    const QRect below(0, 40, 450, 270); // the text that is searched for
+    const auto search = [&](const QString& text) {
+        return picture({ QStringLiteral("--filter"), text }).copy(below);
+    };
+    const QImage found = search(QStringLiteral("north"));
+    const QImage other = search(QStringLiteral("south"));
+    const QImage nowhere = search(QStringLiteral("norht"));
     const QImage chosen = picture({ QStringLiteral("--select"), QStringLiteral("south") });
-    for (const QImage& image : { views, found, chosen })
+    for (const QImage& image : { views, chosen })
         QCOMPARE(image.size(), nothing.size());
     QVERIFY(views != nothing);
-    QVERIFY(found != views);
+    QVERIFY(found != other);
+    QVERIFY(found != nowhere);
     QVERIFY(chosen != views);
     QVERIFY(picture() == views);
     QCOMPARE(hashes(), before);
@@ -79,28 +92,42 @@ void TestViewer::picturesShowTheStoreAndLeaveItAlone()
 
 void TestViewer::failuresAreOneSentence_data()
 {
-    QTest::addColumn<QString>("store");
-    QTest::addColumn<QString>("file");
-    QTest::newRow("no store named") << QString() << QStringLiteral("picture.png");
-    QTest::newRow("a folder that is not there")
-        << QStringLiteral("absent/devices.db") << QStringLiteral("picture.png");
-    QTest::newRow("a file that is no store")
-        << QStringLiteral("letter.db") << QStringLiteral("picture.png");
-    QTest::newRow("a picture that cannot be written")
-        << QStringLiteral("devices.db") << QStringLiteral("absent/picture.png");
+    QTest::addColumn<QByteArray>("arguments");
+    QTest::newRow("no store named") << QByteArray("--picture picture.png");
+    QTest::newRow("two stores") << QByteArray("devices.db devices.db --picture picture.png");
+    QTest::newRow("no such folder") << QByteArray("absent/devices.db --picture picture.png");
+    QTest::newRow("no store") << QByteArray("letter.db --picture picture.png");
+    QTest::newRow("no such size") << QByteArray("devices.db --size 12 --picture picture.png");
+    QTest::newRow("no such row") << QByteArray("devices.db --select west --picture picture.png");
+    QTest::newRow("no such place") << QByteArray("devices.db --picture absent/picture.png");
 }
 
 void TestViewer::failuresAreOneSentence()
 {
-    QFETCH(const QString, store);
-    QFETCH(const QString, file);
+    QFETCH(const QByteArray, arguments);
     storeViews(m_store);
     tst::write(path("letter.db"), "Dear Anna, the gate is open again.\n");
     const auto before = hashes();
-    const tst::Run ended = run({ store, QStringLiteral("--picture"), file });
-    QCOMPARE(ended.code, 1);
-    QCOMPARE(ended.error.count("viewer: "), 1);
+    const tst::Run ended = run(QString::fromUtf8(arguments).split(QLatin1Char(' ')));
+    QVERIFY2(ended.code == 1, ended.error.constData());
+    QVERIFY2(ended.error.count("viewer: ") == 1, ended.error.constData());
     QCOMPARE(hashes(), before); // no picture either
+}
+
+void TestViewer::aStoreInUseOrMissingIsRefused()
+{
+    storeViews(m_store);
+    QLockFile lock(m_store + QStringLiteral(".lock"));
+    QVERIFY(lock.tryLock());
+    const auto before = hashes();
+    for (const QString& store : { m_store, path("absent.db") }) {
+        const tst::Run ended = run({ store }); // a window would stay open
+        QVERIFY2(ended.code == 1, ended.error.constData());
+        QVERIFY2(ended.error.count("viewer: ") == 1, ended.error.constData());
+        QVERIFY2(ended.error.contains(store.toUtf8()), ended.error.constData());
+    }
+    QVERIFY(!picture().isNull()); // only reads
+    QCOMPARE(hashes(), before);
 }
 
 QTEST_GUILESS_MAIN(TestViewer)
