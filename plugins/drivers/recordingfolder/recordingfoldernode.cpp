@@ -51,8 +51,8 @@ void RecordingFolderNode::fillHint(NodeHint& hint) const
 
 QIcon RecordingFolderNode::icon() const
 {
-    // Of the library's resources; one for all, as making it anew costs.
-    static const QIcon icon(QStringLiteral(":/icons/folder_16.png"));
+    // Supplied by the application, like those of devices: views look like folders.
+    static const QIcon icon(QStringLiteral(":/nodeIcons/storage.png"));
     return icon;
 }
 
