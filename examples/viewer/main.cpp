@@ -72,8 +72,8 @@ struct Window : QMainWindow
     void addOthers()
     {
         QStringList others = devices;
-        for (const auto& view : views.all() << views.root())
-            others.removeIf([&](const QString& id) { return view->contains(id); });
+        const auto holds = [&](const QString& id) { return views.holds(id); };
+        others.removeIf(holds);
         for (const QString& id : others)
             viewAt(above())->append(tqm::smart<NodeEntry>(new NodeEntry(id)));
         tree.expand(above());

@@ -64,7 +64,12 @@ tqm::smart<NodeView> NodeViews::view(const NodeViewID& id) const
     return found == views.cend() ? nullptr : *found;
 }
 
-const NodeViews::Holders& NodeViews::holders()
+bool NodeViews::holds(const QString& id) const
+{
+    return holders().contains(id);
+}
+
+const NodeViews::Holders& NodeViews::holders() const
 {
     if (!m_holders) {
         m_holders.emplace();

@@ -44,6 +44,9 @@ public:
     /** Returns the view with this id that stands somewhere below the root; else a null handle. */
     tqm::smart<NodeView> view(const NodeViewID& id) const;
 
+    /** Returns whether the view or node with this id stands anywhere below the root. */
+    bool holds(const QString& id) const;
+
     /** Removes the view or node with this id from wherever it stands. Returns from how many views.
      * What stood only in a removed view goes with it. */
     int removeEverywhere(const QString& id);
@@ -66,11 +69,12 @@ private:
     using Holders = QMultiHash<QString, NodeView*>;
 
     void dropNode(const NodeID& id);
-    const Holders& holders();
+    const Holders& holders() const;
 
     QPointer<NodeDB> m_database;
     tqm::smart<NodeView> m_root;
-    std::optional<Holders> m_holders; ///< the views that each entry stands in, while they are known
+    mutable std::optional<Holders>
+        m_holders; ///< the views that each entry stands in, while they are known
     int m_changes = 0;
 };
 

@@ -292,6 +292,7 @@ void TestNodeViews::removedNodesLeaveEveryView()
     f.db->acquire(text("a"));
     f.db->removeNode(text("a")); // put off
     QVERIFY(one->contains(text("a")));
+    QVERIFY(views.holds(text("a")) && views.holds(two->id()) && !views.holds(text("c")));
     f.db->release(text("a"));
     QCOMPARE(tst::treeText(*views.root()),
         text("(one(two(b, never known), b, never known), b, never known)"));
