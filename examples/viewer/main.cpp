@@ -31,6 +31,7 @@ struct Window : QMainWindow
         search.setPlaceholderText(tr("Search by name, address, MAC, model or note"));
         setMenuWidget(&search);
         setCentralWidget(&tree);
+        counts.setMargin(4);
         statusBar()->addPermanentWidget(&counts);
         connect(&search, &QLineEdit::textChanged, this, &Window::find);
         connect(&views, &NodeViews::changed, this, [this] { setWindowModified(true), tell(); });
@@ -72,8 +73,7 @@ struct Window : QMainWindow
     void addOthers()
     {
         QStringList others = devices;
-        const auto holds = [&](const QString& id) { return views.holds(id); };
-        others.removeIf(holds);
+        others.removeIf([this](const QString& id) { return views.holds(id); });
         for (const QString& id : others)
             viewAt(above())->append(tqm::smart<NodeEntry>(new NodeEntry(id)));
         tree.expand(above());
