@@ -7,33 +7,17 @@
 #include "persistence/storefactory.h"
 #include "shared/fakedriver.h"
 #include "shared/fakenode.h"
+#include "timing.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 
-#include <algorithm>
 #include <cstdio>
 #include <vector>
 
 using namespace tq;
 
 namespace {
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-template <class Work>
-double seconds(Work work)
-{
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return double(timer.nsecsElapsed()) * 1e-9;
-}
 
 void fill(int nodes)
 {

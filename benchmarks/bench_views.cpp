@@ -6,17 +6,16 @@
 #include "devices/ipdevicenode.h"
 #include "nodestore/nodedb.h"
 #include "shared/fakenode.h"
+#include "timing.h"
 #include "views/nodeentry.h"
 #include "views/nodeview.h"
 #include "views/nodeviewmodel.h"
 #include "views/nodeviewproxymodel.h"
 #include "views/nodeviews.h"
 
-#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QStandardItemModel>
 
-#include <algorithm>
 #include <cstdio>
 #include <vector>
 
@@ -26,19 +25,10 @@ namespace {
 
 constexpr int k_views = 100;
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 template <class Work>
 double milliseconds(Work work)
 {
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return double(timer.nsecsElapsed()) * 1e-6;
+    return 1000 * seconds(work);
 }
 
 QString nodeId(int i)

@@ -15,11 +15,6 @@ namespace {
 
 const QString k_program = QStringLiteral("nodedb");
 
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 void addGlobalOptions(QCommandLineParser& parser)
 {
     parser.addOptions({

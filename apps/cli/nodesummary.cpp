@@ -11,15 +11,6 @@
 
 namespace tq::cli {
 
-namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-} // namespace
-
 QJsonObject nodeSummary(const NodeDB& database, const Node& node)
 {
     static const QStringList names{ text("Name"), text("NodeType"), text("IP"), text("Port"),

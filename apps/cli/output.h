@@ -19,6 +19,12 @@ struct Column
     QString key;
 };
 
+/** Returns a text of the program's own. */
+inline QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
 /** Returns `text` in quotes, with control characters escaped: how sentences name a value. */
 QString quoted(const QString& text);
 

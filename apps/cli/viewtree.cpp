@@ -30,11 +30,6 @@ struct Level
     bool isDone() const { return next == entries.size(); }
 };
 
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 QJsonObject itemOf(const NodeDB& database, const NodeView::Entry& entry)
 {
     QJsonObject result{ { text("ID"), entry->id() } };

@@ -15,11 +15,6 @@ namespace tq::cli {
 
 namespace {
 
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 /** Returns what is known of the components that listComponents() returns, in the same order. */
 QList<plugin::ComponentInfo> usableComponents(const QString& interface)
 {

@@ -25,11 +25,6 @@ const QString k_noSave = QStringLiteral("no-save-password");
 const QString k_add = QStringLiteral("add");
 const QString k_remove = QStringLiteral("remove");
 
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 /** Returns the storage; null when no node of that kind has the id. */
 const NASDeviceNode* storage(Invocation& call, const QString& id)
 {

@@ -24,11 +24,6 @@ const QString k_from = QStringLiteral("from");
 const QString k_to = QStringLiteral("to");
 const QString k_at = QStringLiteral("at");
 
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
 /** Refuses options that mean nothing to the action. */
 Outcome checkOptions(Invocation& call, const QString& action, const QStringList& wanted)
 {

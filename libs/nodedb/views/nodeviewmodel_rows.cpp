@@ -150,7 +150,7 @@ void NodeViewModelPrivate::tellRows(const Change& change)
     for (bool isMore = true; isMore;) {
         isMore = false;
         for (ViewItem* const item : m_tree.itemsOf(change.id)) {
-            if (done.contains(item))
+            if (!item->view || done.contains(item)) // a node may have the id of a view
                 continue;
             done.insert(item);
             if (item->isRead)

@@ -20,22 +20,19 @@ ViewRestorer::ViewRestorer(StoredViews stored) : m_stored(std::move(stored))
 
 void ViewRestorer::index()
 {
-    for (StoredView& stored : m_stored.views) {
-        if (stored.id.isEmpty()) {
-            logLine(Log::eSurvived, "A stored view has no id and gets a new one: ", stored.name);
-            const tqm::smart<NodeView> view(new NodeView(stored.name));
-            stored.id = view->id();
-            m_indexes.insert(stored.id, int(m_drafts.size()));
-            m_drafts.push_back({ view, stored.entries });
-        } else if (m_indexes.contains(stored.id)) {
+    for (const StoredView& stored : std::as_const(m_stored.views)) {
+        if (m_indexes.contains(stored.id)) {
             logLine(Log::eSurvived,
                 "A view is stored twice, the second one is left out: ", stored.id, " ",
                 stored.name);
-        } else {
-            m_indexes.insert(stored.id, int(m_drafts.size()));
-            const tqm::smart<NodeView> view(new NodeView(stored.id, stored.name));
-            m_drafts.push_back({ view, stored.entries });
+            continue;
         }
+        if (stored.id.isEmpty())
+            logLine(Log::eSurvived, "A stored view has no id and gets a new one: ", stored.name);
+        const tqm::smart<NodeView> view(
+            stored.id.isEmpty() ? new NodeView(stored.name) : new NodeView(stored.id, stored.name));
+        m_indexes.insert(view->id(), int(m_drafts.size()));
+        m_drafts.push_back({ view, stored.entries });
     }
     for (Draft& draft : m_drafts)
         dropUnusable(draft.entries, draft.view->name());

@@ -33,14 +33,18 @@ NodeView::Entry node(const QString& id)
     return NodeView::Entry(new NodeEntry(id));
 }
 
-/** A hand-made store: "name: entry entry" per view, where a capital letter is a view. */
+/** A hand-made store: "name: entry entry" per view, where a capital letter is a view; "=X" is the
+ * node X. */
 void write(IPersistDestination* store, const QString& top, const QStringList& views)
 {
     const auto writeEntries = [&](const QString& entries) {
         PersistWriteArray array(store, text("Entries"));
         for (const QString& entry : entries.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
             array.next();
-            store->setValue(entry.at(0).isUpper() ? text("ViewID") : text("NodeID"), entry);
+            if (entry.at(0).isUpper())
+                store->setValue(text("ViewID"), entry);
+            else
+                store->setValue(text("NodeID"), QString(entry).remove(QLatin1Char('=')));
         }
     };
     const PersistGroup group(store, text("NodeViews"));
@@ -152,7 +156,10 @@ void TestNodeViews::brokenStoresGiveWhatCanBeHad_data()
         "2 Stored entries that say nothing are left out: 1 of Views in the top|"
         "2 A stored view has no id and gets a new one: |"
         "2 A stored view stands nowhere and comes to the top: ");
-    row("a view that has the id of a node at the top", "a-node A", "A:x", "(a-node, a(x))", "");
+    row("a view that has the id of a node at the top", "=A A B", "A:x|B:y", "(A, b(y))",
+        "2 A view has an entry twice, the second one is left out: A, the top|"
+        "2 A stored view stands nowhere and comes to the top: A a|"
+        "2 What stands at the top already is left out: A");
     row("two ways to one view", "A B", "A:C|B:C|C:x", "(a(c(x)), b(c(x)))", "");
 }
 
