@@ -28,6 +28,8 @@ StoredViews readStored(IPersistDestination* source)
         readViews(source, stored);
     } catch (const std::exception& e) {
         logLine(Log::eSurvived, "The views could not be read whole: ", QString::fromUtf8(e.what()));
+    } catch (...) {
+        logLine(Log::eSurvived, "The views could not be read whole: unknown exception");
     }
     return stored;
 }
@@ -36,15 +38,20 @@ StoredViews readStored(IPersistDestination* source)
 
 NodeViews::NodeViews(NodeDB& database) : m_database(&database), m_root(new NodeView(QString()))
 {
-    connect(m_root.get(), &NodeView::contentsChanged, this, [this] {
-        ++m_changes;
-        m_holders.reset();
-        emit changed();
-    });
+    connect(m_root.get(), &NodeView::contentsChanged, this, &NodeViews::followContents);
     connect(&database, &NodeDB::nodeRemoved, this, &NodeViews::dropNode);
 }
 
 NodeViews::~NodeViews() = default;
+
+void NodeViews::followContents()
+{
+    ++m_changes;
+    m_holders.reset();
+    const QString before = std::exchange(m_rootName, m_root->name());
+    if (m_loads == 0 && before == m_rootName)
+        emit changed();
+}
 
 tqm::smart<NodeView> NodeViews::root() const
 {
@@ -128,11 +135,15 @@ void NodeViews::load(IPersistDestination* source)
 {
     ViewRestorer restorer(readStored(source));
     const tqm::smart<NodeView> root = m_root;
+    const QPointer<NodeViews> alive(this);
+    ++m_loads;
     for (const NodeView::Entry& entry : root->entries()) {
         if (root->contains(entry->id()))
             root->remove(entry->id());
     }
     restorer.appendTo(*root);
+    if (alive && --m_loads == 0)
+        emit changed();
 }
 
 } // namespace tq

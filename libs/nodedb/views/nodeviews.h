@@ -56,18 +56,20 @@ public:
 
     /**
      * Replaces what is there by what the group "NodeViews" holds. What of it cannot be had is left
-     * out, each with a level 2 line; a source that throws ends the reading, likewise. The root
-     * announces each entry that goes or comes, so that models follow, and changed() is emitted.
+     * out, each with a level 2 line; a source that throws anything ends the reading, likewise. The
+     * root announces each entry that goes or comes, so that models follow; changed() is emitted
+     * once, when all is done, even if nothing was there and nothing came.
      */
     void load(IPersistDestination* source);
 
 signals:
-    /** Something that save() writes changed. */
+    /** Something that save() writes changed, once for each change, or load() is done. */
     void changed();
 
 private:
     using Holders = QMultiHash<QString, NodeView*>;
 
+    void followContents();
     void dropNode(const NodeID& id);
     const Holders& holders() const;
 
@@ -76,6 +78,8 @@ private:
     mutable std::optional<Holders>
         m_holders; ///< the views that each entry stands in, while they are known
     int m_changes = 0;
+    int m_loads = 0; ///< that are under way
+    QString m_rootName; ///< as it was last seen: nothing that is saved
 };
 
 } // namespace tq

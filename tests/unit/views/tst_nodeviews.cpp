@@ -217,6 +217,14 @@ void TestNodeViews::damagedCountsAndStoresThatThrow()
         QCOMPARE(f.log.linesWith(text("The views could not be read whole: call ")).size(), 1);
         QVERIFY(views.root()->entries().isEmpty() || views.root()->contains(text("A")));
     }
+    struct : tst::CallLogDestination
+    {
+        int beginReadArray(const QString&) override { throw 7; }
+    } odd;
+    f.log.clear();
+    views.load(&odd);
+    QCOMPARE(f.log.linesWith(text("The views could not be read whole: unknown")).size(), 1);
+    QVERIFY(views.root()->entries().isEmpty());
     const auto untouched = openStore(text("memory:"));
     tst::CallLogDestination log(untouched.get());
     views.load(store.get());
@@ -331,7 +339,7 @@ void TestNodeViews::slotsMayChangeWhatIsLoaded()
     write(store.get(), text("A fav x"), { text("A:y") });
     NodeViews views(*f.db);
     views.root()->append(node(text("fav")));
-    connect(&views, &NodeViews::changed, this, [&] {
+    connect(views.root().get(), &NodeView::contentsChanged, this, [&] {
         if (!views.root()->contains(text("fav")))
             views.root()->append(node(text("fav")));
     });
@@ -352,7 +360,19 @@ void TestNodeViews::changesAreAnnounced()
     QCOMPARE(views.removeEverywhere(two->id()), 1);
     QCOMPARE(spy.size(), 4);
     two->append(node(text("a"))); // nothing to save
+    views.root()->rename(text("is not saved"));
+    views.root()->rename(QString());
     QCOMPARE(spy.size(), 4);
+    appended(*one, "three");
+    QCOMPARE(spy.size(), 5);
+    QStringList seen;
+    connect(&views, &NodeViews::changed, this, [&] { seen << tst::treeText(*views.root()); });
+    const auto store = openStore(text("memory:"));
+    views.load(store.get());
+    views.load(store.get()); // from nothing to nothing
+    write(store.get(), text("A x"), { text("A:y") });
+    views.load(store.get());
+    QCOMPARE(seen, QStringList({ text("()"), text("()"), text("(a(y), x)") })); // when all is done
 }
 
 QTEST_GUILESS_MAIN(TestNodeViews)
