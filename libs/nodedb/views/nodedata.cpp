@@ -70,6 +70,13 @@ QVariant knownNodeData(const Node& node, int role)
     }
 }
 
+/** Returns the same, whatever the node throws: then nothing, and its id for its name. */
+QVariant guardedData(const Node& node, const NodeID& id, int role)
+{
+    return callPlugin("the getters of a node", role == Qt::DisplayRole ? QVariant(id) : QVariant(),
+        [&] { return knownNodeData(node, role); });
+}
+
 } // namespace
 
 QVariant nodeData(const NodeDB* database, const NodeID& id, int role)
@@ -87,8 +94,7 @@ QVariant nodeData(const NodeDB* database, const NodeID& id, int role)
     const tqm::smart<const Node> node = database ? database->node(id) : nullptr;
     if (node.null())
         return missingNodeData(id, role);
-    return callPlugin(
-        "the getters of a node", QVariant(), [&] { return knownNodeData(*node, role); });
+    return guardedData(*node, id, role);
 }
 
 QStringList searchTexts(const NodeDB* database, const NodeID& id)
@@ -96,14 +102,12 @@ QStringList searchTexts(const NodeDB* database, const NodeID& id)
     const tqm::smart<const Node> node = database ? database->node(id) : nullptr;
     if (node.null())
         return { id };
-    return callPlugin("the getters of a node", QStringList(), [&] {
-        const QString mac = knownNodeData(*node, eMacRole).toString();
-        QStringList texts{ mac, QString(mac).remove(QLatin1Char(':')) };
-        for (const int role :
-            { int(Qt::DisplayRole), int(eAddressRole), int(eModelRole), int(eNoteRole) })
-            texts.append(knownNodeData(*node, role).toString());
-        return texts;
-    });
+    const QString mac = guardedData(*node, id, eMacRole).toString();
+    QStringList texts{ mac, QString(mac).remove(QLatin1Char(':')) };
+    for (const int role :
+        { int(Qt::DisplayRole), int(eAddressRole), int(eModelRole), int(eNoteRole) })
+        texts.append(guardedData(*node, id, role).toString());
+    return texts;
 }
 
 } // namespace tq
