@@ -229,8 +229,12 @@ void NodeView::move(const QString& id, int index)
 
 void NodeView::remove(const QString& id)
 {
-    const int index = indexOfOrThrow(id);
-    const Entry entry = m_entries.takeAt(index); // keeps `id` too, which may be its own
+    removeAt(indexOfOrThrow(id));
+}
+
+void NodeView::removeAt(int index)
+{
+    const Entry entry = m_entries.takeAt(index);
     m_ids.remove(entry->id());
     forgetViews(entry);
     const tqm::smart<NodeView> view(entry);

@@ -118,10 +118,12 @@ signals:
     void contentsChanged(tq::NodeViewID id);
 
 private:
+    friend class UnplacedNodes;
     friend class ViewRestorer;
 
     int indexOfOrThrow(const QString& id) const;
     void place(int index, const Entry& entry);
+    void removeAt(int index);
     bool standsIn(const NodeView& view) const;
     void forgetViews(const Entry& entry);
     void announceContents();

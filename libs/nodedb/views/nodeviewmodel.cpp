@@ -21,7 +21,18 @@ NodeDB* NodeViewModel::database() const
 
 tqm::smart<NodeView> NodeViewModel::viewAt(const QModelIndex& index) const
 {
-    return d->itemAt(index).entry;
+    const ViewItem& item = d->itemAt(index);
+    return d->isUnplaced(item) ? nullptr : tqm::smart<NodeView>(item.entry);
+}
+
+void NodeViewModel::setShowsUnplacedNodes(bool shows)
+{
+    d->showUnplacedNodes(shows);
+}
+
+bool NodeViewModel::showsUnplacedNodes() const
+{
+    return !d->unplacedNodes().null();
 }
 
 QModelIndexList NodeViewModel::indexesOf(const QString& id) const
@@ -89,7 +100,7 @@ QVariant NodeViewModel::data(const QModelIndex& index, int role) const
     case Qt::DecorationRole:
         return d->folderIcon;
     case eEntryIdRole:
-        return item.view->id();
+        return d->isUnplaced(item) ? QString() : item.view->id();
     case eIsViewRole:
         return true;
     case eIsMissingRole:
@@ -116,7 +127,10 @@ Qt::ItemFlags NodeViewModel::flags(const QModelIndex& index) const
 {
     if (!index.isValid())
         return Qt::ItemIsDropEnabled;
-    const Qt::ItemFlags common = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled;
+    const Qt::ItemFlags fixed = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    if (d->isUnplaced(d->itemAt(index)))
+        return fixed;
+    const Qt::ItemFlags common = fixed | Qt::ItemIsDragEnabled;
     return d->itemAt(index).view ? common | Qt::ItemIsDropEnabled | Qt::ItemIsEditable
                                  : common | Qt::ItemNeverHasChildren;
 }

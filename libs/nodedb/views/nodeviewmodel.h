@@ -26,6 +26,11 @@ class NodeViewModelPrivate;
  * does not know their id, in italics; views can be renamed. Other roles: EViewRole. Belongs to the
  * database's thread, and may outlive the database.
  *
+ * On request one more row at the end of the top, "Not in a view", has the nodes of the database
+ * that stand nowhere below the root, ids ascending, without the recording folders of devices; it is
+ * there while there are any. They can be dragged into views; the row itself neither moves nor takes
+ * drops.
+ *
  * Dragging gives "application/view-id" and "application/source-id": the ids of the views and of the
  * nodes, UTF-8, one per line; ids with line feeds are left out there. A drop moves or copies what
  * was dragged from any model of this process, all of it at once; from elsewhere it copies nodes
@@ -46,7 +51,12 @@ public:
     /** Returns the database that the rows tell of; null when it is gone. */
     NodeDB* database() const;
 
-    /** Returns the view that `index` stands for, the root for an invalid one; null for a node. */
+    /** Shows the row "Not in a view", unless the database is gone; not shown from the start. */
+    void setShowsUnplacedNodes(bool shows);
+    bool showsUnplacedNodes() const;
+
+    /** Returns the view that `index` stands for, the root for an invalid one; null for a node and
+     * for the row "Not in a view". */
     tqm::smart<NodeView> viewAt(const QModelIndex& index) const;
 
     /** Returns the rows that stand for the node or view with this id, as far as they were read; in

@@ -84,12 +84,14 @@ QStringList NodeViewModel::mimeTypes() const
 QMimeData* NodeViewModel::mimeData(const QModelIndexList& indexes) const
 {
     QSet<const void*> dragged;
-    for (const QModelIndex& index : indexes)
-        dragged.insert(index.internalPointer());
+    for (const QModelIndex& index : indexes) {
+        if (flags(index).testFlag(Qt::ItemIsDragEnabled))
+            dragged.insert(index.internalPointer());
+    }
     QList<DraggedEntry> entries;
     for (const QModelIndex& index : indexes) {
-        if (index.isValid() && !comesWithAnother(index, dragged))
-            entries.append({ d->itemAt(index).entry, d->itemAt(index.parent()).view });
+        if (dragged.contains(index.internalPointer()) && !comesWithAnother(index, dragged))
+            entries.append({ d->itemAt(index).entry, viewAt(index.parent()).get() });
     }
     return entries.isEmpty() ? nullptr : new ViewMimeData(entries);
 }

@@ -4,6 +4,7 @@
 
 #include "nodestore/nodedb.h"
 #include "views/nodeviewmodel.h"
+#include "views/unplacednodes_p.h"
 #include "views/viewmimedata_p.h"
 #include "views/viewtree_p.h"
 
@@ -45,6 +46,14 @@ public:
      */
     void touch(const QString& id, const QList<int>& roles);
 
+    /** Adds the row of nodes that stand nowhere below the root, while there are any, or takes it
+     * away. */
+    void showUnplacedNodes(bool isShown);
+
+    /** Returns the view that this row stands for; null while it is switched off. */
+    tqm::smart<NodeView> unplacedNodes() const;
+    bool isUnplaced(const ViewItem& item) const;
+
     bool isTelling() const { return m_silences > 0; }
 
     /** While it lives the model tells nothing: what is told now must not change. */
@@ -71,6 +80,7 @@ public:
 private:
     void followDatabase(NodeDB& db);
     void followView(NodeView& view);
+    QList<NodeView::Entry> entriesOf(const ViewItem& item) const;
     void addItems(ViewItem& item, int row, const QList<NodeView::Entry>& entries);
     /** A change that the rows are still to show. */
     struct Change
@@ -99,6 +109,7 @@ private:
     void moveRow(ViewItem& item, int from, int to);
 
     ViewTree m_tree;
+    std::unique_ptr<UnplacedNodes> m_unplaced; ///< null while they are not shown
     QList<Change> m_changes; ///< in their order
     int m_silences = 0;
 };

@@ -67,6 +67,46 @@ void NodeViewModelPrivate::followView(NodeView& view)
     });
 }
 
+void NodeViewModelPrivate::showUnplacedNodes(bool isShown)
+{
+    if (isShown == bool(m_unplaced) || (isShown && !database))
+        return;
+    read(m_tree.root()); // what is read is told of
+    m_unplaced = isShown ? std::make_unique<UnplacedNodes>(*database, rootView) : nullptr;
+    const Change row{ rootView->id(), Change::EKind::eSomething };
+    if (isShown) {
+        // Not with the model as the receiver, which follows the view only while it has a row.
+        const auto showOrHide = [this, row] {
+            const tqm::smart<NodeView> view = unplacedNodes();
+            if ((view->count() > 0) == m_tree.itemsOf(view->id()).isEmpty())
+                change(row);
+        };
+        NodeView* const view = unplacedNodes().get();
+        QObject::connect(view, &NodeView::entryInserted, m_unplaced.get(), showOrHide);
+        QObject::connect(view, &NodeView::entryRemoved, m_unplaced.get(), showOrHide);
+    }
+    change(row);
+}
+
+tqm::smart<NodeView> NodeViewModelPrivate::unplacedNodes() const
+{
+    return m_unplaced ? m_unplaced->view() : nullptr;
+}
+
+bool NodeViewModelPrivate::isUnplaced(const ViewItem& item) const
+{
+    return m_unplaced && item.view == m_unplaced->view().get();
+}
+
+/** Returns what the rows in the item's view stand for. */
+QList<NodeView::Entry> NodeViewModelPrivate::entriesOf(const ViewItem& item) const
+{
+    QList<NodeView::Entry> entries = item.view->entries();
+    if (!item.parent && m_unplaced && m_unplaced->view()->count() > 0)
+        entries.append(m_unplaced->view());
+    return entries;
+}
+
 ViewItem& NodeViewModelPrivate::itemAt(const QModelIndex& index)
 {
     return index.isValid() ? *static_cast<ViewItem*>(index.internalPointer()) : m_tree.root();
@@ -82,7 +122,7 @@ void NodeViewModelPrivate::read(ViewItem& item)
     if (!item.view || item.isRead)
         return;
     item.isRead = true;
-    addItems(item, 0, item.view->entries());
+    addItems(item, 0, entriesOf(item));
 }
 
 void NodeViewModelPrivate::addItems(ViewItem& item, int row, const QList<NodeView::Entry>& entries)
@@ -174,7 +214,7 @@ void NodeViewModelPrivate::tellEmpty(ViewItem& item, const QString& entry)
 
 void NodeViewModelPrivate::update(ViewItem& item, const Change& change)
 {
-    const QList<NodeView::Entry> entries = item.view->entries();
+    const QList<NodeView::Entry> entries = entriesOf(item);
     const qsizetype more = entries.size() - item.childCount();
     if (change.kind == Change::EKind::eInserted && more == 1)
         insertRows(item, change.index, { entries.at(change.index) });

@@ -17,6 +17,12 @@ struct NodeViewProxyModel::Private
 {
     explicit Private(NodeViewModel& model) : source(model) { }
 
+    /** Looks for matches in everything; returns which views changed. */
+    QSet<NodeViewID> find()
+    {
+        return matches.find(source.database(), source.viewAt({}), source.d->unplacedNodes());
+    }
+
     NodeViewModel& source;
     QCollator collator;
     QString filterText;
@@ -34,6 +40,10 @@ NodeViewProxyModel::NodeViewProxyModel(NodeViewModel& source, QObject* parent)
     sort(0);
     const auto schedule = [this] { scheduleMatching(); };
     connect(source.viewAt({}).get(), &NodeView::contentsChanged, this, schedule);
+    connect(&source, &NodeViewModel::rowsInserted, this, [this](const QModelIndex& above) {
+        if (!above.isValid()) // "Not in a view" may be new
+            scheduleMatching();
+    });
     if (NodeDB* const db = source.database()) {
         // Nodes in views whose rows nobody asked for announce themselves here only.
         for (const auto signal : { &NodeDB::nodeInserted, &NodeDB::nodeUpdated,
@@ -59,7 +69,7 @@ void NodeViewProxyModel::setFilterText(const QString& text)
     const NodeViewModelPrivate::Silence silence(*d->source.d);
     d->filterText = text;
     d->matches = ViewMatches(text);
-    d->matches.find(d->source.database(), d->source.viewAt({}));
+    d->find();
     invalidateRowsFilter();
 }
 
@@ -96,17 +106,17 @@ void NodeViewProxyModel::scheduleMatching()
 void NodeViewProxyModel::matchViews()
 {
     d->isScheduled = false;
-    for (const NodeViewID& id : d->matches.find(d->source.database(), d->source.viewAt({})))
+    for (const NodeViewID& id : d->find())
         d->source.touch(id);
 }
 
 bool NodeViewProxyModel::hasChildren(const QModelIndex& parent) const
 {
-    // While rows come and go, what counts is which of them are there.
-    if (d->source.d->isTelling())
+    // While rows come and go, what counts is which of them are there. The top is always read.
+    if (d->source.d->isTelling() || !parent.isValid())
         return QSortFilterProxyModel::hasChildren(parent);
-    const tqm::smart<NodeView> view = d->source.viewAt(mapToSource(parent));
-    return !view.null() && d->matches.showsAnythingIn(d->source.database(), *view);
+    const NodeView* const view = d->source.d->itemAt(mapToSource(parent)).view;
+    return view && d->matches.showsAnythingIn(d->source.database(), *view);
 }
 
 QModelIndex NodeViewProxyModel::mapFromSource(const QModelIndex& sourceIndex) const
@@ -129,8 +139,7 @@ QModelIndex NodeViewProxyModel::mapFromSource(const QModelIndex& sourceIndex) co
 bool NodeViewProxyModel::filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const
 {
     const QModelIndex index = d->source.index(sourceRow, 0, sourceParent);
-    const tqm::smart<NodeView> view = d->source.viewAt(index);
-    if (!view.null())
+    if (const NodeView* const view = d->source.d->itemAt(index).view)
         return d->matches.isEverything() || d->matches.holdsMatch(*view);
     return !index.data(eIsRelationDestinationRole).toBool()
         && d->matches.matchesNode(d->source.database(), index.data(eEntryIdRole).toString());

@@ -23,7 +23,8 @@ class NodeViewModel;
  * the order of the views themselves. It follows the model, the database and its relations by single
  * rows and never resets; rows that move in a view change the layout. Only while a filter is set,
  * views come and go with what lies in them a turn of the event loop later. A view that matches does
- * not show what else is in it.
+ * not show what else is in it. The row "Not in a view" of the model stands among the views; the
+ * filter looks at its nodes, not at its name.
  */
 class NODEDB_EXPORT NodeViewProxyModel : public QSortFilterProxyModel
 {

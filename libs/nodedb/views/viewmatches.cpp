@@ -52,10 +52,13 @@ bool ViewMatches::showsAnythingIn(const NodeDB* database, const NodeView& view) 
     }) || holdsMatchingNode(database, view);
 }
 
-QSet<NodeViewID> ViewMatches::find(const NodeDB* database, const tqm::smart<NodeView>& root)
+QSet<NodeViewID> ViewMatches::find(
+    const NodeDB* database, const tqm::smart<NodeView>& root, const tqm::smart<NodeView>& unplaced)
 {
     QSet<NodeViewID> found;
     if (!isEverything()) {
+        if (!unplaced.null() && holdsMatchingNode(database, *unplaced))
+            found.insert(unplaced->id());
         for (const tqm::smart<NodeView>& view : viewsBelow(*root)) {
             if (found.contains(view->id())
                 || (!matches({ view->name() }) && !holdsMatchingNode(database, *view)))

@@ -28,9 +28,13 @@ public:
     /** Returns whether anything that stands in the view is to be shown. */
     bool showsAnythingIn(const NodeDB* database, const NodeView& view) const;
 
-    /** Looks through everything below `root` once. Returns the ids of the views that were found
-     * before and are not now, or the other way round. */
-    QSet<NodeViewID> find(const NodeDB* database, const tqm::smart<NodeView>& root);
+    /**
+     * Looks through everything below `root` once, and through the nodes of `unplaced` (may be
+     * null), whose name does not count. Returns the ids of the views that were found before and are
+     * not now, or the other way round.
+     */
+    QSet<NodeViewID> find(const NodeDB* database, const tqm::smart<NodeView>& root,
+        const tqm::smart<NodeView>& unplaced);
 
 private:
     bool matches(const QStringList& texts) const;

@@ -8,8 +8,9 @@ namespace tq {
 
 /** What a model of views tells of a row, beside Qt's own roles. */
 enum EViewRole : int {
-    eEntryIdRole = Qt::UserRole + 1, ///< QString: the id of the node or view
-    eIsViewRole, ///< bool: a view, not a node
+    eEntryIdRole =
+        Qt::UserRole + 1, ///< QString: the id of the node or view; empty for "Not in a view"
+    eIsViewRole, ///< bool: a view or "Not in a view", not a node
     eIsMissingRole, ///< bool: a node that the database does not know
     eIsRelationDestinationRole, ///< bool: a node that a relation of type 1 leads to
     eNodeTypeRole, ///< int: the node's type; eAnyNodeType for views and missing nodes

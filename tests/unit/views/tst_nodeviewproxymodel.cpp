@@ -87,6 +87,10 @@ private slots:
     void whetherThereIsMoreIsToldWithoutReading();
     void aViewThatNobodyReadTellsOfItsEnd();
     void dropsGoThrough();
+    void nodesInNoViewHaveARow();
+    void switchingInsideOfSignals();
+    void manyNodesInNoViewAreFollowedInTime();
+    void nodesThatThrowAreShown();
 };
 
 void TestNodeViewProxyModel::viewsComeFirstAndNumbersCountByValue()
@@ -278,6 +282,108 @@ void TestNodeViewProxyModel::dropsGoThrough()
     QCOMPARE(rowText(s.proxy), text("a(One), b()"));
     const std::unique_ptr<QMimeData> view(s.proxy.mimeData({ target }));
     QVERIFY(!s.proxy.canDropMimeData(view.get(), Qt::MoveAction, -1, -1, target));
+}
+
+void TestNodeViewProxyModel::nodesInNoViewHaveARow()
+{
+    Shown s;
+    const View yard = s.addView(s.root, "yard");
+    const View beyond(new NodeView(text("beyond"))); // stands nowhere
+    s.add(*beyond, "9", "Gate 9");
+    s.add(*beyond, "1", "gate 10");
+    s.add(*yard, "y", "Lamp");
+    s.model.setShowsUnplacedNodes(true);
+    QCOMPARE(rowText(s.model), text("yard(Lamp), Not in a view(gate 10, Gate 9)"));
+    QCOMPARE(rowText(s.proxy), text("Not in a view(Gate 9, gate 10), yard(Lamp)"));
+    s.edit("9", [](Node& node) { node.setName(text("gate 11")); });
+    s.f.insertPlain(text("rec"));
+    s.f.db->addNodeRelation(text("y"), text("rec"), eDeviceToRecordingFolder);
+    yard->remove(text("y"));
+    QCOMPARE(rowText(s.proxy), text("Not in a view(gate 10, gate 11, Lamp), yard()"));
+    QCOMPARE(s.after("lamp"), text("Not in a view(Lamp)"));
+    QCOMPARE(s.after("view"), QString()); // it has no name to be found by
+    s.f.insertPlain(text("view"));
+    QCOMPARE(s.settled(), text("Not in a view(name of view)"));
+    s.after("");
+    const QModelIndex row = rowOf(s.proxy, "Not in a view");
+    const std::unique_ptr<QMimeData> data(
+        s.proxy.mimeData({ row, rowOf(s.proxy, "gate 10"), rowOf(s.proxy, "Lamp") }));
+    QCOMPARE(data->data(text("application/source-id")), QByteArray("1\ny"));
+    QVERIFY(!s.proxy.canDropMimeData(data.get(), Qt::MoveAction, -1, -1, row));
+    s.proxy.dropMimeData(data.get(), Qt::MoveAction, -1, -1, rowOf(s.proxy, "yard"));
+    QCOMPARE(rowText(s.proxy), text("Not in a view(gate 11, name of view), yard(gate 10, Lamp)"));
+    beyond->append(yard); // still below the root, too
+    s.root.append(beyond);
+    s.f.db->removeNode(text("view"));
+    QCOMPARE(rowText(s.proxy),
+        text("beyond(yard(gate 10, Lamp), gate 10, gate 11), yard(gate 10, Lamp)"));
+    s.root.remove(beyond->id());
+    QCOMPARE(rowText(s.proxy), text("Not in a view(gate 11), yard(gate 10, Lamp)"));
+    s.model.setShowsUnplacedNodes(false);
+    QCOMPARE(rowText(s.proxy), text("yard(gate 10, Lamp)"));
+    QCOMPARE(s.watch.resets(), 0);
+}
+
+void TestNodeViewProxyModel::switchingInsideOfSignals()
+{
+    Shown s;
+    const View yard = s.addView(s.root, "yard");
+    s.add(*yard, "a", "A");
+    s.add(*yard, "b", "B");
+    s.model.setShowsUnplacedNodes(true);
+    // Heard before the rows hear it.
+    connect(yard.get(), &NodeView::entryInserted, this, [&] {
+        if (yard->count() == 1)
+            yard->insert(0, NodeView::Entry(new NodeEntry(text("a"))));
+    });
+    connect(&s.model, &NodeViewModel::rowsInserted, this, [&](const QModelIndex& parent) {
+        if (parent.data() == QVariant(text("Not in a view")))
+            s.model.setShowsUnplacedNodes(false);
+    });
+    yard->remove(text("a"));
+    QCOMPARE(rowText(s.proxy), text("Not in a view(A), yard(B)"));
+    yard->remove(text("b"));
+    QCOMPARE(rowText(s.proxy), text("yard()"));
+    s.model.setShowsUnplacedNodes(true);
+    yard->append(NodeView::Entry(new NodeEntry(text("b"))));
+    QCOMPARE(rowText(s.proxy), text("yard(A, B)"));
+}
+
+void TestNodeViewProxyModel::manyNodesInNoViewAreFollowedInTime()
+{
+    constexpr int k_nodes = 10000;
+    tst::Database f;
+    NodeViews views(*f.db);
+    NodeViewModel model(*f.db, views.root());
+    NodeViewProxyModel proxy(model); // without a watch, which would look at every row
+    model.setShowsUnplacedNodes(true);
+    const View all(new NodeView(text("all")));
+    for (int i = 0; i < k_nodes; ++i) {
+        const QString id = QString::number(i * 7919LL % k_nodes);
+        f.insertPlain(id);
+        all->append(NodeView::Entry(new NodeEntry(id)));
+    }
+    QCOMPARE(proxy.rowCount(proxy.index(0, 0)), k_nodes);
+    views.root()->append(all);
+    views.root()->remove(all->id());
+    QCOMPARE(proxy.rowCount(proxy.index(0, 0)), k_nodes);
+}
+
+void TestNodeViewProxyModel::nodesThatThrowAreShown()
+{
+    Shown s;
+    s.model.setShowsUnplacedNodes(true);
+    auto* const node = new tst::PlainNode(text("odd"));
+    node->setNote(text("ladder"));
+    node->onName = [] { throw 7; };
+    s.f.db->insertNode(node);
+    s.add(s.root, "1", "One");
+    QCOMPARE(rowText(s.proxy), text("Not in a view(odd), One"));
+    for (const char* found : { "odd", "ladder" })
+        QCOMPARE(s.after(found), text("Not in a view(odd)"));
+    for (int role = 0; role <= eNoteRole; ++role)
+        rowOf(s.proxy, "odd").data(role);
+    QVERIFY(!s.f.log.linesWith(text("A plug-in threw in the getters of a node")).isEmpty());
 }
 
 QTEST_MAIN(TestNodeViewProxyModel)
