@@ -15,6 +15,7 @@ struct Window : QMainWindow
     explicit Window(IStore& kept) : store(kept)
     {
         views.load(&store);
+        model.setShowsUnplacedNodes(true);
         tree.setModel(&sorted);
         tree.setHeaderHidden(true);
         tree.setUniformRowHeights(true);
@@ -40,7 +41,11 @@ struct Window : QMainWindow
     }
     QModelIndex chosen() const { return tree.selectionModel()->selectedRows().value(0); }
     auto viewAt(const QModelIndex& row) const { return model.viewAt(sorted.mapToSource(row)); }
-    QModelIndex above() const { return viewAt(chosen()).null() ? chosen().parent() : chosen(); }
+    QModelIndex above() const // whose view takes what is new: not "Not in a view", but the top
+    {
+        const QModelIndex row = viewAt(chosen()).null() ? chosen().parent() : chosen();
+        return viewAt(row).null() ? QModelIndex() : row;
+    }
     bool ask(const QString& q) { return QMessageBox::question(this, {}, q) == QMessageBox::Yes; }
     void find()
     {
@@ -74,19 +79,27 @@ struct Window : QMainWindow
     {
         QStringList others = devices;
         others.removeIf([this](const QString& id) { return views.holds(id); });
+        const QPersistentModelIndex row = above(); // now: a chosen node moves there, too
+        const auto view = viewAt(row);
         for (const QString& id : others)
-            viewAt(above())->append(tqm::smart<NodeEntry>(new NodeEntry(id)));
-        tree.expand(above());
+            view->append(tqm::smart<NodeEntry>(new NodeEntry(id)));
+        tree.expand(row);
     }
     void remove()
     {
-        for (QModelIndex row = chosen(); row.isValid(); row = chosen()) {
+        QList<QPersistentModelIndex> rows; // one may go with another
+        for (const QModelIndex& row : tree.selectionModel()->selectedRows())
+            rows.append(row);
+        for (const auto& row : rows) {
+            const QString id = row.data(eEntryIdRole).toString(); // "Not in a view" has none
+            if (id.isEmpty() || viewAt(row.parent()).null())
+                continue;
             const auto view = viewAt(row);
             const bool isLost = !view.null() && view->count() > 0 && view->containers().size() == 1;
             const QString question = tr("Remove %1 with all in it?").arg(row.data().toString());
             if (isLost && !ask(Qt::convertFromPlainText(question)))
                 return;
-            viewAt(row.parent())->remove(row.data(eEntryIdRole).toString());
+            viewAt(row.parent())->remove(id);
         }
     }
     void closeEvent(QCloseEvent* event) override
@@ -106,18 +119,31 @@ struct Window : QMainWindow
     QTreeView tree;
     QLabel hint, counts;
 };
-// viewer STORE [--picture FILE.png] [--size WIDTHxHEIGHT] [--filter TEXT] [--select NAME]
 int main(int argc, char** argv)
 {
+    const QList<QByteArray> words(argv + 1, argv + argc);
+    if (words.isEmpty() || words.contains("--help") || words.contains("-h"))
+        qputenv("QT_QPA_PLATFORM", "offscreen"); // text needs no display
     QApplication app(argc, argv);
     const auto fail = [](auto why) { return qCritical("viewer: %s", qUtf8Printable(why)), 1; };
     const auto end = qScopeGuard([] { NodeDB::freeDB(), plugin::Loader::instance().clear(); });
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString usual = u"The program nodedb uses sqlite:%1/nodedb/devices.db."_qs.arg(data);
     QCommandLineParser given;
-    for (const auto& option : { u"picture"_qs, u"size"_qs, u"filter"_qs, u"select"_qs })
-        given.addOption({ option, {}, option });
+    given.setApplicationDescription(
+        u"Shows the devices of a store, and arranges them in views."_qs);
+    given.addPositionalArgument(u"STORE"_qs, u"A file that nodedb made. "_qs + usual);
+    given.addOptions(
+        { { u"picture"_qs, u"Draws the window into FILE, and ends."_qs, u"FILE.png"_qs },
+            { u"size"_qs, u"How large the window is."_qs, u"WIDTHxHEIGHT"_qs },
+            { u"filter"_qs, u"What to search for."_qs, u"TEXT"_qs },
+            { u"select"_qs, u"Which row to select."_qs, u"NAME"_qs } });
+    given.addHelpOption();
     given.process(app);
     QString error, name = given.positionalArguments().join(u' ');
     const QString path = storeFilePath(name), picture = given.value(u"picture"_qs);
+    if (name.isEmpty())
+        return fail(u"name a store, as in \"viewer devices.db\". "_qs + usual);
     if (!QFileInfo::exists(path))
         return fail(u"there is no store \"%1\""_qs.arg(name));
     QLockFile lock(path + u".lock"_qs); // or what others save meanwhile would be undone

@@ -4,6 +4,7 @@
 
 #include "nodestore/nodedb.h"
 #include "persistence/storefactory.h"
+#include "shared/databasefixture.h"
 #include "views/nodeentry.h"
 #include "views/nodeview.h"
 #include "views/nodeviews.h"
@@ -14,6 +15,7 @@
 #include <QTest>
 
 using namespace tq;
+using tst::text;
 
 namespace {
 
@@ -44,6 +46,8 @@ private slots:
     void failuresAreOneSentence_data();
     void failuresAreOneSentence();
     void aStoreInUseOrMissingIsRefused();
+    void itSaysHowToCallIt();
+    void devicesInNoViewAreShownAndFound();
 
 private:
     QImage picture(const QStringList& options = {}) const;
@@ -128,6 +132,30 @@ void TestViewer::aStoreInUseOrMissingIsRefused()
     }
     QVERIFY(!picture().isNull()); // only reads
     QCOMPARE(hashes(), before);
+}
+
+void TestViewer::itSaysHowToCallIt()
+{
+    qputenv("XDG_DATA_HOME", "/data");
+    const tst::Run help = run({ QStringLiteral("--help") });
+    const tst::Run nothing = run({});
+    qunsetenv("XDG_DATA_HOME");
+    QCOMPARE(help.code, 0);
+    QVERIFY2(help.out.startsWith("Usage: ") && help.out.contains("--picture <FILE.png>"), help.out);
+    QCOMPARE(nothing.code, 1);
+    for (const char* said : { "\"viewer devices.db\"", "sqlite:/data/nodedb/devices.db" })
+        QVERIFY2(nothing.error.contains(said), nothing.error);
+}
+
+void TestViewer::devicesInNoViewAreShownAndFound()
+{
+    NodeDB::getDB()->insertNode(
+        new tst::DeviceNode(QStringLiteral("west"), QStringLiteral("10.0.0.9"), eIPCameraNode));
+    NodeDB::getDB()->save(openStore(m_store).get(), true);
+    NodeDB::freeDB();
+    for (const char* row : { "Not in a view", "west" }) // which --select wants to be shown
+        QVERIFY(!picture({ text("--select"), text(row) }).isNull());
+    QVERIFY(!picture({ text("--filter"), text("0.9"), text("--select"), text("west") }).isNull());
 }
 
 QTEST_GUILESS_MAIN(TestViewer)
