@@ -46,18 +46,22 @@ void makeDefaultFolder()
         .mkdir(folder.fileName(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
-constexpr int k_tooManyAbsent = 1000;
-
-/** Returns whether no array in `node` announces far more entries than it has. There are no groups:
- * what is one was an array and lost its size. */
-bool isSound(const StoreNode& node)
+/** Returns whether there is something in every entry of every array in `node`, as whoever wrote it
+ * left it: what a setting reads from an entry that is absent would replace another one. There are
+ * no groups: what is one was an array and lost its size. */
+bool isSound(const StoreNode& node, const QString& group)
 {
-    const auto isArraySound = [](const auto& array) {
-        const auto isEntrySound = [](const auto& entry) { return isSound(entry.second); };
+    const auto isArraySound = [&group](const auto& array) {
+        const auto isEntrySound = [&](const auto& entry) { return isSound(entry.second, group); };
         const auto& entries = array.second.entries;
-        return array.second.size - int(entries.size()) < k_tooManyAbsent
-            && std::all_of(entries.begin(), entries.end(), isEntrySound);
+        const bool isWhole = array.second.size == int(entries.size());
+        if (!isWhole)
+            logLine(Log::eSurvived, "Damaged: in the group ", group, ", the array ", array.first,
+                " announces ", array.second.size, " entries, but has ", entries.size());
+        return isWhole && std::all_of(entries.begin(), entries.end(), isEntrySound);
     };
+    for (const auto& [name, lost] : node.groups)
+        logLine(Log::eSurvived, "Damaged: in the group ", group, ", ", name, " is no array");
     return node.groups.empty() && std::all_of(node.arrays.begin(), node.arrays.end(), isArraySound);
 }
 
@@ -66,7 +70,8 @@ bool areSettingsSound(const IStore& store)
 {
     const auto names = { "Environment", "GlobalFields", "GlobalProxy", "NodeViews" };
     return std::all_of(names.begin(), names.end(), [&](const char* name) {
-        return isSound(store.tree({ { QString::fromLatin1(name), -1 } }));
+        const QString group = QString::fromLatin1(name);
+        return isSound(store.tree({ { group, -1 } }), group);
     });
 }
 

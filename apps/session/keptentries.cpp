@@ -6,6 +6,7 @@
 #include "nodestore/nodedb.h"
 
 #include "persistence/istore.h"
+#include "platform/logline.h"
 #include "platform/persistscope.h"
 
 #include <QSet>
@@ -51,7 +52,11 @@ bool readEntries(IStore& store, const QString& group, const QString& array, Read
     }
     // Without entries there is nothing at all, or what is there is no array any more.
     const bool isArray = count > 0 || store.tree({ { group, -1 } }).isEmpty();
-    return isArray && absent < k_tooManyAbsent;
+    if (isArray && absent < k_tooManyAbsent)
+        return true;
+    const char* const fault = isArray ? " lacks too many entries" : " is no array";
+    logLine(Log::eSurvived, "Damaged: in the group ", group, ", ", array, fault);
+    return false;
 }
 
 /** Calls `write(i)` for `count` new entries after those that the array has. */

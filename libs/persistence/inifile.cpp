@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <optional>
 #include <sys/mman.h>
 
 namespace tq {
@@ -22,6 +24,8 @@ constexpr char k_firstLine[] = "; nodedb store, version 1\n";
 constexpr char k_lastLine[] = "; end of store\n";
 constexpr int k_maxFindings = 20;
 const QString k_size = QStringLiteral("size");
+/** Stands in an array's last entry when that holds nothing; no stored name is spelled so. */
+const QString k_emptyEntry = QStringLiteral("%empty");
 
 /** Returns the number of an array's entry, from 1; 0 when the name is none. */
 int entryNumber(const QString& name)
@@ -30,53 +34,70 @@ int entryNumber(const QString& name)
     return number > 0 && QString::number(number) == name ? number : 0;
 }
 
-/** Copies bytes into a file in memory for QSettings to read. Returns its path, empty on failure. */
-QString openInMemory(const QByteArray& bytes, QFile& file)
+/** Returns the number of an array's last entry in a group; 0 when there is none. */
+int lastEntry(const StoreNode& group)
+{
+    int last = 0;
+    for (const auto& [name, entry] : group.groups)
+        last = std::max(last, entryNumber(name));
+    return last;
+}
+
+/** Copies bytes into a file in memory for QSettings to read. Returns its path, or the error. */
+QString openInMemory(const QByteArray& bytes, QFile& file, QString& error)
 {
     const int descriptor = ::memfd_create("nodedb", MFD_CLOEXEC);
-    if (descriptor < 0 || !file.open(descriptor, QIODevice::ReadWrite, QFile::AutoCloseHandle))
+    if (descriptor < 0 || !file.open(descriptor, QIODevice::ReadWrite, QFile::AutoCloseHandle)) {
+        error = qt_error_string(errno);
         return QString();
+    }
     // QSettings remembers files by their path, which comes again, and their time.
     static std::atomic<qint64> time = 0;
     const bool isWritten = file.write(bytes) == bytes.size() && file.flush()
         && file.setFileTime(QDateTime::fromSecsSinceEpoch(++time), QFile::FileModificationTime);
     const QString path = QStringLiteral("/proc/self/fd/%1").arg(descriptor);
-    return isWritten && QFile::exists(path) ? path : QString();
+    if (!isWritten)
+        error = file.errorString();
+    else if (!QFile::exists(path))
+        error = QStringLiteral("there is no %1").arg(path);
+    return path;
 }
 
 class Reader
 {
 public:
-    Reader(const QSettings& settings, bool isOurs) : m_settings(settings), m_isOurs(isOurs) { }
-
-    StoreNode read()
+    Reader(const QSettings& settings, IniContent& content, bool isOurs)
+        : m_settings(settings), m_content(content), m_isOurs(isOurs)
     {
-        StoreNode groups;
-        const QStringList keys = m_settings.allKeys();
-        for (const QString& key : keys)
-            readValue(groups, key);
-        return withArrays(groups, nullptr);
     }
 
-    QStringList findings;
+    void read(const QStringList& keys)
+    {
+        StoreNode groups;
+        for (const QString& key : keys)
+            readValue(groups, key);
+        m_content.root = withArrays(groups, QString(), nullptr);
+    }
+
+    void note(const QString& key, const QString& what) { add(m_content.findings, key, what); }
 
 private:
-    void note(const QString& key, const char* what)
+    static void add(QStringList& list, const QString& key, const QString& what)
     {
-        if (findings.size() < k_maxFindings)
-            findings += QStringLiteral("%1: %2").arg(key.left(100), QLatin1String(what));
+        if (list.size() < k_maxFindings)
+            list += QStringLiteral("%1: %2").arg(key.left(100), what);
     }
 
     void readValue(StoreNode& root, const QString& key)
     {
         if (std::size_t(key.count(QLatin1Char('/'))) > StorePath::k_maxDepth)
-            return note(key, "nested too deeply");
+            return note(key, QStringLiteral("nested too deeply"));
         const QStringList path = unmarkedName(key).split(QLatin1Char('/'));
         if (path.contains(QString()))
-            return note(key, "a part without a name");
+            return note(key, QStringLiteral("a part without a name"));
         const auto value = loadedValue(m_settings.value(key), m_isOurs);
         if (!value)
-            return note(key, "a damaged value");
+            return note(key, QStringLiteral("a damaged value"));
         StoreNode* node = &root;
         std::for_each(path.begin(), path.end() - 1,
             [&node](const QString& name) { node = &node->groups[name]; });
@@ -85,35 +106,65 @@ private:
 
     QString plain(const QString& name) const { return m_isOurs ? loadedName(name) : name; }
 
-    /** Returns a group without what belongs to the array of its name; that goes into `array`. What
-     * lies behind the size was cut off by whoever wrote it. */
-    StoreNode withArrays(StoreNode& group, StoreArray* array) const
+    /** Returns the size of the array that has the name of a group; nothing when there is none. */
+    std::optional<int> sizeOfArray(const StoreNode& group, const QString& path)
     {
-        const auto isEntry = [](const auto& child) { return entryNumber(child.first) > 0; };
-        const auto size = group.values.find(k_size);
-        const bool isArray = array && size != group.values.end()
-            && (m_isOurs || std::any_of(group.groups.begin(), group.groups.end(), isEntry));
-        if (isArray) {
-            array->size = std::max(size->second.toInt(), 0);
-            group.values.erase(size);
+        const int last = lastEntry(group);
+        const auto stored = group.values.find(k_size);
+        if (stored == group.values.end()) {
+            if (m_isOurs && last > 0)
+                note(path, QStringLiteral("an array without a size"));
+            return std::nullopt;
         }
+        bool isNumber = false;
+        const int size = stored->second.toInt(&isNumber);
+        // An empty array has nothing but its size; what has more may be a group with such a value.
+        if (last == 0 && !m_isOurs)
+            return isNumber && size == 0 && group.values.size() == 1 && group.groups.empty()
+                ? std::optional(0)
+                : std::nullopt;
+        if (!isNumber || size < 0) {
+            note(path, QStringLiteral("the size %1").arg(stored->second.toString().left(100)));
+            return std::nullopt;
+        }
+        if (size == last)
+            return last;
+        const auto finding =
+            QStringLiteral("the size %1, but the last entry is %2").arg(size).arg(last);
+        // Whoever else wrote the file may have cut off what lies behind the size.
+        const bool isDamage = m_isOurs && size < last;
+        add(isDamage ? m_content.findings : m_content.remarks, path, finding);
+        return isDamage ? last : std::min(size, last);
+    }
+
+    /** Returns a group without what belongs to the array of its name; that goes into `array`. */
+    StoreNode withArrays(StoreNode& group, const QString& path, StoreArray* array)
+    {
+        const std::optional<int> size = array ? sizeOfArray(group, path) : std::nullopt;
+        if (size) {
+            array->size = *size;
+            group.values.erase(k_size);
+        }
+        if (m_isOurs)
+            group.values.erase(k_emptyEntry);
         StoreNode result;
         for (auto& [key, value] : group.values)
             result.values[plain(key)] = std::move(value);
         for (auto& [name, child] : group.groups) {
-            const int number = isArray && array->size > 0 ? entryNumber(name) : 0;
+            const QString below = path.isEmpty() ? name : path + QLatin1Char('/') + name;
+            const int number = size.value_or(0) > 0 ? entryNumber(name) : 0;
             if (number == 0)
-                placeChild(result, plain(name), child);
+                placeChild(result, plain(name), below, child);
             else if (number <= array->size)
-                array->entries[number - 1] = withArrays(child, nullptr);
+                array->entries[number - 1] = withArrays(child, below, nullptr);
         }
         return result;
     }
 
-    void placeChild(StoreNode& parent, const QString& name, StoreNode& child) const
+    void placeChild(StoreNode& parent, const QString& name, const QString& path, StoreNode& child)
     {
         StoreArray array;
-        StoreNode group = withArrays(child, &array);
+        StoreNode group = withArrays(child, path, &array);
         if (array.size > 0)
             parent.arrays[name] = std::move(array);
         if (!group.isEmpty())
@@ -121,6 +172,7 @@ private:
     }
 
     const QSettings& m_settings;
+    IniContent& m_content;
     bool m_isOurs;
 };
 
@@ -136,10 +188,13 @@ void writeNode(QSettings& settings, const StoreNode& node, const QString& prefix
             settings.setValue(start + k_size, array.size);
         for (const auto& [index, entry] : array.entries)
             writeNode(settings, entry, start + QStringLiteral("%1/").arg(index + 1));
+        const auto last = array.entries.find(array.size - 1);
+        if (array.size > 0 && (last == array.entries.end() || last->second.isEmpty()))
+            settings.setValue(start + QStringLiteral("%1/").arg(array.size) + k_emptyEntry, true);
     }
 }
 
-/** Returns the number of lines with values; -1 when the last line has no end. */
+/** Returns the number of lines with values, without comments; -1 when the last line has no end. */
 qsizetype countValues(const QByteArray& text)
 {
     qsizetype count = 0;
@@ -147,7 +202,8 @@ qsizetype countValues(const QByteArray& text)
         end = text.indexOf('\n', at);
         if (end < 0)
             return -1;
-        if (end > at && text[at] != '[')
+        const QByteArray line = text.sliced(at, end - at).trimmed();
+        if (!line.isEmpty() && line[0] != '[' && line[0] != ';')
             ++count;
     }
     return count;
@@ -168,20 +224,24 @@ IniContent readIni(const QByteArray& bytes)
     if (!content.error.isEmpty())
         return content;
     QFile file;
-    const QString path = openInMemory(markedStreams(bytes), file);
-    if (path.isEmpty()) {
-        content.error = QStringLiteral("there is no memory to read it");
+    const QString path = openInMemory(markedStreams(bytes), file, content.error);
+    if (!content.error.isEmpty())
         return content;
-    }
     const QSettings settings(path, QSettings::IniFormat);
-    Reader reader(settings, isOurs);
-    content.root = reader.read();
-    content.findings = reader.findings;
-    if (settings.status() != QSettings::NoError) {
+    const QStringList keys = settings.allKeys();
+    if (settings.status() == QSettings::AccessError)
+        content.error = QStringLiteral("there is no descriptor or no memory to read it with");
+    else if (settings.status() != QSettings::NoError && keys.isEmpty())
+        content.error = QStringLiteral("it is not an INI file");
+    if (!content.error.isEmpty())
+        return content;
+    Reader reader(settings, content, isOurs);
+    reader.read(keys);
+    if (settings.status() != QSettings::NoError)
         content.findings += QStringLiteral("a line that means nothing");
-        if (settings.allKeys().isEmpty())
-            content.error = QStringLiteral("it is not an INI file");
-    }
+    // A damaged key may have become that of another value, which it replaces.
+    else if (isOurs && countValues(bytes) != keys.size())
+        content.findings += QStringLiteral("keys that are there twice, or lines without their end");
     return content;
 }
 

@@ -15,6 +15,7 @@ struct IniContent
 {
     StoreNode root;
     QStringList findings; ///< what could not be read, the first ones
+    QStringList remarks; ///< what is odd but costs nothing, the first ones
     QString error; ///< not empty: the file cannot be used
 };
 

@@ -117,7 +117,10 @@ void MemoryDestination::endArray()
 void MemoryDestination::setArrayIndex(int index)
 {
     d->current.reset();
-    if (d->path.select(index) && d->path.levels().back().isWritten && index >= 0 && mayWrite())
+    if (!d->path.select(index))
+        return;
+    const StorePath::Level& array = d->path.levels().back();
+    if (array.isWritten && array.index >= 0 && mayWrite())
         d->make();
 }
 

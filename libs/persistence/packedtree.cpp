@@ -6,7 +6,6 @@
 #include "persistence/storepath_p.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace tq {
 
@@ -129,42 +128,52 @@ void PackedTree::packChildren(std::string& out, Item parent) const
     packNumber(out, 0);
 }
 
-bool PackedTree::unpack(const QByteArray& bytes)
+bool PackedTree::unpack(const QByteArray& bytes, const IsName& isName)
 {
+    struct Open
+    {
+        Item item = k_root;
+        quint64 size = 0; ///< as an array announces it
+    };
     clear();
     m_bytes.assign(bytes.constData(), std::size_t(bytes.size()));
     PackedReader in(m_bytes.data(), m_bytes.size());
-    std::vector<Item> open{ k_root };
+    std::vector<Open> open(1);
     while (!open.empty() && in.isOk()) {
-        quint64 code = in.number();
+        const auto [parent, size] = open.back();
+        const bool inArray = m_items[parent].kind == eArray;
+        const quint64 code = in.number();
         if (code == 0) {
+            if (inArray && m_items[parent].size != size)
+                break;
             open.pop_back();
             continue;
         }
-        --code;
-        const auto kind = EKind(code % 4);
-        const quint64 id = code / 4;
-        const bool inArray = m_items[open.back()].kind == eArray;
-        if (inArray != (kind == eEntry) || id > quint64(std::numeric_limits<int>::max()) - 1
-            || open.size() > StorePath::k_maxDepth)
+        const auto kind = EKind((code - 1) % 4);
+        const quint64 id = (code - 1) / 4;
+        if (inArray != (kind == eEntry) || id > quint64(StorePath::k_maxIndex)
+            || (kind != eEntry && !isName(quint32(id))) || open.size() > StorePath::k_maxDepth)
             break;
-        const Item item = append(open.back(), kind, quint32(id));
-        if (kind == eEntry) {
-            growArray(open.back(), int(id) + 1);
-        } else if (kind == eArray) {
-            const quint64 size = in.number();
-            m_items[item].size = quint32(std::min(size, quint64(std::numeric_limits<int>::max())));
-        }
-        if (kind == eValue) {
-            const std::size_t size = in.length();
-            m_items[item].offset = std::size_t(in.position() - m_bytes.data());
-            m_items[item].size = quint32(size);
-            in.bytes(size);
-        } else {
-            open.push_back(item);
-        }
+        // Entries mostly come in order, and those need no search for one of that index.
+        if (inArray && id < m_items[parent].size && find(parent, eEntry, quint32(id)) != k_none)
+            break;
+        const Item item = append(parent, kind, quint32(id));
+        if (inArray)
+            growArray(parent, int(id) + 1);
+        if (kind == eValue)
+            readBytes(item, in);
+        else
+            open.push_back({ item, kind == eArray ? in.number() : 0 });
     }
     return open.empty() && in.isOk() && in.atEnd();
+}
+
+void PackedTree::readBytes(Item value, PackedReader& in)
+{
+    const std::size_t size = in.length();
+    m_items[value].offset = std::size_t(in.position() - m_bytes.data());
+    m_items[value].size = quint32(size);
+    in.bytes(size);
 }
 
 StoreNode PackedTree::node(const NameOf& nameOf, bool& isOk) const

@@ -15,6 +15,8 @@
 
 namespace tq {
 
+class PackedReader;
+
 /**
  * The content of one row: a tree of values, groups and arrays whose names are numbers and whose
  * values stay packed until they are asked for. It is meant to be cleared and filled again and
@@ -22,8 +24,8 @@ namespace tq {
  *
  * Packed form: a sequence of items, closed by a 0. An item begins with the number of its name (or
  * the index of the entry) times four, plus its kind, plus one. A value follows as its length and
- * its bytes; an array as its size and its entries, a group and an entry as their items, each such
- * sequence closed by a 0.
+ * its bytes; an array as its size and its entries, up to the last; a group and an entry as their
+ * items, each such sequence closed by a 0.
  */
 class TQ_TEST_EXPORT PackedTree
 {
@@ -35,6 +37,7 @@ public:
 
     enum EKind : quint8 { eValue, eGroup, eArray, eEntry };
     using NameOf = std::function<QString(quint32)>;
+    using IsName = std::function<bool(quint32)>;
 
     PackedTree() { clear(); }
     void clear();
@@ -56,16 +59,16 @@ public:
 
     /** Returns the number of entries of an array; 0 for k_none. */
     int arraySize(Item array) const;
-    void growArray(Item array, int size);
 
     bool isEmpty() const { return m_items[k_root].first == k_none; }
 
     /** Appends the packed form. */
     void pack(std::string& out) const;
 
-    /** Replaces the content by a packed one. Returns false when it is damaged; what could be read
-     * up to there is kept. */
-    [[nodiscard]] bool unpack(const QByteArray& bytes);
+    /** Replaces the content by a packed one. Returns false when it is damaged, which names without
+     * a text are too, entries that are there twice, and arrays that do not end with their last
+     * one; what could be read up to there is kept. */
+    [[nodiscard]] bool unpack(const QByteArray& bytes, const IsName& isName);
 
     /** Returns the content as a plain tree; `isOk` is cleared when a value is damaged. */
     StoreNode node(const NameOf& nameOf, bool& isOk) const;
@@ -84,6 +87,8 @@ private:
     };
 
     Item append(Item parent, EKind kind, quint32 id);
+    void readBytes(Item value, PackedReader& in);
+    void growArray(Item array, int size);
     void packChildren(std::string& out, Item parent) const;
     void fillNode(StoreNode& node, Item parent, const NameOf& nameOf, bool& isOk) const;
 

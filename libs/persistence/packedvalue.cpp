@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace tq {
 
@@ -48,6 +49,23 @@ quint64 folded(qint64 value)
 qint64 unfolded(quint64 value)
 {
     return qint64(value >> 1) ^ -qint64(value & 1);
+}
+
+/** Reads a folded number that has to be an int. */
+int unpackInt(PackedReader& in)
+{
+    const quint64 value = in.number();
+    if (value > std::numeric_limits<quint32>::max())
+        in.fail();
+    return in.isOk() ? int(unfolded(value)) : 0;
+}
+
+uint unpackUInt(PackedReader& in)
+{
+    const quint64 value = in.number();
+    if (value > std::numeric_limits<quint32>::max())
+        in.fail();
+    return in.isOk() ? uint(value) : 0;
 }
 
 template <class T>
@@ -139,7 +157,7 @@ QRect unpackRect(PackedReader& in)
 {
     int sides[4];
     for (int& side : sides)
-        side = int(unfolded(in.number()));
+        side = unpackInt(in);
     QRect rect;
     rect.setCoords(sides[0], sides[1], sides[2], sides[3]);
     return rect;
@@ -263,6 +281,8 @@ quint64 PackedReader::number()
     quint64 result = 0;
     for (int shift = 0; shift < 64; shift += 7) {
         const quint8 next = quint8(byte());
+        if (shift == 63 && next > 1)
+            break; // more than 64 bits
         result |= quint64(next & 0x7f) << shift;
         if (next < 0x80)
             return result;
@@ -374,9 +394,9 @@ QVariant unpackValue(PackedReader& in, int depth)
     case eFalse:
         return tag == eTrue;
     case eInt:
-        return int(unfolded(in.number()));
+        return unpackInt(in);
     case eUInt:
-        return uint(in.number());
+        return unpackUInt(in);
     case eLongLong:
         return qlonglong(unfolded(in.number()));
     case eULongLong:

@@ -55,7 +55,11 @@ QString whyNoStoreAt(const QString& path, OpenMode mode, bool& exists)
 {
     const QFileInfo file(path);
     const QFileInfo folder(file.absolutePath());
-    exists = file.exists();
+    struct stat state = {};
+    exists = ::stat(QFile::encodeName(path).constData(), &state) == 0;
+    // What cannot be looked at is not absent: a new store would take its place.
+    if (!exists && errno != ENOENT && errno != ENOTDIR)
+        return QStringLiteral("The store %1 cannot be read: %2").arg(path, qt_error_string(errno));
     if (exists) {
         if (!file.isFile())
             return QStringLiteral("%1 is not a file, so it cannot be a store.").arg(path);
@@ -128,19 +132,12 @@ QString replaceFile(const QString& from, const QString& path)
     if (file >= 0)
         isDone = ::close(file) == 0 && isDone;
     isDone = isDone && std::rename(source.constData(), QFile::encodeName(path).constData()) == 0;
-    if (!isDone)
-        return systemError(path);
-    syncFolderOf(path);
-    return QString();
+    return isDone ? QString() : systemError(path);
 }
 
 QString moveIntoPlace(const QString& from, const QString& path)
 {
-    if (renameWithoutReplacing(from, path)) {
-        syncFolderOf(path);
-        return QString();
-    }
-    return systemError(path);
+    return renameWithoutReplacing(from, path) ? QString() : systemError(path);
 }
 
 bool renameWithoutReplacing(const QString& from, const QString& to)
@@ -155,14 +152,19 @@ bool renameWithoutReplacing(const QString& from, const QString& to)
     return std::rename(source.constData(), target.constData()) == 0;
 }
 
-void syncFolderOf(const QString& path)
+QString syncFolderOf(const QString& path)
 {
     const QByteArray folder = QFile::encodeName(QFileInfo(path).absolutePath());
     const int file = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (file < 0)
-        return;
-    ::fsync(file);
-    ::close(file);
+    // Some file systems keep names durable by themselves and cannot be asked to.
+    const bool isDone = file >= 0 && (::fsync(file) == 0 || errno == EINVAL);
+    const QString reason = isDone ? QString() : qt_error_string(errno);
+    if (file >= 0)
+        ::close(file);
+    if (isDone)
+        return QString();
+    return QStringLiteral("The file %1 was written, but a power failure may undo that: %2")
+        .arg(path, reason);
 }
 
 } // namespace tq

@@ -40,17 +40,19 @@ private:
     int m_lock = -1; ///< an open descriptor: the folder is in use
 };
 
-/** Gives the file `from` the name `path`, durably, in place of what has that name. Returns the
- * error; an empty text when it worked. */
-QString replaceFile(const QString& from, const QString& path);
+/** Makes the content of the file `from` durable and gives it the name `path`, in place of what has
+ * that name. Returns the error; an empty text when it worked. */
+[[nodiscard]] QString replaceFile(const QString& from, const QString& path);
 
-/** The same, unless there is a file of that name. */
-QString moveIntoPlace(const QString& from, const QString& path);
+/** Gives the file `from`, whose content is durable, the name `path`, unless that is taken. Returns
+ * the error; an empty text when it worked. */
+[[nodiscard]] QString moveIntoPlace(const QString& from, const QString& path);
 
 /** Renames a file unless the new name is taken; errno tells why not. */
-bool renameWithoutReplacing(const QString& from, const QString& to);
+[[nodiscard]] bool renameWithoutReplacing(const QString& from, const QString& to);
 
-/** Makes the names in the folder of `path` durable. */
-void syncFolderOf(const QString& path);
+/** Makes the names in the folder of `path` durable, after that file was given its name. Returns why
+ * they may not be, as a sentence; an empty text when they are. */
+[[nodiscard]] QString syncFolderOf(const QString& path);
 
 } // namespace tq

@@ -45,6 +45,8 @@ std::unique_ptr<SettingsDestination> SettingsDestination::open(
     }
     for (const QString& finding : std::as_const(content.findings))
         logLine(Log::eSurvived, "Store: ", name, " is damaged: ", finding);
+    for (const QString& remark : std::as_const(content.remarks))
+        logLine(Log::eSurvived, "Store: ", name, ": ", remark);
     store->m_isDamaged = !content.findings.isEmpty();
     store->setContent(std::move(content.root));
     return store;
@@ -62,7 +64,8 @@ void SettingsDestination::sync()
             ? replaceFile(folder.file(), m_path)
             : QStringLiteral("%1 could not be written, the disk may be full.").arg(m_path);
     }
-    setError(error.isEmpty() ? QString() : QStringLiteral("Nothing was saved: %1").arg(error));
+    setError(error.isEmpty() ? syncFolderOf(m_path)
+                             : QStringLiteral("Nothing was saved: %1").arg(error));
 }
 
 } // namespace tq

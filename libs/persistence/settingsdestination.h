@@ -17,7 +17,8 @@ namespace tq {
  * The whole content is held in memory. sync() replaces the file as a whole, readable by its owner
  * only; before it, nothing is written. Values come back with their exact types from a file that
  * this class wrote; from a file that QSettings wrote, scalars come back as text, as they do there.
- * Lines that mean nothing are passed over and make the store damaged.
+ * Lines that mean nothing are passed over and make the store damaged; so do sizes of arrays that
+ * are none. An array ends with its last entry that holds a key: a size that goes on is logged.
  */
 class PERSISTENCE_EXPORT SettingsDestination : public MemoryDestination
 {

@@ -134,7 +134,9 @@ void SqlCursor::openArray(const QString& name, int size, bool forWriting)
     if (isSized && isInEntry()) {
         const PackedTree::Item parent = makeContent();
         const quint32 id = m_tables.makeNameId(name);
-        m_entry.tree.growArray(m_entry.tree.make(parent, PackedTree::eArray, id), size);
+        const PackedTree::Item array = m_entry.tree.make(parent, PackedTree::eArray, id);
+        if (size > m_entry.tree.arraySize(array))
+            m_entry.tree.make(array, PackedTree::eEntry, quint32(size - 1));
         m_entry.isChanged = true;
     }
     m_path.openArray(name, forWriting);
@@ -180,11 +182,12 @@ void SqlCursor::afterClosing()
         m_container += pathPart(level.name);
 }
 
-void SqlCursor::select(int index)
+void SqlCursor::select(int wanted)
 {
-    if (!m_path.select(index))
+    if (!m_path.select(wanted))
         return;
     const StorePath::Level& level = m_path.levels().back();
+    const int index = level.index;
     m_places.resize(m_path.levels().size() - m_outermost);
     const bool isTouched = level.isWritten && index >= 0 && mayWrite();
     if (m_places.size() == 1) {
@@ -279,7 +282,7 @@ void SqlCursor::load(Row& row, const QString& path, int index)
     SqlTables::Container* container = m_tables.read() ? m_tables.container(path) : nullptr;
     if (!container || !m_tables.fetch(*container, index, data))
         row.tree.clear();
-    else if (!row.tree.unpack(data))
+    else if (!row.tree.unpack(data, m_isName))
         m_tables.noteDamage(QStringLiteral("row %1 of %2").arg(index).arg(path));
 }
 
@@ -320,7 +323,7 @@ void SqlCursor::noteDamage()
 
 StoreNode SqlCursor::nodeOf(const QString& path, int index, const QByteArray& data)
 {
-    bool isOk = m_visited.unpack(data);
+    bool isOk = m_visited.unpack(data, m_isName);
     const StoreNode node = m_visited.node([this](quint32 id) { return m_tables.nameOf(id); }, isOk);
     if (!isOk)
         m_tables.noteDamage(QStringLiteral("row %1 of %2").arg(index).arg(path));

@@ -25,12 +25,13 @@ class SqlCursor
 {
 public:
     SqlCursor(const QString& path, OpenMode mode) : m_tables(path, mode), m_mode(mode) { }
+    Q_DISABLE_COPY_MOVE(SqlCursor)
 
     void openGroup(const QString& name);
     void openArray(const QString& name, int size, bool forWriting);
     void closeGroup();
     void closeArray();
-    void select(int index);
+    void select(int wanted);
     void closeAll();
 
     /** Returns the size of the array of that name; 0 when it is absent. */
@@ -101,6 +102,7 @@ private:
     Row m_entry;
     std::string m_packed;
     PackedTree m_visited;
+    const PackedTree::IsName m_isName = [this](quint32 id) { return m_tables.hasName(id); };
 };
 
 } // namespace tq

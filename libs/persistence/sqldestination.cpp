@@ -12,11 +12,13 @@ namespace tq {
 
 struct SqlDestination::Private
 {
+    Private(const QString& path, OpenMode mode) : cursor(path, mode) { }
+
     SqlCursor cursor;
 };
 
 SqlDestination::SqlDestination(const QString& path, OpenMode mode)
-    : d(new Private{ SqlCursor(path, mode) })
+    : d(std::make_unique<Private>(path, mode))
 {
 }
 
@@ -111,7 +113,7 @@ void SqlDestination::sync()
     if (tables.commit())
         tables.clearError();
     else
-        logLine(Log::eSurvived, "Store: nothing was saved: ", tables.error());
+        logLine(Log::eSurvived, "Store: the save failed: ", tables.error());
 }
 
 StoreNode SqlDestination::tree(const StoreLocation& location) const

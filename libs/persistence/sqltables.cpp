@@ -3,6 +3,8 @@
 #include "persistence/sqltables_p.h"
 
 #include "persistence/privatefile_p.h"
+#include "persistence/sqlcheck_p.h"
+#include "persistence/sqllayout_p.h"
 #include "platform/logline.h"
 
 #include <QFile>
@@ -10,39 +12,27 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
-#include <QtEndian>
 
 #include <algorithm>
 #include <atomic>
-#include <limits>
 
 namespace tq {
 
 namespace {
 
-constexpr int k_format = 1;
 constexpr int k_maxLoggedFindings = 20;
-constexpr qint64 k_rowsPerContainer = qint64(1) << 32;
-constexpr qint64 k_maxContainer = std::numeric_limits<qint32>::max();
 
-qint64 rowId(qint64 container, int index)
+/** Returns the number after `last`, or the first free one when there is none after it: only a store
+ * with more numbers than fit into memory has none. */
+template <class IsTaken>
+qint64 freeNumber(qint64& last, IsTaken isTaken)
 {
-    return container * k_rowsPerContainer + index + 1;
-}
-
-int rowIndex(qint64 row)
-{
-    return int(row % k_rowsPerContainer - 1);
-}
-
-/** Returns whether a file begins as an SQLite one and consists of whole pages. */
-bool isWholeSqlite(const QByteArray& head, qint64 size)
-{
-    if (head.size() < 18 || !head.startsWith(QByteArrayLiteral("SQLite format 3\0")))
-        return false;
-    const int stored = qFromBigEndian<quint16>(head.constData() + 16);
-    const int pageSize = stored == 1 ? 65536 : stored;
-    return pageSize >= 512 && size % pageSize == 0;
+    if (last < SqlLayout::k_highest)
+        return ++last;
+    qint64 number = 1;
+    while (isTaken(number))
+        ++number;
+    return number;
 }
 
 /** A null text would be bound as no text at all. */
@@ -76,9 +66,11 @@ bool SqlTables::connect(const QString& file)
         fail(described(m_database->lastError()));
         return false;
     }
-    // Deleted passwords must not linger in the file. A reader opens for writing all the same, so
-    // that it can finish what a killed writer has left; this keeps it from anything else.
+    // Deleted passwords must not linger in the file. A power failure must not bring the journal of
+    // a finished save back. A reader opens for writing all the same, so that it can finish what a
+    // killed writer has left; the last line keeps it from anything else.
     return run(QStringLiteral("PRAGMA secure_delete = ON"))
+        && run(QStringLiteral("PRAGMA synchronous = EXTRA"))
         && run(QStringLiteral("PRAGMA trusted_schema = OFF"))
         && (m_mode == OpenMode::ReadWrite || run(QStringLiteral("PRAGMA query_only = ON")));
 }
@@ -106,44 +98,10 @@ QString SqlTables::openExisting()
         return QStringLiteral("%1 is not an SQLite store, or it is damaged.").arg(m_path);
     if (!connect(m_path))
         return m_error;
-    const QString error = whyNotOurs();
+    const QString error = whyNotSound(*m_database, m_path);
     if (!error.isEmpty())
         disconnect();
     return error;
-}
-
-QString SqlTables::whyNotOurs()
-{
-    QSqlQuery query(*m_database);
-    query.setForwardOnly(true);
-    const auto reads = [&query](const QString& statement) {
-        return query.exec(statement) && query.next();
-    };
-    // A file that another process is just writing is no damaged one.
-    const auto because = [&query, this](const QString& reason) {
-        const bool isBusy = query.lastError().nativeErrorCode() == QStringLiteral("5");
-        return isBusy ? QStringLiteral("The store %1 is in use by another process.").arg(m_path)
-                      : reason;
-    };
-    const auto damaged = [this](const QString& finding) {
-        return QStringLiteral("The store %1 is damaged: %2").arg(m_path, finding);
-    };
-    if (!reads(QStringLiteral("PRAGMA quick_check(1)")))
-        return because(damaged(query.lastError().text()));
-    if (query.value(0).toString() != QStringLiteral("ok"))
-        return damaged(query.value(0).toString());
-    const QString foreign =
-        QStringLiteral("%1 is an SQLite file, but not a store of this program.").arg(m_path);
-    const QString active =
-        QStringLiteral("SELECT count(*) FROM sqlite_master WHERE type IN ('trigger', 'view')");
-    if (!reads(active) || query.value(0).toInt() != 0)
-        return because(foreign);
-    if (!reads(QStringLiteral("SELECT format FROM store")))
-        return because(foreign);
-    if (query.value(0).toInt() != k_format)
-        return QStringLiteral("The store %1 has format %2, which this program does not know.")
-            .arg(m_path, query.value(0).toString());
-    return QString();
 }
 
 bool SqlTables::create()
@@ -160,7 +118,7 @@ bool SqlTables::create()
     }
     return connect(m_folder->file()) && run(QStringLiteral("BEGIN"))
         && run(QStringLiteral("CREATE TABLE store (format INTEGER NOT NULL)"))
-        && run(QStringLiteral("INSERT INTO store (format) VALUES (%1)").arg(k_format))
+        && run(QStringLiteral("INSERT INTO store (format) VALUES (%1)").arg(SqlLayout::k_format))
         && run(QStringLiteral("CREATE TABLE names (id INTEGER PRIMARY KEY, name TEXT NOT NULL)"))
         && run(QStringLiteral(
             "CREATE TABLE containers (id INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE)"))
@@ -216,12 +174,22 @@ bool SqlTables::commit()
     m_state = EState::Idle;
     if (!m_folder)
         return true;
+    return moveNewStore();
+}
+
+bool SqlTables::moveNewStore()
+{
     disconnect();
-    const QString error = moveIntoPlace(m_folder->file(), m_path);
+    QString error = moveIntoPlace(m_folder->file(), m_path);
     m_folder.reset();
+    bool isReady = false;
+    if (error.isEmpty()) {
+        isReady = connect(m_path);
+        error = syncFolderOf(m_path);
+    }
     if (!error.isEmpty())
         fail(error);
-    return error.isEmpty() && connect(m_path);
+    return isReady && error.isEmpty();
 }
 
 void SqlTables::endReading()
@@ -262,16 +230,16 @@ bool SqlTables::readNames()
     }
     while (query.next()) {
         const qint64 id = query.value(0).toLongLong();
-        if (id <= 0 || id > k_maxContainer)
+        if (!isNumber(id, "name"))
             continue;
         m_names.insert(quint32(id), query.value(1).toString());
         m_nameIds.insert(query.value(1).toString(), quint32(id));
-        m_lastName = std::max(m_lastName, quint32(id));
+        m_lastName = std::max(m_lastName, id);
     }
     bool isRead = query.exec(QStringLiteral("SELECT id, path FROM containers"));
     while (isRead && query.next()) {
         const qint64 id = query.value(0).toLongLong();
-        if (id <= 0 || id > k_maxContainer)
+        if (!isNumber(id, "container"))
             continue;
         m_containers.insert(query.value(1).toString(), { id, k_unknown });
         m_lastContainer = std::max(m_lastContainer, id);
@@ -283,11 +251,20 @@ bool SqlTables::readNames()
     return isRead;
 }
 
+bool SqlTables::isNumber(qint64 id, const char* what)
+{
+    if (SqlLayout::isNumber(id))
+        return true;
+    noteDamage(QStringLiteral("the number %1 of a %2").arg(id).arg(QLatin1String(what)));
+    return false;
+}
+
 quint32 SqlTables::makeNameId(const QString& name)
 {
     quint32& id = m_nameIds[name];
     if (id == 0) {
-        id = ++m_lastName;
+        id = quint32(freeNumber(
+            m_lastName, [this](qint64 number) { return m_names.contains(quint32(number)); }));
         m_names.insert(id, name);
         const auto query = prepared(QStringLiteral("INSERT INTO names (id, name) VALUES (?, ?)"));
         query->addBindValue(id);
@@ -307,7 +284,10 @@ SqlTables::Container* SqlTables::makeContainer(const QString& path)
 {
     if (Container* known = container(path))
         return known;
-    const qint64 id = ++m_lastContainer;
+    const qint64 id = freeNumber(m_lastContainer, [this](qint64 number) {
+        return std::any_of(m_containers.cbegin(), m_containers.cend(),
+            [number](const Container& container) { return container.id == number; });
+    });
     const auto query = prepared(QStringLiteral("INSERT INTO containers (id, path) VALUES (?, ?)"));
     query->addBindValue(id);
     query->addBindValue(bindable(path));
@@ -321,11 +301,11 @@ int SqlTables::highestIndex(Container& container)
         return container.highest;
     const auto query =
         prepared(QStringLiteral("SELECT max(id) FROM rows WHERE id BETWEEN ? AND ?"));
-    query->addBindValue(rowId(container.id, k_ownRow));
-    query->addBindValue(rowId(container.id, std::numeric_limits<int>::max()));
+    query->addBindValue(SqlLayout::firstRow(container.id));
+    query->addBindValue(SqlLayout::lastRow(container.id));
     if (!run(*query) || !query->next() || query->value(0).isNull())
         return container.highest = k_noRows;
-    return container.highest = rowIndex(query->value(0).toLongLong());
+    return container.highest = SqlLayout::rowIndex(query->value(0).toLongLong());
 }
 
 bool SqlTables::fetch(Container& container, int index, QByteArray& data)
@@ -338,15 +318,15 @@ bool SqlTables::fetch(Container& container, int index, QByteArray& data)
 
 bool SqlTables::fetchNext(const Container& container, int& index, QByteArray& data)
 {
-    const qint64 wanted = rowId(container.id, index);
-    const qint64 end = rowId(container.id + 1, k_ownRow);
-    if (!m_scan || m_scanEnd != end || m_scanned > wanted) {
+    const qint64 wanted = SqlLayout::rowId(container.id, index);
+    const qint64 last = SqlLayout::lastRow(container.id);
+    if (!m_scan || m_scanLast != last || m_scanned > wanted) {
         stopScan();
         m_scan = prepared(
-            QStringLiteral("SELECT id, data FROM rows WHERE id >= ? AND id < ? ORDER BY id"));
+            QStringLiteral("SELECT id, data FROM rows WHERE id BETWEEN ? AND ? ORDER BY id"));
         m_scan->addBindValue(wanted);
-        m_scan->addBindValue(end);
-        m_scanEnd = end;
+        m_scan->addBindValue(last);
+        m_scanLast = last;
         m_scanned = -1;
         run(*m_scan);
     }
@@ -359,7 +339,7 @@ bool SqlTables::fetchNext(const Container& container, int& index, QByteArray& da
         }
         m_scanned = m_scan->value(0).toLongLong();
     }
-    index = rowIndex(m_scanned);
+    index = SqlLayout::rowIndex(m_scanned);
     data = m_scan->value(1).toByteArray();
     return true;
 }
@@ -370,7 +350,7 @@ void SqlTables::store(Container& container, int index, const std::string& data)
     if (!m_insert)
         m_insert = prepared(QStringLiteral("INSERT INTO rows (id, data) VALUES (?, ?) "
                                            "ON CONFLICT (id) DO UPDATE SET data = excluded.data"));
-    m_insert->bindValue(0, rowId(container.id, index));
+    m_insert->bindValue(0, SqlLayout::rowId(container.id, index));
     m_insert->bindValue(1, QByteArray::fromRawData(data.data(), qsizetype(data.size())));
     if (run(*m_insert))
         container.highest = std::max(container.highest, index);
@@ -389,9 +369,9 @@ void SqlTables::erase(const QString& path)
             continue;
         }
         const qint64 id = it->id;
-        run(QStringLiteral("DELETE FROM rows WHERE id >= %1 AND id < %2")
-                .arg(rowId(id, k_ownRow))
-                .arg(rowId(id + 1, k_ownRow)));
+        run(QStringLiteral("DELETE FROM rows WHERE id BETWEEN %1 AND %2")
+                .arg(SqlLayout::firstRow(id))
+                .arg(SqlLayout::lastRow(id)));
         run(QStringLiteral("DELETE FROM containers WHERE id = %1").arg(id));
         it = m_containers.erase(it);
     }
@@ -401,7 +381,8 @@ void SqlTables::eraseRow(Container& container, int index)
 {
     stopScan();
     container.highest = k_unknown;
-    run(QStringLiteral("DELETE FROM rows WHERE id = %1").arg(rowId(container.id, index)));
+    run(QStringLiteral("DELETE FROM rows WHERE id = %1")
+            .arg(SqlLayout::rowId(container.id, index)));
 }
 
 std::unique_ptr<QSqlQuery> SqlTables::prepared(const QString& statement)

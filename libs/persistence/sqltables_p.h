@@ -3,6 +3,7 @@
 #pragma once
 
 #include "persistence/istore.h"
+#include "persistence/sqllayout_p.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -31,6 +32,9 @@ class PrivateFolder;
  *     containers (id, path)    a slash before each name; slashes in names as %2F, % as %25
  *     rows       (id, data)    id = container * 2^32 + index + 1; data as PackedTree packs it
  *
+ * A file with numbers that SqlLayout does not know is not opened. Those of names and containers go
+ * on from the highest; when that is reached, the free ones are used again.
+ *
  * Reading takes place in one transaction, writing in another, so that each sees one state of the
  * store. A failure is logged, kept as the error, and makes everything do nothing until the
  * transaction is ended: otherwise what follows a failed statement could become durable alone.
@@ -45,7 +49,7 @@ public:
     };
     static constexpr int k_unknown = -3;
     static constexpr int k_noRows = -2;
-    static constexpr int k_ownRow = -1;
+    static constexpr int k_ownRow = SqlLayout::k_ownRow;
 
     SqlTables(const QString& path, OpenMode mode);
     ~SqlTables();
@@ -67,6 +71,7 @@ public:
     /** Returns the number of a name; 0 when it has none. */
     quint32 nameId(const QString& name) const { return m_nameIds.value(name); }
     quint32 makeNameId(const QString& name);
+    bool hasName(quint32 id) const { return m_names.contains(id); }
     QString nameOf(quint32 id) const { return m_names.value(id); }
 
     /** Returns the containers by path. */
@@ -108,8 +113,9 @@ private:
     bool connect(const QString& file);
     void disconnect();
     bool create();
-    QString whyNotOurs();
+    bool moveNewStore();
     bool readNames();
+    bool isNumber(qint64 id, const char* what);
     bool run(const QString& statement);
     bool run(QSqlQuery& query);
     std::unique_ptr<QSqlQuery> prepared(const QString& statement);
@@ -125,12 +131,12 @@ private:
     EState m_state = EState::Idle;
     QHash<QString, quint32> m_nameIds;
     QHash<quint32, QString> m_names;
-    quint32 m_lastName = 0;
+    qint64 m_lastName = 0;
     QMap<QString, Container> m_containers;
     qint64 m_lastContainer = 0;
     std::unique_ptr<QSqlQuery> m_scan; ///< the rows of a container, read in order
     qint64 m_scanned = 0; ///< the row that m_scan stands on
-    qint64 m_scanEnd = 0; ///< behind the last row of its container
+    qint64 m_scanLast = 0; ///< the last row that its container can have
     std::unique_ptr<QSqlQuery> m_insert;
     QString m_error;
     bool m_isDamaged = false;

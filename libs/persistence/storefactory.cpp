@@ -99,11 +99,13 @@ QString moveCorruptStoreAside(const QString& urlOrPath, QString* error)
         if (QFileInfo::exists(path + journal)
             && !renameWithoutReplacing(path + journal, target + journal))
             reason = systemError(path + journal);
-        syncFolderOf(path);
     }
+    const bool isMoved = reason.isEmpty();
+    if (isMoved)
+        reason = syncFolderOf(target);
     if (error)
         *error = reason;
-    return reason.isEmpty() ? target : QString();
+    return isMoved ? target : QString();
 }
 
 } // namespace tq

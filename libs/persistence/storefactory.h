@@ -31,7 +31,8 @@ PERSISTENCE_EXPORT QString storeFilePath(const QString& urlOrPath);
 /**
  * Moves the file of a store that cannot be read to "<path>.corrupt-<UTC time>", with what belongs
  * to it, so that a new one can be begun. The store must not be open. Returns the new path; an empty
- * text, with the reason in `error` (may be null), when it could not be moved.
+ * text, with the reason in `error` (may be null), when it could not be moved. A new path and an
+ * error: a power failure may undo the move.
  */
 [[nodiscard]] PERSISTENCE_EXPORT QString moveCorruptStoreAside(
     const QString& urlOrPath, QString* error = nullptr);

@@ -45,7 +45,10 @@ bool StorePath::select(int index)
         logLine(Log::eSurvived, "Store: left open in an array's entry, closed: ", text());
         m_levels.erase(array.base(), m_levels.end());
     }
-    m_levels.back().index = std::max(index, -1);
+    const bool isTooHigh = index > k_maxIndex;
+    if (isTooHigh)
+        logLine(Log::eSurvived, "Store: no array has an entry ", index, ", at ", text());
+    m_levels.back().index = isTooHigh ? -1 : std::max(index, -1);
     return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include <QString>
 
+#include <limits>
 #include <vector>
 
 namespace tq {
@@ -22,6 +23,9 @@ public:
     /** More open levels than this are refused for writing: a packed entry could not be read back.
      */
     static constexpr std::size_t k_maxDepth = 64;
+
+    /** An array's size, one more than its highest index, is an int. */
+    static constexpr int k_maxIndex = std::numeric_limits<int>::max() - 1;
 
     struct Level
     {
@@ -44,7 +48,8 @@ public:
 
     /**
      * Selects an entry of the innermost array; groups that are open inside it are closed. Returns
-     * false when no array is open; a negative index leaves the array without a current entry.
+     * false when no array is open; a negative index, or one above k_maxIndex, leaves the array
+     * without a current entry.
      */
     bool select(int index);
 

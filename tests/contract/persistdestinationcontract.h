@@ -58,27 +58,4 @@ protected:
     std::unique_ptr<QTemporaryDir> m_folder;
 };
 
-/** What a store in a file owes its owner besides. */
-class FileStoreContract : public PersistDestinationContract
-{
-    Q_OBJECT
-public:
-    using PersistDestinationContract::PersistDestinationContract;
-
-private slots:
-    void anotherProcessReadsTheSame();
-    void nothingIsDurableBeforeSync();
-    void aKilledWriterLeavesTheOldContent_data();
-    void aKilledWriterLeavesTheOldContent();
-    void abandonedFoldersAreRemoved();
-    void filesAreTheOwnersAlone();
-    void damagedFilesAreRefusedAndLeft_data();
-    void damagedFilesAreRefusedAndLeft();
-    void unusablePathsAreNamed_data();
-    void unusablePathsAreNamed();
-    void aReadOnlyStoreIsNotTouched();
-    void aFailedSyncIsReported();
-    void aFullDiskLeavesTheOldContent();
-};
-
 } // namespace tst

@@ -253,6 +253,11 @@ void addUnmatchedCalls()
         t.setValue(str("k"), 1);
         t.endArray();
     });
+    addRow("an entry beyond every array", {}, [](Target& t) {
+        t.beginWriteArray(str("A"));
+        t.setArrayIndex(std::numeric_limits<int>::max());
+        t.endArray();
+    });
     addRow("nested without end", {}, [](Target& t) {
         for (int i = 0; i < 100; ++i)
             t.beginGroup(str("G"));

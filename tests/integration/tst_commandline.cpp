@@ -157,13 +157,8 @@ void TestCommandLine::storesThatCannotBeReadAreLeftAlone_data()
     QTest::addColumn<QByteArray>("content");
     QTest::newRow("cut off") << text("cut.db") << QByteArray();
     QTest::newRow("noise") << text("noise.db") << QByteArray("\x7f\x03noise", 7).repeated(99);
-    QTest::newRow("announces too many nodes") << text(
-        "hostile.ini") << QByteArray("[GlobalNodes]\nNodes\\1\\ID=x\nNodes\\size=2000000000\n");
     QTest::newRow("announces fewer than no nodes")
         << text("hostile.ini") << QByteArray("[GlobalNodes]\nNodes\\1\\ID=x\nNodes\\size=-1\n");
-    QTest::newRow("announces too many environments")
-        << text("hostile.ini")
-        << QByteArray("[Environment]\nEnvironments\\1\\ID=x\nEnvironments\\size=2000000000\n");
     QTest::newRow("no such folder") << text("nowhere/devices.db") << QByteArray();
 }
 

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-#include "contract/persistdestinationcontract.h"
+#include "contract/filestorecontract.h"
 #include "contract/scripts.h"
 #include "shared/logcapture.h"
 
@@ -24,6 +24,8 @@ private slots:
     void plainValuesStayReadableForQSettings();
     void foreignOddities_data();
     void foreignOddities();
+    void arraysEndWithTheirLastEntry_data();
+    void arraysEndWithTheirLastEntry();
     void filesOfOneSizeAreNotConfused();
 
 private:
@@ -103,12 +105,6 @@ void TestSettingsDestination::foreignOddities_data()
     QTest::addColumn<QStringList>("tree");
     QTest::addColumn<bool>("isDamaged");
     const auto lines = [](const char* text) { return QString::fromUtf8(text).split(QChar(u'|')); };
-    QTest::newRow("negative size")
-        << QByteArray("[A]\nsize=-1\n1\\k=v\n") << lines("A/1/k=QString v") << false;
-    QTest::newRow("size beyond the entries") << QByteArray("[A]\r\n1\\k=v\r\nsize=2000000000\r\n")
-                                             << lines("A#2000000000|A[0]/k=QString v") << false;
-    QTest::newRow("size short of the entries")
-        << QByteArray("[A]\n1\\k=v\n2\\k=w\nsize=1\n") << lines("A#1|A[0]/k=QString v") << false;
     QTest::newRow("size that is a value")
         << QByteArray("[A]\nsize=3\nk=v\n") << lines("A/k=QString v|A/size=QString 3") << false;
     QTest::newRow("index 0, huge index")
@@ -132,6 +128,54 @@ void TestSettingsDestination::foreignOddities_data()
             << "k=v\nl=\"" + QByteArray(start) + '(' + nested + ")\"\n"
             << lines("k=QString v") << true;
     }
+}
+
+void TestSettingsDestination::arraysEndWithTheirLastEntry_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("tree");
+    QTest::addColumn<QString>("told");
+    QTest::addColumn<bool>("isDamaged");
+    const auto row = [](const char* name, const char* content, const char* tree, const char* told,
+                         bool isDamaged) {
+        QTest::newRow(name) << QByteArray(content) << QString::fromLatin1(tree)
+                            << QString::fromLatin1(told) << isDamaged;
+    };
+    const auto ours = [&](const char* name, const QByteArray& content, const char* tree,
+                          const char* told, bool isDamaged) {
+        const QByteArray file = "; nodedb store, version 1\n" + content + "; end of store\n";
+        row(name, file.constData(), tree, told, isDamaged);
+    };
+    row("beyond", "[A]\r\n1\\k=v\r\nsize=2000000000\r\n", "A#1|A[0]/k=QString v",
+        "A: the size 2000000000, but the last entry is 1", false);
+    row("short", "[A]\nB\\1\\k=v\nB\\2\\k=w\nB\\size=1\n", "A/B#1|A/B[0]/k=QString v",
+        "A/B: the size 1, but the last entry is 2", false);
+    row("negative", "[A]\nsize=-1\n1\\k=v\n", "A/size=QString -1|A/1/k=QString v", "the size -1",
+        true);
+    row("too big", "[A]\nsize=2147483648\n1\\k=v\n", "A/size=QString 2147483648|A/1/k=QString v",
+        "the size 2147483648", true);
+    row("empty", "[A]\nB\\size=0\nk=v\n", "A/k=QString v", "", false);
+    ours("ours, beyond", "[A]\n1\\k=v\nsize=7\n", "A#1|A[0]/k=QString v", "the size 7", false);
+    ours("ours, short", "[A]\n1\\k=v\n2\\k=w\nsize=1\n", "A#2|A[0]/k=QString v|A[1]/k=QString w",
+        "the size 1", true);
+    ours("ours, absent", "[A]\n1\\k=v\n", "A/1/k=QString v", "A: an array without", true);
+    ours("ours, a key twice", "[A]\n1\\k=v\n1\\k=w\nsize=1\n", "A#1|A[0]/k=QString w", "twice",
+        true);
+}
+
+void TestSettingsDestination::arraysEndWithTheirLastEntry()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, tree);
+    QFETCH(QString, told);
+    QFETCH(bool, isDamaged);
+    writeFile(content);
+    const tst::LogCapture log;
+    const auto store = open();
+    QCOMPARE(tst::flat(store->tree()).join(u'|'), tree);
+    QCOMPARE(store->isDamaged(), isDamaged);
+    QCOMPARE(log.linesWith(m_path).size(), told.isEmpty() ? 0 : 1);
+    QVERIFY2(told.isEmpty() || log.linesWith(told).size() == 1, qPrintable(log.lines().join(u'|')));
 }
 
 void TestSettingsDestination::filesOfOneSizeAreNotConfused()

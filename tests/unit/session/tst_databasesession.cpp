@@ -132,7 +132,7 @@ void TestDatabaseSession::nodesOfMissingDriversStayInTheirViews()
 void TestDatabaseSession::storesWithoutAllOfTheirViewsAreRefused_data()
 {
     QTest::addColumn<QByteArray>("entries");
-    QTest::newRow("too many entries") << QByteArray("Entries\\size=2000000000\n");
+    QTest::newRow("a missing entry") << QByteArray("Entries\\3\\ViewID=B\nEntries\\size=3\n");
     QTest::newRow("a view's entries without their size")
         << QByteArray("Entries\\size=1\nViews\\1\\ID=A\n"
                       "Views\\1\\Entries\\1\\NodeID=a\nViews\\size=1\n");
