@@ -221,16 +221,21 @@ IniContent readIni(const QByteArray& bytes)
         content.error = QStringLiteral("this program does not know its version");
     else if (isOurs && !bytes.endsWith(k_lastLine))
         content.error = QStringLiteral("it was cut off, its end is missing");
+    else if (!isOurs && bytes.endsWith(k_lastLine))
+        content.error = QStringLiteral("its first line is damaged");
     if (!content.error.isEmpty())
         return content;
     QFile file;
-    const QString path = openInMemory(markedStreams(bytes), file, content.error);
-    if (!content.error.isEmpty())
+    QString reason;
+    const QString path = openInMemory(markedStreams(bytes), file, reason);
+    if (!reason.isEmpty()) {
+        content.error = QStringLiteral("it cannot be read: ") + reason;
         return content;
+    }
     const QSettings settings(path, QSettings::IniFormat);
     const QStringList keys = settings.allKeys();
     if (settings.status() == QSettings::AccessError)
-        content.error = QStringLiteral("there is no descriptor or no memory to read it with");
+        content.error = QStringLiteral("it cannot be read: no descriptor or no memory is left");
     else if (settings.status() != QSettings::NoError && keys.isEmpty())
         content.error = QStringLiteral("it is not an INI file");
     if (!content.error.isEmpty())

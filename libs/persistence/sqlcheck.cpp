@@ -50,7 +50,7 @@ QString Check::because(const QString& reason) const
 
 QString Check::whyForeign()
 {
-    // The one index stands for the paths of the containers: the full check compares the two.
+    // Names and paths stand in indexes, too: the full check compares them.
     if (!finds(QStringLiteral("PRAGMA integrity_check(1)")))
         return damaged(m_query.lastError().text());
     if (value() != QStringLiteral("ok"))

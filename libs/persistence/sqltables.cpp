@@ -92,6 +92,8 @@ QString SqlTables::openExisting()
     if (!file.open(QIODevice::ReadOnly))
         return QStringLiteral("The store %1 cannot be read: %2").arg(m_path, file.errorString());
     const QByteArray head = file.read(18);
+    if (file.error() != QFile::NoError)
+        return QStringLiteral("The store %1 cannot be read: %2").arg(m_path, file.errorString());
     const qint64 size = file.size();
     file.close();
     if (!isWholeSqlite(head, size))
@@ -150,7 +152,9 @@ bool SqlTables::write()
         begun = create();
     }
     m_state = EState::Writing;
-    if (begun && readNames())
+    // One damaged name would change every row. What stands in an index, too, is compared.
+    const QString index = QStringLiteral("CREATE UNIQUE INDEX IF NOT EXISTS texts ON names (name)");
+    if (begun && run(index) && readNames())
         return true;
     rollBack();
     m_state = EState::WriteFailed;

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <cerrno>
@@ -179,6 +180,7 @@ void FileStoreContract::damagedFilesAreRefusedAndLeft_data()
     QTest::newRow("a byte short") << Damage([](QByteArray& bytes) { bytes.chop(1); });
     QTest::newRow("zeros in its head")
         << Damage([](QByteArray& bytes) { bytes[16] = bytes[17] = 0; });
+    QTest::newRow("a bit in its first line") << Damage([](QByteArray& bytes) { bytes[3] = 'O'; });
     QTest::newRow("other content") << Damage([](QByteArray& bytes) { bytes = "hello\nthere\n"; });
     QTest::newRow("overwritten") << Damage([](QByteArray& bytes) {
         for (qsizetype i = bytes.size() / 4; i < bytes.size() * 3 / 4; ++i)
@@ -320,6 +322,7 @@ void FileStoreContract::aLackOfDescriptorsLosesNothing()
             ::close(held.back());
         QString error;
         const auto store = tq::openStore(m_url, &error);
+        const QString unread = error;
         if (store) {
             store->setValue(QStringLiteral("Old"), free);
             store->sync();
@@ -330,6 +333,8 @@ void FileStoreContract::aLackOfDescriptorsLosesNothing()
         QCOMPARE(::setrlimit(RLIMIT_NOFILE, &limit), 0);
         ++(error.isEmpty() ? saved : refused);
         QVERIFY2(error.isEmpty() || error.contains(m_path), qPrintable(error));
+        static const QRegularExpression why(QStringLiteral("cannot be read: |unable to open"));
+        QVERIFY2(unread.isEmpty() || unread.contains(why), qPrintable(unread));
         if (error.isEmpty())
             before[0] = QStringLiteral("Old=int %1").arg(free);
         QCOMPARE(flat(open()->tree()), before);

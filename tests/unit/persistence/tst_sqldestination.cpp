@@ -23,6 +23,7 @@ public:
 private slots:
     void oneRowPerEntry();
     void readersSeeOneStateAndWritersDoNotHang();
+    void aDamagedNameIsNoticed();
     void numbersAreUsedAgainAfterTheHighest();
     void foreignDatabasesAreRefused_data();
     void foreignDatabasesAreRefused();
@@ -96,6 +97,20 @@ void TestSqlDestination::readersSeeOneStateAndWritersDoNotHang()
     QCOMPARE(reader->beginReadArray(QStringLiteral("Devices")), 0);
 }
 
+void TestSqlDestination::aDamagedNameIsNoticed()
+{
+    writeStore(1);
+    QFile file(m_path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    const QByteArray bytes = file.readAll();
+    for (const qsizetype at : { bytes.indexOf("Window"), bytes.lastIndexOf("Window") }) {
+        QVERIFY(file.seek(at) && file.putChar('w') && file.flush());
+        QVERIFY(!tq::openStore(m_url));
+        QVERIFY(file.seek(at) && file.putChar('W') && file.flush());
+    }
+    QVERIFY(tq::openStore(m_url));
+}
+
 void TestSqlDestination::numbersAreUsedAgainAfterTheHighest()
 {
     writeStore(2);
@@ -132,14 +147,14 @@ void TestSqlDestination::foreignDatabasesAreRefused_data()
     QTest::newRow("a name too high")
         << QStringLiteral("INSERT INTO names VALUES (2147483647, 'x')");
     QTest::newRow("a name twice") << QStringLiteral(
-        "INSERT INTO names SELECT 1000, name FROM names LIMIT 1");
+        "DROP INDEX texts\nINSERT INTO names SELECT 1000, name FROM names LIMIT 1");
 }
 
 void TestSqlDestination::foreignDatabasesAreRefused()
 {
     QFETCH(QString, statement);
     writeStore(1);
-    run({ statement });
+    run(statement.split(QLatin1Char('\n')));
     QString error;
     QVERIFY(!tq::openStore(m_url, &error));
     QVERIFY2(error.contains(m_path), qPrintable(error));
