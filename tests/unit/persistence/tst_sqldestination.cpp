@@ -178,6 +178,12 @@ void TestSqlDestination::damagedRowsAreReportedAndTheOthersRead_data()
         << bytes({ 5, 0xc0, 0x9a, 0xc }) + QByteArray("L\1").repeated(100000) + bytes({ 0 });
     QTest::newRow("bytes left over") << bytes({ 0, 0 });
     QTest::newRow("an entry outside an array") << bytes({ 8, 0, 0 });
+    QTest::newRow("an entry twice") << bytes({ 7, 1, 4, 0, 4, 0, 0, 0 });
+    QTest::newRow("an array beyond its entries") << bytes({ 7, 5, 4, 0, 0, 0 });
+    QTest::newRow("a name without a text") << bytes({ 0x9d, 0x1f, 1, 't', 0 });
+    QTest::newRow("no int") << bytes({ 5, 6, 'i', 0xff, 0xff, 0xff, 0xff, 0x7f, 0 });
+    QTest::newRow("a number of too many bits")
+        << bytes({ 5, 11, 'U' }) + QByteArray(9, '\xff') + bytes({ 2, 0 });
     QTest::newRow("a stream that nests") << bytes({ 5, 7, 'v', 5, 0, 0, 0, 28, 0, 0 });
 }
 
