@@ -10,7 +10,9 @@
 #include <QSet>
 
 #include <algorithm>
+#include <array>
 #include <optional>
+#include <utility>
 
 namespace tq {
 
@@ -188,8 +190,29 @@ private:
     bool m_explosive = false;
 };
 
-/** Logs a refused pattern the first time it is met; patterns are asked for every address. */
-void reportOnce(const QString& pattern)
+/** What QRegExp has to say of invalid patterns, in words for people. */
+const std::array<std::pair<const char*, const char*>, 7> k_errors{ {
+    { "unexpected end", "a bracket is not closed, or a backslash ends it" },
+    { "missing left delim", "a closing bracket has no opening one" },
+    { "bad repetition syntax", "a repetition (*, +, ? or {}) has nothing to repeat or is broken" },
+    { "invalid interval", "a repetition {} ends below its beginning" },
+    { "bad lookahead syntax", "a group begins with (? in an unknown way" },
+    { "lookbehinds not supported, see QTBUG-2371", "it asks for what stands before: (?<" },
+    { "met internal limit", "a number in it is too large" },
+} };
+
+QString explained(const QString& error)
+{
+    for (const auto& [known, words] : k_errors) {
+        if (error == QLatin1String(known))
+            return QStringLiteral(": ") + QString::fromUtf8(words);
+    }
+    return {};
+}
+
+/** Logs a pattern that matches nothing the first time it is met: patterns are asked for every
+ * address. */
+void reportOnce(const QString& pattern, const QString& reason)
 {
     static QMutex mutex; // guards `reported`
     static QSet<QString> reported;
@@ -200,8 +223,7 @@ void reportOnce(const QString& pattern)
             return;
         reported.insert(pattern);
     }
-    logLine(Log::eSurvived,
-        "A proxy exception is too complex and matches nothing: ", pattern.left(200));
+    logLine(Log::eSurvived, "A proxy exception matches nothing: ", reason);
 }
 
 } // namespace
@@ -211,10 +233,26 @@ bool isExplosivePattern(const QString& pattern)
     return RepetitionCounter(pattern).isExplosive();
 }
 
+QString reasonForNoMatch(const QString& pattern)
+{
+    constexpr qsizetype k_mostShown = 100;
+    const QString shown =
+        pattern.size() > k_mostShown ? pattern.left(k_mostShown) + QStringLiteral("…") : pattern;
+    const QString quoted = QLatin1Char('"') + escapedForLog(shown) + QLatin1Char('"');
+    if (isExplosivePattern(pattern))
+        return quoted + QStringLiteral(" is too complex: its repetitions would take too long");
+    const QRegExp compiled(pattern, Qt::CaseSensitive, QRegExp::RegExp);
+    if (compiled.isValid())
+        return {};
+    return quoted + QStringLiteral(" is not a regular expression")
+        + explained(compiled.errorString());
+}
+
 bool matchesException(const QString& address, const QString& pattern)
 {
-    if (isExplosivePattern(pattern)) {
-        reportOnce(pattern);
+    const QString reason = reasonForNoMatch(pattern);
+    if (!reason.isEmpty()) {
+        reportOnce(pattern, reason);
         return false;
     }
     return QRegExp(pattern, Qt::CaseSensitive, QRegExp::RegExp).exactMatch(address);

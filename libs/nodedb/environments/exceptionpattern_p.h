@@ -15,8 +15,11 @@ namespace tq {
  */
 TQ_TEST_EXPORT bool isExplosivePattern(const QString& pattern);
 
-/** Returns whether `pattern` matches the whole of `address`. Invalid and explosive patterns match
- * nothing. */
+/** Returns why `pattern` matches nothing, as a sentence that names it; empty when it may match. */
+TQ_TEST_EXPORT QString reasonForNoMatch(const QString& pattern);
+
+/** Returns whether `pattern` matches the whole of `address`. Patterns with a reason for no match
+ * match nothing, which the log says once for each. */
 TQ_TEST_EXPORT bool matchesException(const QString& address, const QString& pattern);
 
 } // namespace tq

@@ -83,6 +83,11 @@ bool GlobalNetworkProxy::checkException(const QString& address, const QString& p
     return matchesException(address, pattern);
 }
 
+QString GlobalNetworkProxy::exceptionError(const QString& pattern)
+{
+    return reasonForNoMatch(pattern);
+}
+
 bool GlobalNetworkProxy::isAffectedFromExceptions(const QString& address) const
 {
     const QStringList list = exceptions();

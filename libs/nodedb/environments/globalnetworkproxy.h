@@ -46,6 +46,13 @@ public:
      * nothing. Any thread. */
     static bool checkException(const QString& address, const QString& pattern);
 
+    /**
+     * Returns why `pattern` matches no address at all, for people: a sentence that names it,
+     * without a full stop. Empty when nothing is wrong with it. The list takes every text; programs
+     * refuse such a pattern where it is entered. Any thread.
+     */
+    static QString exceptionError(const QString& pattern);
+
     /** Returns whether any exception matches `address`. */
     bool isAffectedFromExceptions(const QString& address) const;
 

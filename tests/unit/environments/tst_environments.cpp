@@ -300,13 +300,23 @@ void TestEnvironments::exceptionsMatchWholeAddresses_data()
                           << "HOST" << false;
     QTest::newRow("invalid") << "host("
                              << "host(" << false;
+    QTest::newRow("wildcard") << "*.local"
+                              << "cam.local" << false;
 }
 
 void TestEnvironments::exceptionsMatchWholeAddresses()
 {
     QFETCH(QString, pattern);
     QFETCH(QString, address);
+    tst::LogCapture log;
     QTEST(GlobalNetworkProxy::checkException(address, pattern), "matches");
+    GlobalNetworkProxy::checkException(address, pattern);
+    // Only a pattern that can match nothing at all has a reason, and the log says it once.
+    const QString reason = GlobalNetworkProxy::exceptionError(pattern);
+    const bool isBroken = pattern == text("host(") || pattern == text("*.local");
+    QCOMPARE(
+        reason.startsWith(text("\"%1\" is not a regular expression: ").arg(pattern)), isBroken);
+    QCOMPARE(log.linesWith(text("matches nothing: ") + reason).size(), isBroken ? 1 : 0);
 }
 
 void TestEnvironments::exceptionListsAreEditedAndAnnounced()
