@@ -58,6 +58,8 @@ void NodeDB::removeAllNodeRelations(const QString& id)
     const QPointer<NodeDB> alive(this);
     const QList<NodeRelation> relations = d->relations.takingPart(d->lock.read(), id);
     for (const NodeRelation& relation : relations) {
+        if (!d->relations.contains(d->lock.read(), relation))
+            continue; // a slot or another thread has removed and announced it
         emit nodeRelationAboutToBeRemoved(relation.from, relation.to, relation.type);
         if (!alive)
             return;
@@ -65,7 +67,8 @@ void NodeDB::removeAllNodeRelations(const QString& id)
             const auto guard = d->lock.write("removeAllNodeRelations");
             if (!guard)
                 return;
-            d->relations.erase(*guard, relation);
+            if (d->relations.erase(*guard, relation) == 1)
+                d->modified = true;
         }
         emit nodeRelationRemoved(relation.from, relation.to, relation.type);
         if (!alive)

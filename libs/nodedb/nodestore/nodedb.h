@@ -37,7 +37,8 @@ class NodeHint;
  * and the relations: operations marked "any thread" take it themselves; the others belong to the
  * thread that made the database. No signal is emitted while the lock is held, so slots may call
  * back. A change asked for by code that runs under the lock (a plug-in node's clone(),
- * isIdentical() or save()) is refused with a level 2 log line.
+ * isIdentical() or save(), or the refresh of its property set in a search) is refused with a level
+ * 2 log line.
  */
 class NODEDB_EXPORT NodeDB : public QObject
 {
@@ -95,8 +96,8 @@ public:
     /**
      * Opens the update bracket: returns an editable copy of the node, to be given to
      * endUpdateNode(). Emits beginUpdatingNode() first, then waits up to `timeout` ms (-1: for
-     * ever) while another bracket is open. Returns null for an unknown id, when the time is out,
-     * and when the node vanishes while waiting.
+     * ever) while another bracket is open. Returns null for an unknown id, when the time is out
+     * (logged), and when the node vanishes while waiting.
      */
     [[nodiscard]] Node* beginUpdateNode(const QString& id, int timeout);
 
@@ -155,8 +156,11 @@ public:
 
     bool isDestinationOfNodeRelation(const QString& id, ENodeRelationType type) const;
 
-    /** Removes every relation that `id` takes part in, each with its pair of signals. Does not set
-     * the modified flag. */
+    /**
+     * Removes every relation that `id` takes part in, each with its pair of signals. One that is
+     * gone when its turn comes is passed over; one that goes during its first signal keeps the
+     * second.
+     */
     void removeAllNodeRelations(const QString& id);
 
     ///@}

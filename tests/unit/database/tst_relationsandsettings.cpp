@@ -29,6 +29,7 @@ private slots:
     void removingAnnouncesEvenWithoutAMatch();
     void aSlotMayChangeTheStoreBetweenTheSignals();
     void removedNodesLoseTheirRelationsAtBothEnds();
+    void relationsMayGoWhileAllAreRemoved();
     void bothDirectionsTellTheSame();
     void globalLoginHasDefaultsByUser();
     void recordingFolderIsReadWithoutItsSeparator();
@@ -117,8 +118,37 @@ void TestRelationsAndSettings::removedNodesLoseTheirRelationsAtBothEnds()
         QCOMPARE(
             announced.at(at - 1), text(removed).replace(text("Removed"), text("AboutToBeRemoved")));
     }
-    QVERIFY(!f.db->isModified());
+    QVERIFY(f.db->isModified()); // a stored relation would come back otherwise
     QCOMPARE(f.db->relatedNodes(text("m"), k_second), QStringList(text("o")));
+    f.clearModified();
+    f.db->removeAllNodeRelations(text("n"));
+    QVERIFY(!f.db->isModified());
+}
+
+void TestRelationsAndSettings::relationsMayGoWhileAllAreRemoved()
+{
+    tst::Database f;
+    f.db->addNodeRelation(text("n"), text("a"), k_first);
+    f.db->addNodeRelation(text("n"), text("b"), k_first);
+    f.trace.take();
+    QStringList expected;
+    connect(f.db, &NodeDB::nodeRelationAboutToBeRemoved, f.db,
+        [&](const NodeID&, const NodeID& to, ENodeRelationType) {
+            if (!expected.isEmpty())
+                return;
+            const QString other = to == text("a") ? text("b") : text("a");
+            // The one that goes during its own first signal keeps its second; the other is gone
+            // when its turn comes.
+            for (const char* form :
+                { "AboutToBeRemoved(n,%1,1)", "AboutToBeRemoved(n,%1,1)", "Removed(n,%1,1)",
+                    "AboutToBeRemoved(n,%2,1)", "Removed(n,%2,1)", "Removed(n,%1,1)" })
+                expected.append(text("nodeRelation")
+                    + text(form).replace(text("%1"), to).replace(text("%2"), other));
+            f.db->removeNodeRelation(text("n"), to, k_first);
+            f.db->removeNodeRelation(text("n"), other, k_first);
+        });
+    f.db->removeAllNodeRelations(text("n"));
+    QCOMPARE(f.trace.take(), expected);
 }
 
 void TestRelationsAndSettings::bothDirectionsTellTheSame()
