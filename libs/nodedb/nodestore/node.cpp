@@ -9,6 +9,8 @@
 
 #include <QMutexLocker>
 
+#include <utility>
+
 namespace tq {
 
 namespace {
@@ -42,6 +44,7 @@ NodeDB* database()
 void NodeProperty::registerWithNode()
 {
     m_node->m_propertyBag.add(this);
+    m_node->m_hasUnshownProperties = true; // not now: the class that makes the entry is yet to come
 }
 
 void NodeProperty::createInNode()
@@ -94,8 +97,17 @@ void Node::createPropertySet()
         k_preferredLayout, tr("Preferred layout"), m_preferredLayout);
     m_propertySet.emplace<StringProperty>(
         k_mouseOverSize, tr("Size when mouse is over the node"), m_mouseOverSize);
-    for (const NodeProperty* property : m_propertyBag.properties())
-        property->createProperty(m_propertySet);
+    showExtraProperties();
+}
+
+void Node::showExtraProperties() const
+{
+    if (!std::exchange(m_hasUnshownProperties, false))
+        return;
+    for (const NodeProperty* property : m_propertyBag.properties()) {
+        if (!m_propertySet.contains(property->name()))
+            property->createProperty(m_propertySet);
+    }
 }
 
 void Node::deepCopy(Node* target) const
@@ -177,6 +189,7 @@ void Node::markStale()
 
 void Node::refresh() const
 {
+    showExtraProperties();
     if (m_propertySetStale)
         updatePropertySet();
 }
@@ -191,6 +204,7 @@ tqgen::PropertySet Node::properties() const
 bool Node::hasProperty(const QString& name) const
 {
     const QMutexLocker locker(&m_propertySetMutex);
+    showExtraProperties();
     return m_propertySet.contains(name);
 }
 

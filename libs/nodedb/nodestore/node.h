@@ -27,8 +27,9 @@ class NodeHint;
  * be called from any thread while nobody changes the node; the mirror is refreshed under a lock of
  * the node's own. Everything else belongs to the thread that makes or edits the node.
  *
- * For implementers: clone(), isIdentical() and save() run under the database's lock and must not
- * change the database.
+ * For implementers: clone(), isIdentical(), name(), compareProperty() and with it
+ * updatePropertySet(), shouldPersist() and save() run under the database's lock and must not change
+ * the database. What they and the others throw when the database calls them is caught and logged.
  */
 class NODEDB_EXPORT Node : public QObject
 {
@@ -179,7 +180,10 @@ signals:
     void changed(tq::NodeID id);
 
 protected:
-    /** Builds the property set; each class's constructor adds its own entries. */
+    /**
+     * Builds the property set; each class's constructor adds its own entries. Extra properties that
+     * have none by then get theirs, at the end, when the set is next read.
+     */
     void createPropertySet();
 
     /** Marks the property set stale: the next read refreshes it. */
@@ -200,6 +204,7 @@ private:
     void setTypedProperty(const QString& name, const T& value);
     bool updateBaseField(const tqgen::BaseProperty& property);
     void refresh() const;
+    void showExtraProperties() const;
 
     NodeID m_id;
     QString m_name;
@@ -219,6 +224,7 @@ private:
     mutable QRecursiveMutex m_propertySetMutex;
     mutable tqgen::PropertySet m_propertySet;
     mutable bool m_propertySetStale = false;
+    mutable bool m_hasUnshownProperties = false; ///< the bag may hold some that the set lacks
     std::atomic<bool> m_isOwned = false; ///< a database took it: it must not be taken again
     QIcon m_icon;
     NodePropertyBag m_propertyBag;

@@ -19,7 +19,6 @@ RecordingFolderNode::RecordingFolderNode(const QString& id)
     , m_path(tr("Path"), this, QStringLiteral("Path"))
     , m_login(QStringLiteral("User"), this, UserAndPassword(), tr("Login"))
 {
-    m_path.createProperty(propertySet());
 }
 
 QString RecordingFolderNode::idFor(const QString& deviceId)

@@ -40,6 +40,7 @@ class TestNode : public QObject
 
 private slots:
     void propertiesStandInOrderAndOnce();
+    void extraPropertiesShowByThemselves();
     void onlySomeSettersMarkTheSetStale();
     void idAndTypeAreNotWrittenBack();
     void typedSettersReachTheFieldAndIgnoreUnknownNames();
@@ -63,6 +64,29 @@ void TestNode::propertiesStandInOrderAndOnce()
         text("Size when mouse is over the node"));
     QCOMPARE(shown(node, "ExtraWindowRect"), QVariant(QRect()));
     QVERIFY(node.primaryNode());
+}
+
+void TestNode::extraPropertiesShowByThemselves()
+{
+    struct Extended : tst::PlainNode
+    {
+        Extended() : PlainNode(text("n")) { placed.createProperty(propertySet()); }
+        SimpleNodeProperty<QString> serial{ text("Serial number"), this, text("Serial") };
+        SimpleNodeProperty<int> placed{ text("Placed"), this, text("Placed") };
+    };
+    // Whatever asks first finds them.
+    QVERIFY(Extended().hasProperty(text("Serial")));
+    QVERIFY(Extended().compareProperty(tqgen::StringProperty(text("Serial"), QString())));
+    Extended node;
+    node.setStringProperty(text("Serial"), text("S1"));
+    QCOMPARE(node.serial.value(), text("S1"));
+    QCOMPARE(shown(node, "Serial"), QVariant(text("S1")));
+    // Those with a place keep it, the others follow, each once.
+    QCOMPARE(node.properties().names().mid(12),
+        QStringList({ text("Login"), text("Placed"), text("Serial") }));
+    node.serial.set(text("S2"));
+    node.updatePropertySet();
+    QCOMPARE(shown(node, "Serial"), QVariant(text("S2")));
 }
 
 void TestNode::onlySomeSettersMarkTheSetStale()

@@ -110,6 +110,8 @@ void TestPlugins::recordingFoldersAreMadeOncePerDevice()
     const QString id = driver->createNodeFromHint(*hint);
     QCOMPARE(id, QStringLiteral("rec:mac:020000000001"));
     const auto folder = fixture.db->node(id);
+    QCOMPARE(folder->properties().names().mid(11).join(QLatin1Char(' ')),
+        QStringLiteral("Note User Path"));
     QCOMPARE(folder->stringProperty(QStringLiteral("Path"), QString()),
         QStringLiteral("/srv/recordings"));
     QVERIFY(driver->createNodeFromHint(*hint).isNull());
