@@ -3,6 +3,7 @@
 #include "platform/pluginloader.h"
 
 #include "platform/logline.h"
+#include "platform/plugincall.h"
 #include "platform/trustedpath_p.h"
 
 #include <QDir>
@@ -12,8 +13,6 @@
 #include <QLibrary>
 #include <QPluginLoader>
 #include <QThread>
-
-#include <exception>
 
 namespace tq::plugin {
 
@@ -76,34 +75,21 @@ tqm::smart<IComponent> wrapRoot(QObject* root)
     return component ? tqm::smart<IComponent>(component, deleter) : tqm::smart<IComponent>();
 }
 
-/**
- * Makes the root object that `root()` gives. On failure the handle is null and `reason` says why.
- */
-template <class Root>
-tqm::smart<IComponent> makeComponent(QString& reason, Root root)
-{
-    try {
-        QObject* const object = root();
-        if (object)
-            reason = QStringLiteral("its root object is no component");
-        return object ? wrapRoot(object) : tqm::smart<IComponent>();
-    } catch (const std::exception& e) {
-        reason = QStringLiteral("making its root object threw: ") + QString::fromUtf8(e.what());
-    } catch (...) {
-        reason = QStringLiteral("making its root object threw something unknown");
-    }
-    return {};
-}
-
+/** Makes the library's component. On failure the handle is null and `reason` says why. */
 tqm::smart<IComponent> loadLibrary(const QString& path, QString& reason)
 {
     QPluginLoader library(path);
     library.setLoadHints(QLibrary::PreventUnloadHint | QLibrary::ResolveAllSymbolsHint);
-    return makeComponent(reason, [&] {
+    tqm::smart<IComponent> component;
+    const auto thrown = thrownBy([&] {
         QObject* const root = library.instance();
-        reason = library.errorString();
-        return root;
+        reason = root ? QStringLiteral("its root object is no component") : library.errorString();
+        if (root)
+            component = wrapRoot(root);
     });
+    if (thrown)
+        reason = QStringLiteral("making its root object threw: ") + *thrown;
+    return component;
 }
 
 } // namespace
@@ -145,23 +131,6 @@ void Loader::addLibrary(const QString& path)
         return fail(path, reason);
     const QJsonObject own = metaData[QStringLiteral("MetaData")].toObject();
     m_entries.append(std::make_shared<Entry>(Entry{ infoFrom(own, path), {}, false }));
-}
-
-void Loader::addStaticPlugins()
-{
-    for (const QStaticPlugin& plugin : QPluginLoader::staticPlugins()) {
-        const QJsonObject metaData = plugin.metaData();
-        if (metaData[QStringLiteral("IID")].toString() != k_pluginId)
-            continue;
-        const QJsonObject own = metaData[QStringLiteral("MetaData")].toObject();
-        const ComponentInfo info = infoFrom(own, QString());
-        QString reason = QStringLiteral("there is no root object");
-        const auto component = makeComponent(reason, [&] { return plugin.instance(); });
-        if (component.null())
-            fail(info.name, reason);
-        else
-            registerComponent(info, component);
-    }
 }
 
 void Loader::registerComponent(const ComponentInfo& info, const tqm::smart<IComponent>& component)

@@ -38,11 +38,11 @@ struct LoadError
 /**
  * The process-wide list of components.
  *
- * Components come from folders of shared libraries, from static plug-ins and from the process
- * itself. A library's Qt metadata has the interface id k_pluginId and an object {"name": …,
- * "interfaces": […], "capabilities": […]}; its root object must be an IComponent. A library is
- * loaded when it is first listed, and never unloaded. Libraries and folders that others than their
- * owner could write to are refused. Use it on one thread.
+ * Components come from folders of shared libraries and from the process itself. A library's Qt
+ * metadata has the interface id k_pluginId and an object {"name": …, "interfaces": […],
+ * "capabilities": […]}; its root object must be an IComponent. A library is loaded when it is first
+ * listed, and never unloaded. Libraries and folders that others than their owner could write to are
+ * refused. Use it on one thread.
  */
 class PLATFORM_EXPORT Loader
 {
@@ -64,9 +64,6 @@ public:
      * load errors.
      */
     void addFolder(const QString& folder);
-
-    /** Adds the components that are linked into the process as static Qt plug-ins. */
-    void addStaticPlugins();
 
     /** Adds a component of this process. */
     void registerComponent(const ComponentInfo& info, const tqm::smart<IComponent>& component);

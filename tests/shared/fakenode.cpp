@@ -54,6 +54,13 @@ void PlainNode::save(tq::IPersistDestination* target) const
     Node::save(target);
 }
 
+void PlainNode::updatePropertySet() const
+{
+    if (onRefresh)
+        onRefresh();
+    Node::updatePropertySet();
+}
+
 DeviceNode::DeviceNode(const QString& id, const QString& host, tq::ENodeType type)
     : IPDeviceNode(type, id)
 {

@@ -28,11 +28,13 @@ public:
     void fillHint(tq::NodeHint& hint) const override;
     QString name() const override;
     void save(tq::IPersistDestination* target) const override;
+    void updatePropertySet() const override;
 
     tq::UserAndPasswordNodeProperty login;
     std::function<void()> onClone; ///< runs at the start of clone(); copied into the copy
     std::function<void()> onName;
     std::function<void()> onSave;
+    std::function<void()> onRefresh; ///< runs at the start of updatePropertySet(); not copied
 };
 
 /** An IP device that takes the host of a changed hint. */

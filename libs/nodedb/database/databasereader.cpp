@@ -4,10 +4,10 @@
 
 #include "database/relationstore_p.h"
 #include "database/storedgroups_p.h"
-#include "discovery/plugincall_p.h"
 #include "nodestore/node.h"
 
 #include "platform/persistscope.h"
+#include "platform/plugincall.h"
 
 #include <memory>
 

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "database/nodedb_p.h"
-#include "discovery/plugincall_p.h"
 
 #include "platform/logline.h"
+#include "platform/plugincall.h"
 
 namespace tq {
 
@@ -40,7 +40,8 @@ tqm::smart<INodeDriverComponent> NodeDB::nodeDriver(const QString& nodeId) const
     }
     const auto driver = d->drivers.find(known->type());
     if (driver.null())
-        logLine(Log::eSurvived, "No node driver available for node: ", known->name());
+        logLine(Log::eSurvived, "No node driver available for node: ",
+            callPlugin("name", QString(), [&] { return known->name(); }));
     return driver;
 }
 

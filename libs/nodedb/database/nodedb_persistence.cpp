@@ -6,10 +6,9 @@
 #include "database/storedgroups_p.h"
 
 #include "platform/logline.h"
+#include "platform/plugincall.h"
 
 #include <QPointer>
-
-#include <exception>
 
 namespace tq {
 
@@ -56,15 +55,10 @@ void readSettings(NodeDBPrivate& d, IPersistDestination* source)
 template <class Work>
 bool survives(const char* whatFailed, Work work)
 {
-    try {
-        work();
-        return true;
-    } catch (const std::exception& e) {
-        logLine(Log::eSurvived, whatFailed, QString::fromUtf8(e.what()));
-    } catch (...) {
-        logLine(Log::eSurvived, whatFailed, QStringLiteral("unknown exception"));
-    }
-    return false;
+    const auto thrown = thrownBy(work);
+    if (thrown)
+        logLine(Log::eSurvived, whatFailed, *thrown);
+    return !thrown;
 }
 
 } // namespace

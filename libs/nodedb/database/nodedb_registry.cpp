@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include "database/nodedb_p.h"
 #include "database/nodesignals_p.h"
-#include "discovery/plugincall_p.h"
 
 #include "platform/logline.h"
+#include "platform/plugincall.h"
 
 #include <QElapsedTimer>
 #include <QPointer>
@@ -27,38 +27,41 @@ void adopt(Node* node, const NodeDB& db)
         logLine(Log::eSurvived, "A node lives on a thread that is not its maker's: ", node->id());
 }
 
+using EBegin = NodeRegistry::Attempt::EOutcome;
+
+/** Tries to begin an update of node `id` for up to `timeout` ms (-1: for ever), and once at least.
+ */
+NodeRegistry::Attempt tryToBegin(NodeDBPrivate& d, const QString& id, qint64 timeout)
+{
+    NodeRegistry::Attempt attempt{ EBegin::eGone };
+    const auto isDecided = [&](const RegistryLock::Writing& guard) {
+        attempt = d.registry.tryBeginUpdate(guard, id);
+        return attempt.outcome != EBegin::eBusy;
+    };
+    if (auto guard = d.lock.write("beginUpdateNode")) // not held while lines are logged
+        guard->waitUntil(isDecided, QDeadlineTimer(timeout));
+    return attempt;
+}
+
 /** Waits for the update lock of node `id`; see NodeDB::beginUpdateNode(). */
 Node* waitForCopy(NodeDBPrivate& d, const QString& id, int timeout)
 {
     constexpr qint64 k_warnAfter = 5000; // ms
-    bool warned = false;
     QElapsedTimer timer;
     timer.start();
-    auto guard = d.lock.write("beginUpdateNode");
-    while (guard) {
-        const NodeRegistry::Attempt attempt = d.registry.tryBeginUpdate(*guard, id);
-        const qint64 elapsed = timer.elapsed();
-        if (attempt.outcome != NodeRegistry::Attempt::EOutcome::eBusy)
-            return attempt.copy;
-        if (timeout != -1 && elapsed > timeout)
-            return nullptr;
-        if (!warned && elapsed >= k_warnAfter) {
-            warned = true;
-            guard->unlock(); // a slow log must not stop the registry
-            logLine(Log::eSurvived, "Still waiting for another update of the node to end: ", id);
-            auto again = d.lock.write("beginUpdateNode");
-            if (!again)
-                return nullptr;
-            guard.emplace(std::move(*again));
-            continue;
-        }
-        // Every end of a bracket and every removal wakes the waiter; it never spins.
-        qint64 pause = timeout == -1 ? -1 : timeout - elapsed + 1;
-        if (!warned)
-            pause = pause == -1 ? k_warnAfter - elapsed : std::min(pause, k_warnAfter - elapsed);
-        guard->wait(QDeadlineTimer(pause));
+    // 0 is one attempt; what has waited has waited longer than `timeout`.
+    const qint64 longest = timeout == -1 ? -1 : std::max<qint64>(qint64(timeout) + 1, 0);
+    const bool isLong = longest == -1 || longest > k_warnAfter;
+    NodeRegistry::Attempt attempt = tryToBegin(d, id, isLong ? k_warnAfter : longest);
+    if (attempt.outcome == EBegin::eBusy && isLong) {
+        logLine(Log::eSurvived, "Still waiting for another update of the node to end: ", id);
+        const qint64 rest = std::max<qint64>(longest - timer.elapsed(), 0);
+        attempt = tryToBegin(d, id, longest == -1 ? -1 : rest);
     }
-    return nullptr;
+    if (attempt.outcome == EBegin::eBusy)
+        logLine(Log::eSurvived, "The update lock was not obtained within ", timer.elapsed(),
+            " ms, because another update is open. Node id: ", id);
+    return attempt.copy;
 }
 
 /** What is known of a node by those who hold no handle of it any more. */
@@ -275,7 +278,10 @@ void NodeDB::endUpdateNode(Node* copy)
 bool NodeDB::nodenameExists(const QString& name) const
 {
     return !d->registry
-                .findFirst(d->lock.read(), [&](const Node& node) { return node.name() == name; })
+                .findFirst(d->lock.read(),
+                    [&](const Node& node) {
+                        return callPlugin("name", false, [&] { return node.name() == name; });
+                    })
                 .null();
 }
 

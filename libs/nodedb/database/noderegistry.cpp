@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "database/noderegistry_p.h"
 
-#include "discovery/plugincall_p.h"
+#include "platform/plugincall.h"
 
 #include <QMutex>
 #include <QPointer>

@@ -41,12 +41,11 @@ RegistryLock::Writing::Writing(RegistryLock& lock) : Reading(lock, EMode::eWriti
 {
 }
 
-bool RegistryLock::Writing::wait(QDeadlineTimer deadline)
+void RegistryLock::Writing::wait(QDeadlineTimer deadline)
 {
     m_owner.m_writer = std::thread::id();
-    const bool woken = m_owner.m_changed.wait(&m_owner.m_lock, deadline);
+    m_owner.m_changed.wait(&m_owner.m_lock, deadline);
     m_owner.m_writer = std::this_thread::get_id();
-    return woken;
 }
 
 RegistryLock::Reading RegistryLock::read()

@@ -55,12 +55,25 @@ public:
     class TQ_TEST_EXPORT Writing : public Reading
     {
     public:
-        /** Lets others in until wakeAll() or `deadline`, then holds the lock again. Returns false
-         * at the deadline. */
-        bool wait(QDeadlineTimer deadline);
+        /**
+         * Asks `isDecided(*this)` until it returns true: at once, after every wakeAll() and a last
+         * time at `deadline`. Others are let in between; the lock is held again afterwards. Returns
+         * whether it was decided.
+         */
+        template <class Question>
+        bool waitUntil(Question isDecided, QDeadlineTimer deadline)
+        {
+            while (!isDecided(*this)) {
+                if (deadline.hasExpired())
+                    return false;
+                wait(deadline);
+            }
+            return true;
+        }
 
     private:
         explicit Writing(RegistryLock& lock);
+        void wait(QDeadlineTimer deadline);
         friend class RegistryLock;
         RegistryLock& m_owner;
     };
@@ -80,7 +93,7 @@ public:
      */
     bool refusesChange(const char* operation) const;
 
-    /** Wakes every thread in Writing::wait(). */
+    /** Wakes every thread in Writing::waitUntil(). */
     void wakeAll() { m_changed.wakeAll(); }
 
 private:

@@ -3,10 +3,10 @@
 #include "discovery/discoveryservice_p.h"
 
 #include "discovery/drivertable_p.h"
-#include "discovery/plugincall_p.h"
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
 
+#include "platform/plugincall.h"
 #include "platform/pluginloader.h"
 
 #include <QMutexLocker>

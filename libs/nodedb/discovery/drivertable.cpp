@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "discovery/drivertable_p.h"
 
-#include "discovery/plugincall_p.h"
+#include "platform/plugincall.h"
 
 namespace tq {
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "discovery/todolist.h"
 
-#include "discovery/plugincall_p.h"
+#include "platform/plugincall.h"
 
 #include <QThread>
 

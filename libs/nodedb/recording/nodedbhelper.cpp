@@ -4,11 +4,11 @@
 
 #include "discovery/inodedrivercomponent.h"
 #include "discovery/nodehintipdevice.h"
-#include "discovery/plugincall_p.h"
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
 
 #include "platform/logline.h"
+#include "platform/plugincall.h"
 
 #include <QPointer>
 

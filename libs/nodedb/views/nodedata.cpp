@@ -3,9 +3,10 @@
 #include "views/nodedata_p.h"
 
 #include "devices/ipdevicenode.h"
-#include "discovery/plugincall_p.h"
 #include "nodestore/nodedb.h"
 #include "views/viewroles.h"
+
+#include "platform/plugincall.h"
 
 #include <QCoreApplication>
 #include <QFont>

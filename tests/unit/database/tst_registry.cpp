@@ -6,32 +6,39 @@
 
 #include "platform/properties/properties.h"
 
-#include <QElapsedTimer>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 
-#include <ctime>
+#include <atomic>
 #include <future>
+#include <stdexcept>
 
 using namespace tq;
 using tst::text;
 
 namespace {
 
-double cpuSeconds()
+constexpr int k_deadline = 30000; // ms; only a failing test waits so long
+
+/** Waits for a thread. One that hangs ends the program: it would keep the test from ending. */
+struct Join
 {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
-}
+    void operator()(QThread* thread) const
+    {
+        if (!thread->wait(k_deadline))
+            qFatal("a thread hangs");
+        delete thread;
+    }
+};
 
 /** Runs `work` on a thread of its own. */
 template <class Work>
-std::unique_ptr<QThread> started(Work work)
+std::unique_ptr<QThread, Join> started(Work work)
 {
-    std::unique_ptr<QThread> thread(QThread::create(work));
+    std::unique_ptr<QThread, Join> thread(QThread::create(work));
     thread->start();
     return thread;
 }
@@ -51,6 +58,7 @@ private slots:
     void updateReplacesTheNode();
     void updateRelaysConnectionDataLater();
     void updateTimesOutOrWaits();
+    void waitersAskOnlyWhenWoken();
     void waiterWakesWhenTheNodeIsRemoved();
     void failingCopiesLeaveTheNodeUsable();
     void aNodeIsStoredOnce();
@@ -204,34 +212,51 @@ void TestRegistry::updateRelaysConnectionDataLater()
 void TestRegistry::updateTimesOutOrWaits()
 {
     tst::Database f;
-    f.insertPlain(text("n"));
+    // A copy that asks the database, on a thread that has waited, too.
+    f.insertPlain(text("n"))->onClone = [&] { f.db->nodeIdList(); };
     Node* const copy = f.db->beginUpdateNode(text("n"), 0);
     f.trace.take();
-    QElapsedTimer timer;
-    timer.start();
     QVERIFY(!f.db->beginUpdateNode(text("n"), 100));
-    QVERIFY(timer.elapsed() >= 100);
     QCOMPARE(f.trace.take(), QStringList(text("beginUpdatingNode(n)")));
+    static const QRegularExpression line(text("^2 The update lock was not obtained within "
+                                              "\\d{3,} ms, .*Node id: n$"));
+    QCOMPARE(f.log.lines().filter(line).size(), 1);
 
-    std::promise<void> begins;
-    double cpu = 0;
-    const auto waiter = started([&] {
-        QObject::connect(
-            f.db, &NodeDB::beginUpdatingNode, f.db, [&] { begins.set_value(); },
-            Qt::DirectConnection);
-        const double before = cpuSeconds();
-        Node* const second = f.db->beginUpdateNode(text("n"), -1);
-        cpu = cpuSeconds() - before;
-        second->setModelInfo(second->name());
-        f.db->endUpdateNode(second);
+    auto waiter = started([&] {
+        if (Node* const second = f.db->beginUpdateNode(text("n"), -1)) {
+            second->setModelInfo(second->name());
+            f.db->endUpdateNode(second);
+        }
     });
-    begins.get_future().wait();
-    QVERIFY(!waiter->wait(300)); // it waits, however long the bracket is open
+    // Its line says that it waits, and it goes on waiting.
+    QTRY_VERIFY_WITH_TIMEOUT(
+        !f.log.linesWith(text("Still waiting for another update of the node to end: n")).isEmpty(),
+        k_deadline);
     copy->setName(text("first"));
     f.db->endUpdateNode(copy);
-    QVERIFY(waiter->wait());
+    waiter.reset();
     QCOMPARE(f.db->node(text("n"))->modelInfo(), text("first"));
-    QVERIFY2(cpu < 0.1, qPrintable(text("the waiter burnt %1 s").arg(cpu)));
+}
+
+void TestRegistry::waitersAskOnlyWhenWoken()
+{
+    RegistryLock lock;
+    std::atomic<int> asked = 0;
+    auto waiter = started([&] {
+        lock.write("test")->waitUntil(
+            [&](const RegistryLock::Writing&) {
+                const auto reading = lock.read(); // it counts as the writer after a wait, too
+                return ++asked == 4;
+            },
+            QDeadlineTimer::Forever);
+    });
+    for (int i = 1; i < 4; ++i) {
+        QTRY_VERIFY_WITH_TIMEOUT(asked >= i, k_deadline);
+        const auto guard = lock.write("test"); // the waiter waits: it lets go of the lock
+        QCOMPARE(asked.load(), i);
+        lock.wakeAll();
+    }
+    waiter.reset();
 }
 
 void TestRegistry::waiterWakesWhenTheNodeIsRemoved()
@@ -241,7 +266,7 @@ void TestRegistry::waiterWakesWhenTheNodeIsRemoved()
     Node* const copy = f.db->beginUpdateNode(text("n"), 0);
     std::promise<void> begins;
     Node* got = copy;
-    const auto waiter = started([&] {
+    auto waiter = started([&] {
         QObject::connect(
             f.db, &NodeDB::beginUpdatingNode, f.db, [&] { begins.set_value(); },
             Qt::DirectConnection);
@@ -253,7 +278,7 @@ void TestRegistry::waiterWakesWhenTheNodeIsRemoved()
     other->onClone = [] { throw std::runtime_error("no copy"); };
     f.db->insertNode(other);
     f.db->removeNode(text("n"));
-    QVERIFY(waiter->wait());
+    waiter.reset();
     QVERIFY(!got);
     f.db->endUpdateNode(copy);
 }
@@ -318,9 +343,24 @@ void TestRegistry::throwingAccessorsAreSurvived()
     Node* const copy = f.db->beginUpdateNode(text("n"), 0);
     f.db->endUpdateNode(copy);
     f.db->release(text("n"));
+    QVERIFY(!f.db->nodenameExists(text("name of n")));
+    QVERIFY(f.db->nodeDriver(text("n")).null());
     f.db->removeNode(text("n"));
     QVERIFY(f.db->nodeIdList().isEmpty());
-    QVERIFY(!f.log.linesWith(text("threw in name: nameless")).isEmpty());
+    QCOMPARE(f.log.linesWith(text("threw in name: nameless")).size(), 5);
+
+    tst::PlainNode* const other = f.insertPlain(text("m"));
+    const tqgen::StringProperty wanted(text("ModelInfo"), QString(), text("M"));
+    other->onRefresh = [&] {
+        f.db->removeAllNodes();
+        throw std::runtime_error("no refresh");
+    };
+    other->setModelInfo(text("M"));
+    QVERIFY(f.db->search(wanted, eAnyNodeType).isEmpty());
+    QCOMPARE(f.log.linesWith(text("holds the database's lock: removeNode")).size(), 1);
+    QCOMPARE(f.log.linesWith(text("threw in compareProperty: no refresh")).size(), 1);
+    other->onRefresh = {};
+    QCOMPARE(f.db->search(wanted, eAnyNodeType), QStringList(text("m")));
 }
 
 void TestRegistry::pinsOutliveUpdates()

@@ -5,9 +5,24 @@
 #include "platform/logline.h"
 
 #include <exception>
+#include <optional>
 #include <type_traits>
 
 namespace tq {
+
+/** Runs code of a plug-in. Returns what it threw, in words; nothing when it came back. */
+template <class Call>
+std::optional<QString> thrownBy(Call call) noexcept
+{
+    try {
+        call();
+        return std::nullopt;
+    } catch (const std::exception& e) {
+        return QString::fromUtf8(e.what());
+    } catch (...) {
+        return QStringLiteral("an unknown exception");
+    }
+}
 
 /**
  * Calls code of a plug-in. When it throws, one level 2 line names `what` was called, and
@@ -18,13 +33,8 @@ requires(!std::is_void_v<Result>) Result
     callPlugin(const char* what, std::type_identity_t<Result> otherwise, Call call)
 noexcept
 {
-    try {
-        return call();
-    } catch (const std::exception& e) {
-        logLine(Log::eSurvived, "A plug-in threw in ", what, ": ", QString::fromUtf8(e.what()));
-    } catch (...) {
-        logLine(Log::eSurvived, "A plug-in threw in ", what);
-    }
+    if (const auto thrown = thrownBy([&] { otherwise = call(); }))
+        logLine(Log::eSurvived, "A plug-in threw in ", what, ": ", *thrown);
     return otherwise;
 }
 
