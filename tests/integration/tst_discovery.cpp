@@ -1,11 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "discovery/nodehintipdevice.h"
+#include "discovery/todolist.h"
 #include "shared/databasefixture.h"
 
 #include <QTest>
 #include <QThread>
 
+#include <atomic>
 #include <optional>
 #include <stdexcept>
 
@@ -210,15 +212,23 @@ void TestDiscovery::slotsMayReportFurtherHints()
     driver.probeAnswer = 7;
     tst::Database f;
     std::unique_ptr<QThread> other;
-    bool otherWaited = false;
+    std::atomic<bool> isStarted = false;
+    std::atomic<bool> isOver = false;
+    std::atomic<bool> otherWaited = false;
     connect(f.db, &NodeDB::nodeInserted, f.db, [&](const QString& id) {
         if (id != text("d:x"))
             return;
         // another thread waits while the driver is at work; this one is let in
-        other.reset(QThread::create([&] { f.db->probeResult(-1, {}, -1); }));
+        QVERIFY(ToDoList::isHeldByThisThread());
+        other.reset(QThread::create([&] {
+            isStarted = true;
+            f.db->probeResult(-1, {}, -1);
+            otherWaited = isOver.load();
+        }));
         other->start();
-        otherWaited = !other->wait(50);
-        f.db->newNodeHint(named("y"));
+        for (int i = 0; i < 100 || !isStarted; ++i)
+            f.db->newNodeHint(named("y"));
+        isOver = true;
     });
     f.db->newNodeHint(named("x"));
     QVERIFY(other->wait());

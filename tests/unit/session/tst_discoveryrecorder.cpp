@@ -128,6 +128,7 @@ private slots:
     void equalHintsOfTwoScannersAreNobodys();
     void startingAndStoppingConfusesNothing();
     void hintsFromInsideOfADelivery();
+    void lossesFromInsideOfADelivery();
     void answersBeforeTheirProbeIsAnnounced();
     void scannersMayBeRestartedInsideOfADelivery();
     void storiesAreBounded();
@@ -353,6 +354,24 @@ void TestDiscoveryRecorder::hintsFromInsideOfADelivery()
     });
     emit r.arp.newHint(named("outer"));
     QCOMPARE(briefs(r.recorder, 3), text("arp won one:outer, other? won one:within"));
+}
+
+void TestDiscoveryRecorder::lossesFromInsideOfADelivery()
+{
+    Recorded r;
+    r.f.insertPlain(text("n"));
+    r.f.insertPlain(text("m"));
+    QObject slot;
+    const auto loseOther = [&] { r.f.db->nodeHintGone(named("name of m")); };
+    connect(r.f.db, &NodeDB::duplicateNodeHint, &slot, loseOther);
+    emit r.arp.newHint(named("name of n"));
+    QCOMPARE(briefs(r.recorder), text("arp duplicate n, by hand lost m"));
+    connect(r.f.db, &NodeDB::nodeLost, &slot, [&](const NodeID& id) {
+        if (id == text("n"))
+            loseOther();
+    });
+    emit r.arp.hintGone(named("name of n"));
+    QCOMPARE(briefs(r.recorder, 2), text("arp lost n, unknown lost m"));
 }
 
 void TestDiscoveryRecorder::answersBeforeTheirProbeIsAnnounced()
