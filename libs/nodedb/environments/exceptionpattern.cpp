@@ -18,71 +18,139 @@ namespace tq {
 
 namespace {
 
-constexpr int k_deepestNesting = 50;
-constexpr qint64 k_mostRepetitions = 10000;
-constexpr qint64 k_mostCopies = 100000; // of single characters, made by counted repetition
-constexpr qint64 k_longestEmptyChain = 1000;
-constexpr qint64 k_enough = 1000000; // counting stops here
+// QRegExp parses groups by recursion, and copies what is repeated once for each count.
+constexpr int k_deepestNesting = 1000;
+constexpr qint64 k_mostCopies = 9999; // of single characters: some 6 ms to compile
+constexpr qint64 k_highestCost = 70000; // some 15 ms for an address of 255 characters, measured
 
-qint64 bounded(qint64 value)
-{
-    return std::min(value, k_enough);
-}
-
-/** What repeating a part of a pattern costs. */
+/** The automaton that a part of a pattern becomes: one state for each character. */
 struct Part
 {
-    qint64 repetitions = 1; // the greatest product of counts along one nesting path
-    qint64 size = 1; // characters after all counted repetition is written out
-    qint64 copies = 0; // those of them that counted repetition made
-    qint64 chain = 0; // parts in a row that may match nothing: their number counts squared
-    bool mayBeEmpty = false;
+    qint64 states = 0;
+    qint64 written = 0; // those that stand in the text; the others are copies
+    qint64 first = 0; // states that may begin a match
+    qint64 last = 0; // states that may end one
+    qint64 transitions = 0;
+    bool mayBeEmpty = true;
+    bool loops = false;
+
+    static Part character() { return { 1, 1, 1, 1, 0, false, false }; }
+
+    /** What it costs to follow every state that may be active at once. A plain text has one. */
+    qint64 cost() const
+    {
+        const qint64 choices = std::max<qint64>(transitions - std::max<qint64>(states - 1, 0), 0);
+        return 2 * choices + 16 * std::min(states, choices);
+    }
+
+    bool isTooMuch() const { return states - written > k_mostCopies || cost() > k_highestCost; }
 };
 
-/** A group that is open, or the pattern as a whole. */
-struct Group
+Part joined(const Part& left, const Part& right)
 {
-    Part sum{ 1, 0, 0, 0, false };
-    qint64 chain = 0; // in the alternative that is being read
-    bool isEmptySoFar = true;
+    const bool loops = left.loops || right.loops;
+    const qint64 weight = loops ? 4 : 1; // their states stay active
+    Part result;
+    result.states = left.states + right.states;
+    result.written = left.written + right.written;
+    result.first = left.first + (left.mayBeEmpty ? right.first : 0);
+    result.last = right.last + (right.mayBeEmpty ? left.last : 0);
+    result.transitions = left.transitions + right.transitions + weight * left.last * right.first;
+    result.mayBeEmpty = left.mayBeEmpty && right.mayBeEmpty;
+    result.loops = loops;
+    return result;
+}
+
+Part either(const Part& one, const Part& other)
+{
+    return { one.states + other.states, one.written + other.written, one.first + other.first,
+        one.last + other.last, one.transitions + other.transitions,
+        one.mayBeEmpty || other.mayBeEmpty, one.loops || other.loops };
+}
+
+/** How often a part may follow itself; no `most`: without end. */
+struct Counts
+{
+    qint64 least;
+    std::optional<qint64> most;
 };
 
-/** Walks a pattern once and follows how much its counted repetitions multiply. */
-class RepetitionCounter
+/** Writes a repetition out as QRegExp does: what may be left out stands nested, x(x(x)?)?. */
+Part repeated(const Part& part, const Counts& counts)
+{
+    Part once = part;
+    if (!counts.most) {
+        once.loops = true;
+        once.transitions += 4 * part.last * part.first;
+    }
+    once.mayBeEmpty = once.mayBeEmpty || counts.least == 0;
+    const qint64 needed = std::max<qint64>(counts.least - 1, 0);
+    const qint64 all = std::max(counts.most.value_or(counts.least) - 1, needed);
+    Part result;
+    for (qint64 i = 0; part.states > 0 && i < all && !result.isTooMuch(); ++i) {
+        result = joined(part, result);
+        result.mayBeEmpty = result.mayBeEmpty || i < all - needed;
+        result.written = part.written;
+    }
+    result = joined(result, once);
+    result.written = part.written;
+    return result;
+}
+
+/** Walks a pattern once and adds up what it costs; broken ones are refused by QRegExp. */
+class CostEstimate
 {
 public:
-    explicit RepetitionCounter(const QString& pattern) : m_pattern(pattern) { }
+    explicit CostEstimate(const QString& pattern) : m_pattern(pattern) { }
 
-    bool isExplosive()
+    bool isTooHigh()
     {
-        while (m_at < m_pattern.size() && !m_explosive)
+        while (m_at < m_pattern.size() && !m_isTooHigh)
             step();
-        endPart();
-        return m_explosive;
+        while (m_groups.size() > 1 && !m_isTooHigh)
+            close();
+        endAlternative();
+        return m_isTooHigh;
     }
 
 private:
+    /** A group that is open, or the pattern as a whole. */
+    struct Group
+    {
+        std::optional<Part> before; // the alternatives before the one that is being read
+        Part sum;
+    };
+
     void step()
     {
-        const QChar c = m_pattern.at(m_at++);
-        if (c == QLatin1Char('\\')) {
-            ++m_at;
-            beginPart(Part());
-        } else if (c == QLatin1Char('[')) {
-            skipClass();
-            beginPart(Part());
-        } else if (c == QLatin1Char('(')) {
+        const char c = m_pattern.at(m_at++).toLatin1();
+        switch (c) {
+        case '(':
             open();
-        } else if (c == QLatin1Char(')')) {
+            break;
+        case ')':
             close();
-        } else if (c == QLatin1Char('|')) {
+            break;
+        case '|':
             endAlternative();
-        } else if (c == QLatin1Char('{')) {
-            repeat();
-        } else if (c == QLatin1Char('?') || c == QLatin1Char('*')) {
-            makeOptional();
-        } else if (c != QLatin1Char('+')) {
-            beginPart(Part());
+            break;
+        case '?':
+        case '*':
+        case '+':
+            repeat({ c == '+' ? 1 : 0, c == '?' ? std::optional<qint64>(1) : std::nullopt });
+            break;
+        case '{':
+            repeat(readCounts());
+            break;
+        case '^':
+        case '$':
+            break;
+        default:
+            if (c == '[')
+                skipClass();
+            else if (c == '\\')
+                ++m_at;
+            begin(Part::character());
         }
     }
 
@@ -99,13 +167,31 @@ private:
         ++m_at;
     }
 
+    Counts readCounts()
+    {
+        const qsizetype end = m_pattern.indexOf(QLatin1Char('}'), m_at);
+        if (end < 0)
+            return { 1, 1 };
+        const QStringList bounds = m_pattern.mid(m_at, end - m_at).split(QLatin1Char(','));
+        m_at = end + 1;
+        const auto count = [](const QString& digits) {
+            bool isNumber = false;
+            const qint64 value = digits.toLongLong(&isNumber);
+            return isNumber || digits.trimmed().isEmpty() ? value : 2 * k_mostCopies;
+        };
+        const qint64 least = count(bounds.first());
+        if (bounds.last().isEmpty())
+            return { least, std::nullopt };
+        return { least, std::max(least, count(bounds.last())) };
+    }
+
     void open()
     {
         endPart();
         if (m_at < m_pattern.size() && m_pattern.at(m_at) == QLatin1Char('?'))
             m_at += 2; // (?: and its like
         m_groups.append(Group());
-        m_explosive = m_explosive || m_groups.size() > k_deepestNesting + 1;
+        m_isTooHigh = m_groups.size() > k_deepestNesting + 1;
     }
 
     void close()
@@ -113,73 +199,37 @@ private:
         if (m_groups.size() == 1)
             return;
         endAlternative();
-        beginPart(m_groups.takeLast().sum);
+        begin(*m_groups.takeLast().before);
     }
 
     void endAlternative()
     {
         endPart();
         Group& group = m_groups.last();
-        if (group.isEmptySoFar) {
-            group.sum.mayBeEmpty = true;
-            group.sum.chain = bounded(group.sum.chain + std::max<qint64>(group.chain, 1));
-        }
-        group.chain = 0;
-        group.isEmptySoFar = true;
+        group.before = group.before ? either(*group.before, group.sum) : group.sum;
+        group.sum = Part();
     }
 
-    void makeOptional()
+    void repeat(const Counts& counts)
     {
-        if (m_part) {
-            m_part->mayBeEmpty = true;
-            m_part->chain = std::max<qint64>(m_part->chain, 1);
-        }
+        if (m_part)
+            m_part = repeated(*m_part, counts);
     }
 
-    void repeat()
-    {
-        const qsizetype end = m_pattern.indexOf(QLatin1Char('}'), m_at);
-        if (end < 0)
-            return;
-        const QStringList bounds = m_pattern.mid(m_at, end - m_at).split(QLatin1Char(','));
-        m_at = end + 1;
-        qint64 most = 1;
-        for (const QString& bound : bounds) {
-            bool isNumber = false;
-            const qint64 count = bound.toLongLong(&isNumber);
-            const bool isTooLong = !isNumber && !bound.trimmed().isEmpty();
-            most = std::max(most, isTooLong ? k_enough : bounded(count));
-        }
-        if (!m_part)
-            return;
-        if (bounds.first().toLongLong() == 0)
-            makeOptional();
-        m_part->repetitions = bounded(m_part->repetitions * most);
-        m_part->size = bounded(m_part->size * most);
-        m_part->chain = bounded(m_part->chain * most);
-        if (most > 1)
-            m_part->copies = m_part->size;
-    }
-
-    void beginPart(const Part& part)
+    void begin(const Part& part)
     {
         endPart();
         m_part = part;
     }
 
-    /** Adds the last part, with all its quantifiers, to the group around it. */
+    /** Adds the last part, with all its quantifiers, to the alternative that is being read. */
     void endPart()
     {
         if (!m_part)
             return;
         Group& group = m_groups.last();
-        group.sum.repetitions = std::max(group.sum.repetitions, m_part->repetitions);
-        group.sum.size = bounded(group.sum.size + m_part->size);
-        group.sum.copies = bounded(group.sum.copies + m_part->copies);
-        group.isEmptySoFar = group.isEmptySoFar && m_part->mayBeEmpty;
-        group.chain = m_part->mayBeEmpty ? bounded(group.chain + m_part->chain) : 0;
-        m_explosive = m_explosive || group.sum.repetitions > k_mostRepetitions
-            || group.sum.copies > k_mostCopies || group.chain > k_longestEmptyChain;
+        group.sum = joined(group.sum, *m_part);
+        m_isTooHigh = m_isTooHigh || group.sum.isTooMuch() || m_part->isTooMuch();
         m_part.reset();
     }
 
@@ -187,7 +237,7 @@ private:
     qsizetype m_at = 0;
     std::optional<Part> m_part; // the last one read: quantifiers apply to it
     QList<Group> m_groups{ Group() };
-    bool m_explosive = false;
+    bool m_isTooHigh = false;
 };
 
 /** What QRegExp has to say of invalid patterns, in words for people. */
@@ -230,7 +280,7 @@ void reportOnce(const QString& pattern, const QString& reason)
 
 bool isExplosivePattern(const QString& pattern)
 {
-    return RepetitionCounter(pattern).isExplosive();
+    return CostEstimate(pattern).isTooHigh();
 }
 
 QString reasonForNoMatch(const QString& pattern)

@@ -9,9 +9,10 @@
 namespace tq {
 
 /**
- * Returns whether compiling `pattern` as a regular expression could take unbounded time or memory:
- * groups nested deeper than 50, counted repetitions along one nesting path that multiply to over
- * 10,000 or make over 100,000 copies, or over 1,000 parts in a row that may match nothing.
+ * Returns whether compiling `pattern`, or matching an address of 255 characters, could take much
+ * longer than some 10 ms: counted repetitions that write out to over 10,000 characters, choices
+ * that keep too many of them open at once, or groups nested deeper than 1,000, which could overflow
+ * the stack. Long texts, lists of hosts and plain nested groups cost what their length costs.
  */
 TQ_TEST_EXPORT bool isExplosivePattern(const QString& pattern);
 

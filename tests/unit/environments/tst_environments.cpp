@@ -360,18 +360,21 @@ void TestEnvironments::explosivePatternsMatchNothing_data()
         { "a", "(a+)+b", "(a*)*", "a{100}", "[({]{3}", "\\({50}", "[]{9}]{4}", "(a{100}){100}",
             "(cam|nas){2,5}", "a{2}(b{3}(c{4}))", "[0-9]{1,3}(\\.[0-9]{1,3}){3}", "a{", "((((",
             "))))", "a{10000}", "", "\\", "[^", "[\\]({20000}]", "[\\](((a{50}){50}){50}){50})]",
-            "(([0-9]{1,3})?\\.?){1,100}", "(a?){500}", "(?:a|b){9}" })
+            "(([0-9]{1,3})?\\.?){1,100}", "(?:a|b){9}", "(.*\\.)*(a|b)+" })
         QTest::newRow(fine) << text(fine) << false;
     QTest::newRow("5000 hosts") << QStringList(5000, text("host\\.example")).join(QLatin1Char('|'))
                                 << false;
     for (const char* bad : { "((((a{50}){50}){50}){50})", "(a{100}){101}", "a{10001}", "a{5,20000}",
              "((a{10}b){11}c){100}", "(x(a{101})y){100}", "a{99999999999999999999}", "a{2,}{9999}",
              "[\\][](((((a{50}){50}){50}){50}))", "[^\\][](((a{50}){50}){50})", "((a*){100}){100}",
-             "((.*){100}){100}", "((a?){100}){100}", "((a|b|c?){50}){50}", "((a|b|c?){100}){100}" })
+             "((.*){100}){100}", "((a?){100}){100}", "((a|b|c?){50}){50}", "((a|b|c?){100}){100}",
+             "((a{1,30}){1,30}){1,10}b", "(a?){500}", "(a*){200}" })
         QTest::newRow(bad) << text(bad) << true;
-    QTest::newRow("51 groups") << QString(51, QLatin1Char('(')) + text("a")
-            + QString(51, QLatin1Char(')'))
-                               << true;
+    const auto nested = [](int depth) {
+        return QString(depth, QLatin1Char('(')) + text("a") + QString(depth, QLatin1Char(')'));
+    };
+    QTest::newRow("52 groups") << nested(52) << false;
+    QTest::newRow("1001 groups") << nested(1001) << true;
     const QString literal(1000, QLatin1Char('a'));
     QTest::newRow("1000 letters") << text("((%1){100}){100}").arg(literal) << true;
     QTest::newRow("300 counted letters")
