@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-#include "database/registrylock_p.h"
 #include "discovery/nodehintipdevice.h"
 #include "shared/databasefixture.h"
+#include "shared/startedthread.h"
 
 #include "platform/properties/properties.h"
 
@@ -10,40 +10,13 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThread>
 
-#include <atomic>
 #include <future>
 #include <stdexcept>
 
 using namespace tq;
+using tst::started;
 using tst::text;
-
-namespace {
-
-constexpr int k_deadline = 30000; // ms; only a failing test waits so long
-
-/** Waits for a thread. One that hangs ends the program: it would keep the test from ending. */
-struct Join
-{
-    void operator()(QThread* thread) const
-    {
-        if (!thread->wait(k_deadline))
-            qFatal("a thread hangs");
-        delete thread;
-    }
-};
-
-/** Runs `work` on a thread of its own. */
-template <class Work>
-std::unique_ptr<QThread, Join> started(Work work)
-{
-    std::unique_ptr<QThread, Join> thread(QThread::create(work));
-    thread->start();
-    return thread;
-}
-
-} // namespace
 
 class TestRegistry : public QObject
 {
@@ -58,7 +31,6 @@ private slots:
     void updateReplacesTheNode();
     void updateRelaysConnectionDataLater();
     void updateTimesOutOrWaits();
-    void waitersAskOnlyWhenWoken();
     void waiterWakesWhenTheNodeIsRemoved();
     void failingCopiesLeaveTheNodeUsable();
     void aNodeIsStoredOnce();
@@ -231,32 +203,11 @@ void TestRegistry::updateTimesOutOrWaits()
     // Its line says that it waits, and it goes on waiting.
     QTRY_VERIFY_WITH_TIMEOUT(
         !f.log.linesWith(text("Still waiting for another update of the node to end: n")).isEmpty(),
-        k_deadline);
+        tst::k_deadline);
     copy->setName(text("first"));
     f.db->endUpdateNode(copy);
     waiter.reset();
     QCOMPARE(f.db->node(text("n"))->modelInfo(), text("first"));
-}
-
-void TestRegistry::waitersAskOnlyWhenWoken()
-{
-    RegistryLock lock;
-    std::atomic<int> asked = 0;
-    auto waiter = started([&] {
-        lock.write("test")->waitUntil(
-            [&](const RegistryLock::Writing&) {
-                const auto reading = lock.read(); // it counts as the writer after a wait, too
-                return ++asked == 4;
-            },
-            QDeadlineTimer::Forever);
-    });
-    for (int i = 1; i < 4; ++i) {
-        QTRY_VERIFY_WITH_TIMEOUT(asked >= i, k_deadline);
-        const auto guard = lock.write("test"); // the waiter waits: it lets go of the lock
-        QCOMPARE(asked.load(), i);
-        lock.wakeAll();
-    }
-    waiter.reset();
 }
 
 void TestRegistry::waiterWakesWhenTheNodeIsRemoved()
