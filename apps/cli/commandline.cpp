@@ -6,6 +6,7 @@
 #include "cli/simulation.h"
 
 #include "platform/log.h"
+#include "platform/plugincall.h"
 
 #include <QCommandLineParser>
 
@@ -65,7 +66,11 @@ int CommandLine::run(const QStringList& arguments)
 {
     // Wanted even for the report of a call that cannot be parsed.
     m_output.setJson(arguments.contains(text("--json")));
-    const Outcome outcome = parse(arguments);
+    Outcome outcome;
+    // The last net for code of plug-ins: what was not saved by now is not.
+    if (const auto thrown = thrownBy([&] { outcome = parse(arguments); }))
+        outcome = Outcome::refused(
+            QStringLiteral("the command was broken off, because something failed: ") + *thrown);
     m_output.finish(m_command, outcome);
     return outcome.exitCode;
 }

@@ -9,6 +9,7 @@
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
 
+#include "platform/plugincall.h"
 #include "session/discoveryrecorder.h"
 #include "session/hintrecord.h"
 
@@ -29,7 +30,8 @@ bool isIPv4(const QString& address)
 
 QString kept(const Node& node, const char* name)
 {
-    return node.stringProperty(QLatin1String(name), QString());
+    return callPlugin("stringProperty", QString(),
+        [&] { return node.stringProperty(QLatin1String(name), QString()); });
 }
 
 /** Whether a known device was met at another address, and not at its own: it moved while nobody was
@@ -71,8 +73,10 @@ QString DeviceEvent::word(EFate fate)
 DiscoveryWatch::DiscoveryWatch(NodeDB& database, const DiscoveryRecorder* recorder)
     : m_database(database), m_recorder(recorder)
 {
-    for (const QString& id : database.nodeIdList())
-        m_known.insert(id, nodeSummary(database, *database.node(id)));
+    for (const QString& id : database.nodeIdList()) {
+        if (const auto node = database.node(id))
+            m_known.insert(id, nodeSummary(database, *node));
+    }
     connect(&database, &NodeDB::nodeInserted, this, [this](const NodeID& id) {
         tellOfNode(DeviceEvent::eNew, id);
         if (const auto node = m_database.node(id))

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/invocation.h"
 
+#include "cli/nodesummary.h"
 #include "cli/simulation.h"
 
 #include "nodestore/node.h"
@@ -87,8 +88,9 @@ Outcome Invocation::edit(const QString& id, const std::function<Outcome(Node&)>&
     constexpr int k_timeout = 5000; // ms
     Node* const copy = database().beginUpdateNode(id, k_timeout);
     if (!copy)
-        return Outcome::refused(QStringLiteral("the node %1 is in use").arg(quoted(id)));
-    const Outcome outcome = change(*copy);
+        return Outcome::refused(
+            QStringLiteral("the node %1 is in use or cannot be copied").arg(quoted(id)));
+    const Outcome outcome = callNode(database(), *copy, [&] { return change(*copy); });
     database().endUpdateNode(copy);
     return outcome;
 }

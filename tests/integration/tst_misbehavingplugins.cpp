@@ -29,11 +29,14 @@ class TestMisbehavingPlugins : public QObject
 private slots:
     void aBrokenDriverIsNamedAndHarmsNothing_data();
     void aBrokenDriverIsNamedAndHarmsNothing();
+    void brokenNodesHarmNoOthers();
 
 private:
     int run(const QString& plugins, const QStringList& arguments);
 
     QTemporaryDir m_folder;
+    QString m_store;
+    QByteArray m_out;
     QByteArray m_error;
 };
 
@@ -41,10 +44,9 @@ int TestMisbehavingPlugins::run(const QString& plugins, const QStringList& argum
 {
     QProcess program;
     program.start(text(NODEDB_PROGRAM),
-        QStringList{
-            text("--plugins"), plugins, text("--store"), m_folder.filePath(text("devices.db")) }
-            + arguments);
+        QStringList{ text("--plugins"), plugins, text("--store"), m_store } + arguments);
     program.waitForFinished();
+    m_out = program.readAllStandardOutput();
     m_error = program.readAllStandardError();
     return program.exitStatus() == QProcess::NormalExit ? program.exitCode() : -1;
 }
@@ -72,18 +74,51 @@ void TestMisbehavingPlugins::aBrokenDriverIsNamedAndHarmsNothing()
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, sentence);
     QFETCH(QByteArray, line);
-    const QString store = m_folder.filePath(text("devices.db"));
-    if (!QFile::exists(store))
+    m_store = m_folder.filePath(text("devices.db"));
+    if (!QFile::exists(m_store))
         QCOMPARE(
             run(text(GOOD_PLUGINS), { text("add"), text("192.0.2.1"), text("--type"), text("2") }),
             0);
-    const QByteArray before = hashOf(store);
+    const QByteArray before = hashOf(m_store);
     QVERIFY(!before.isEmpty());
     QCOMPARE(run(text(BROKEN_PLUGINS), arguments), 1);
     QVERIFY2(m_error.contains(sentence), m_error.constData());
     QVERIFY2(m_error.contains(line), m_error.constData());
-    QCOMPARE(hashOf(store), before);
+    QCOMPARE(hashOf(m_store), before);
     QCOMPARE(run(text(GOOD_PLUGINS), { text("show"), text("ip:192.0.2.1:80") }), 0);
+}
+
+void TestMisbehavingPlugins::brokenNodesHarmNoOthers()
+{
+    m_store = m_folder.filePath(text("nodes.db"));
+    const auto call = [&](const QByteArray& arguments) {
+        return run(text(BROKEN_PLUGINS), QString::fromUtf8(arguments).split(QLatin1Char(' ')));
+    };
+    const QByteArrayList ids{ "clone", "hostAddress", "name", "properties", "remover",
+        "updateField", "well" };
+    for (const QByteArray& id : ids)
+        QVERIFY2(call("add --type 17 " + id) == 0, m_error.constData());
+    QCOMPARE(call("set remover Note=armed"), 0);
+    const QByteArray before = hashOf(m_store);
+    const auto sentence = [](const QByteArray& id) {
+        return "the node \"" + id + "\" of the driver \"misbehaving\" failed: the node broke down";
+    };
+    // All up to the one that removes them, each with what ails it.
+    QCOMPARE(call("list"), 0);
+    for (const QByteArray& id : ids) {
+        QCOMPARE(m_out.contains('\n' + id + ' '), id < "s");
+        QCOMPARE(m_out.contains(sentence(id)),
+            QByteArrayList({ "hostAddress", "name", "properties" }).contains(id));
+    }
+    QCOMPARE(call("list --where Note=armed"), 0);
+    for (const QByteArray id : { "properties", "hostAddress", "clone", "updateField" }) {
+        QCOMPARE(call("set " + id + " Note=x"), 1);
+        QVERIFY2(m_error.contains("nodedb: " + sentence(id)), m_error.constData());
+    }
+    QCOMPARE(call("show properties"), 1);
+    QVERIFY2(m_error.contains("nodedb: " + sentence("properties")), m_error.constData());
+    QCOMPARE(hashOf(m_store), before);
+    QCOMPARE(call("set well Note=x"), 0);
 }
 
 QTEST_GUILESS_MAIN(TestMisbehavingPlugins)

@@ -8,6 +8,8 @@
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
 
+#include "platform/plugincall.h"
+
 #include <QCommandLineParser>
 
 #include <limits>
@@ -39,7 +41,10 @@ public:
 
     bool matches(const Node& node)
     {
-        const tqgen::PropertySet properties = node.properties();
+        if (m_conditions.isEmpty())
+            return true;
+        const tqgen::PropertySet properties =
+            callPlugin("properties", tqgen::PropertySet(), [&] { return node.properties(); });
         bool result = true;
         for (Condition& condition : m_conditions)
             result = matches(properties, condition) && result;
@@ -102,14 +107,14 @@ Outcome list(Invocation& call)
     const QStringList ids = database.search(ENodeType(type));
     QList<QJsonObject> items;
     for (const QString& id : ids) {
-        const auto node = database.node(id);
-        if (filter.matches(*node))
+        const auto node = database.node(id); // null when one before it has removed it
+        if (!node.null() && filter.matches(*node))
             items.append(nodeSummary(database, *node));
     }
     if (!ids.isEmpty())
         outcome = filter.verdict();
     if (outcome.isDone())
-        call.output().addItems(items, nodeColumns());
+        call.output().addItems(items, nodeColumns(items));
     return outcome;
 }
 
@@ -134,7 +139,14 @@ Outcome show(Invocation& call)
         outcome = call.requireNode(id);
     if (!outcome.isDone())
         return outcome;
-    const tqgen::PropertySet properties = call.database().node(id)->properties();
+    const auto node = call.database().node(id);
+    tqgen::PropertySet properties;
+    outcome = callNode(call.database(), *node, [&] {
+        properties = node->properties();
+        return Outcome::done();
+    });
+    if (!outcome.isDone())
+        return outcome;
     Table table({ QStringLiteral("NAME"), QStringLiteral("VALUE"), QStringLiteral("MEANING") });
     addRows(table, QString(), properties);
     call.output().addItem(shownProperties(properties));

@@ -26,9 +26,9 @@ const QString k_add = QStringLiteral("add");
 const QString k_remove = QStringLiteral("remove");
 
 /** Returns the storage; null when no node of that kind has the id. */
-const NASDeviceNode* storage(Invocation& call, const QString& id)
+tqm::smart<const NASDeviceNode> storage(Invocation& call, const QString& id)
 {
-    return dynamic_cast<const NASDeviceNode*>(call.database().node(id).get());
+    return call.database().node(id);
 }
 
 /** Opens the store and refuses a first argument that is no storage. */
@@ -38,7 +38,7 @@ Outcome openStorage(Invocation& call, OpenMode mode)
     Outcome outcome = call.open(mode);
     if (outcome.isDone())
         outcome = call.requireNode(id);
-    if (outcome.isDone() && !storage(call, id))
+    if (outcome.isDone() && storage(call, id).null())
         outcome =
             Outcome::refused(QStringLiteral("the node %1 is no network storage").arg(quoted(id)));
     return outcome;
@@ -162,9 +162,9 @@ Outcome readNewPassword(const Invocation& call, const QString& user, QString& pa
 
 Outcome addUser(Invocation& call, const QString& user)
 {
-    const NASDeviceNode& node = *storage(call, call.arguments().first());
+    const auto node = storage(call, call.arguments().first());
     QString password;
-    Outcome outcome = requireNew(node, text("local user"), user, node.existsLocalUser(user));
+    Outcome outcome = requireNew(*node, text("local user"), user, node->existsLocalUser(user));
     if (outcome.isDone())
         outcome = readNewPassword(call, user, password);
     if (!outcome.isDone())
@@ -176,8 +176,8 @@ Outcome addUser(Invocation& call, const QString& user)
 
 Outcome removeUser(Invocation& call, const QString& user)
 {
-    const NASDeviceNode& node = *storage(call, call.arguments().first());
-    const Outcome outcome = requireUser(node, user);
+    const auto node = storage(call, call.arguments().first());
+    const Outcome outcome = requireUser(*node, user);
     if (!outcome.isDone())
         return outcome;
     return change(call, printUsers, [&](NASDeviceNode& copy) {
@@ -189,8 +189,8 @@ Outcome removeUser(Invocation& call, const QString& user)
 
 Outcome addShare(Invocation& call, const QString& share)
 {
-    const NASDeviceNode& node = *storage(call, call.arguments().first());
-    const Outcome outcome = requireNew(node, text("share"), share, node.existsShare(share));
+    const auto node = storage(call, call.arguments().first());
+    const Outcome outcome = requireNew(*node, text("share"), share, node->existsShare(share));
     if (!outcome.isDone())
         return outcome;
     const QString volume = call.options().value(k_volume);
@@ -239,8 +239,8 @@ Outcome grant(Invocation& call)
         return Outcome::usage(
             QStringLiteral("grant wants read or full, not %1").arg(quoted(access)));
     Outcome outcome = openStorage(call, OpenMode::ReadWrite);
-    const NASDeviceNode* const node =
-        outcome.isDone() ? storage(call, call.arguments().first()) : nullptr;
+    const auto node = outcome.isDone() ? storage(call, call.arguments().first())
+                                       : tqm::smart<const NASDeviceNode>();
     if (node)
         outcome = requireShare(*node, share);
     if (node && outcome.isDone())
@@ -258,8 +258,8 @@ Outcome revoke(Invocation& call)
     const QString share = call.arguments()[1];
     const QString user = call.arguments()[2];
     Outcome outcome = openStorage(call, OpenMode::ReadWrite);
-    const NASDeviceNode* const node =
-        outcome.isDone() ? storage(call, call.arguments().first()) : nullptr;
+    const auto node = outcome.isDone() ? storage(call, call.arguments().first())
+                                       : tqm::smart<const NASDeviceNode>();
     if (node)
         outcome = requireShare(*node, share);
     if (!outcome.isDone())
@@ -281,8 +281,9 @@ Outcome read(Invocation& call)
     Outcome outcome = openStorage(call, OpenMode::ReadWrite);
     if (outcome.isDone())
         outcome = readDevice(call, id);
-    if (outcome.isDone())
-        printShares(call, *storage(call, id));
+    const auto node = storage(call, id); // a slot may have removed it meanwhile
+    if (outcome.isDone() && !node.null())
+        printShares(call, *node);
     return outcome;
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/commands/commands.h"
 #include "cli/invocation.h"
+#include "cli/nodesummary.h"
 #include "cli/passwordinput.h"
 #include "cli/valuetext.h"
 
@@ -166,16 +167,17 @@ Outcome prepare(
     if (!outcome.isDone())
         return outcome;
     // Tried on a copy that nobody sees: once a bracket is open, what it changed stays changed.
-    const std::unique_ptr<Node> scratch(node.clone());
-    return scratch
-        ? editor.handTo(*scratch)
-        : Outcome::refused(
-            QStringLiteral("the node %1 cannot be edited").arg(quoted(call.arguments().first())));
+    return callNode(call.database(), node, [&] {
+        const std::unique_ptr<Node> scratch(node.clone());
+        return scratch ? editor.handTo(*scratch)
+                       : Outcome::refused(
+                           QStringLiteral("the node %1 cannot be edited").arg(quoted(node.id())));
+    });
 }
 
-void report(Invocation& call, const Node& node, const QStringList& edited)
+void report(Invocation& call, const tqgen::PropertySet& set, const QStringList& edited)
 {
-    const QJsonObject properties = shownProperties(node.properties());
+    const QJsonObject properties = shownProperties(set);
     call.output().addItem(properties);
     for (const QString& name : edited) {
         const QJsonValue value = properties[name];
@@ -196,15 +198,29 @@ Outcome set(Invocation& call)
     if (!outcome.isDone())
         return outcome;
     NodeDB& database = call.database();
-    Editor editor(call.options(), database.node(id)->properties());
-    outcome = prepare(call, editor, *database.node(id), assignments);
+    tqgen::PropertySet properties;
+    const auto read = [&](const Node& node) {
+        return callNode(database, node, [&] {
+            properties = node.properties();
+            return Outcome::done();
+        });
+    };
+    const auto before = database.node(id);
+    outcome = read(*before);
+    if (!outcome.isDone())
+        return outcome;
+    Editor editor(call.options(), properties);
+    outcome = prepare(call, editor, *before, assignments);
     if (!outcome.isDone())
         return outcome;
     outcome = call.edit(id, [&](Node& copy) { return editor.handTo(copy); });
     if (outcome.isDone())
         outcome = call.save();
+    const auto after = database.node(id);
+    if (outcome.isDone() && !after.null())
+        outcome = read(*after);
     if (outcome.isDone())
-        report(call, *database.node(id), editor.edited());
+        report(call, properties, editor.edited());
     return outcome;
 }
 

@@ -1,9 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-// A driver plug-in that breaks its promises: it throws for type 15 and gives nothing for type 16.
+// A driver plug-in that breaks its promises: it throws for type 15, gives nothing for type 16, and
+// its nodes of type 17, which have the address as their id, fail in turn.
 #include "discovery/inodedrivercomponent.h"
-#include "discovery/nodehint.h"
-#include "nodestore/node.h"
+#include "discovery/nodehintipdevice.h"
+#include "misbehavingnode.h"
+#include "nodestore/nodedb.h"
 
 #include <stdexcept>
 
@@ -29,20 +31,29 @@ class MisbehavingDriver : public QObject, public INodeDriverComponent
 public:
     bool supportsNodeType(ENodeType type, int*) override
     {
-        return type == k_throwing || type == k_empty;
+        return type == k_throwing || type == k_empty || type == MisbehavingNode::k_type;
     }
-    QString readableNodeTypeName(ENodeType) override { breakDown(); }
+    QString readableNodeTypeName(ENodeType type) override
+    {
+        if (type != MisbehavingNode::k_type)
+            breakDown();
+        return QStringLiteral("bad");
+    }
     Node* createNode(ENodeType type) override
     {
         if (type == k_throwing)
             breakDown();
-        return nullptr;
+        return type == MisbehavingNode::k_type ? new MisbehavingNode(QString()) : nullptr;
     }
     NodeID createNodeFromHint(const NodeHint& hint) override
     {
         if (hint.nodeType() == k_throwing)
             breakDown();
-        return NodeID();
+        const auto* const device = dynamic_cast<const NodeHintIPDevice*>(&hint);
+        if (hint.nodeType() != MisbehavingNode::k_type || !device)
+            return NodeID();
+        NodeDB::getDB()->insertNode(new MisbehavingNode(device->hostAddress()));
+        return device->hostAddress();
     }
     int probe(int, const NodeHint&) override { breakDown(); }
     QtSignal probeFinishedSignal() override { return QtSignal(); }
