@@ -36,11 +36,12 @@ struct Part
 
     static Part character() { return { 1, 1, 1, 1, 0, false, false }; }
 
-    /** What it costs to follow every state that may be active at once. A plain text has one. */
+    /** What it costs to follow every state that may be active at once. A plain text has one; in a
+     * loop they stay active. */
     qint64 cost() const
     {
         const qint64 choices = std::max<qint64>(transitions - std::max<qint64>(states - 1, 0), 0);
-        return 2 * choices + 16 * std::min(states, choices);
+        return (loops ? 16 : 2) * choices + 16 * std::min(states, choices);
     }
 
     bool isTooMuch() const { return states - written > k_mostCopies || cost() > k_highestCost; }
@@ -48,16 +49,14 @@ struct Part
 
 Part joined(const Part& left, const Part& right)
 {
-    const bool loops = left.loops || right.loops;
-    const qint64 weight = loops ? 4 : 1; // their states stay active
     Part result;
     result.states = left.states + right.states;
     result.written = left.written + right.written;
     result.first = left.first + (left.mayBeEmpty ? right.first : 0);
     result.last = right.last + (right.mayBeEmpty ? left.last : 0);
-    result.transitions = left.transitions + right.transitions + weight * left.last * right.first;
+    result.transitions = left.transitions + right.transitions + left.last * right.first;
     result.mayBeEmpty = left.mayBeEmpty && right.mayBeEmpty;
-    result.loops = loops;
+    result.loops = left.loops || right.loops;
     return result;
 }
 
@@ -81,7 +80,7 @@ Part repeated(const Part& part, const Counts& counts)
     Part once = part;
     if (!counts.most) {
         once.loops = true;
-        once.transitions += 4 * part.last * part.first;
+        once.transitions += part.last * part.first;
     }
     once.mayBeEmpty = once.mayBeEmpty || counts.least == 0;
     const qint64 needed = std::max<qint64>(counts.least - 1, 0);
@@ -285,17 +284,19 @@ bool isExplosivePattern(const QString& pattern)
 
 QString reasonForNoMatch(const QString& pattern)
 {
-    constexpr qsizetype k_mostShown = 100;
-    const QString shown =
-        pattern.size() > k_mostShown ? pattern.left(k_mostShown) + QStringLiteral("…") : pattern;
-    const QString quoted = QLatin1Char('"') + escapedForLog(shown) + QLatin1Char('"');
+    const auto named = [&](const QString& what) {
+        constexpr qsizetype k_mostShown = 100;
+        const QString shown = pattern.size() > k_mostShown
+            ? pattern.left(k_mostShown) + QStringLiteral("…")
+            : pattern;
+        return QLatin1Char('"') + escapedForLog(shown) + QStringLiteral("\" ") + what;
+    };
     if (isExplosivePattern(pattern))
-        return quoted + QStringLiteral(" is too complex: its repetitions would take too long");
+        return named(QStringLiteral("is too complex: its repetitions would take too long"));
     const QRegExp compiled(pattern, Qt::CaseSensitive, QRegExp::RegExp);
-    if (compiled.isValid())
-        return {};
-    return quoted + QStringLiteral(" is not a regular expression")
-        + explained(compiled.errorString());
+    return compiled.isValid()
+        ? QString()
+        : named(QStringLiteral("is not a regular expression") + explained(compiled.errorString()));
 }
 
 bool matchesException(const QString& address, const QString& pattern)
