@@ -94,11 +94,12 @@ void TestMisbehavingPlugins::brokenNodesHarmNoOthers()
     const auto call = [&](const QByteArray& arguments) {
         return run(text(BROKEN_PLUGINS), QString::fromUtf8(arguments).split(QLatin1Char(' ')));
     };
-    const QByteArrayList ids{ "clone", "hostAddress", "name", "properties", "remover",
+    const QByteArrayList ids{ "clone", "hostAddress", "name", "properties", "remover", "slot",
         "updateField", "well" };
     for (const QByteArray& id : ids)
         QVERIFY2(call("add --type 17 " + id) == 0, m_error.constData());
     QCOMPARE(call("set remover Note=armed"), 0);
+    QCOMPARE(call("environment add Office"), 0);
     const QByteArray before = hashOf(m_store);
     const auto sentence = [](const QByteArray& id) {
         return "the node \"" + id + "\" of the driver \"misbehaving\" failed: the node broke down";
@@ -117,6 +118,11 @@ void TestMisbehavingPlugins::brokenNodesHarmNoOthers()
     }
     QCOMPARE(call("show properties"), 1);
     QVERIFY2(m_error.contains("nodedb: " + sentence("properties")), m_error.constData());
+    // What no guard knows of falls into the last net.
+    QCOMPARE(call("environment use Office"), 1);
+    QVERIFY2(m_error.contains("nodedb: the command was broken off, because something failed: the "
+                              "node broke down"),
+        m_error.constData());
     QCOMPARE(hashOf(m_store), before);
     QCOMPARE(call("set well Note=x"), 0);
 }

@@ -21,6 +21,7 @@ public:
     bool updateField(const tqgen::BaseProperty& property) override;
     QString name() const override;
     QString hostAddress() const override;
+    void activeEnvironmentChanged() override { failIn("slot"); }
 
 private:
     void failIn(const char* operation) const;
