@@ -5,6 +5,7 @@
 #include "persistence/memorydestination.h"
 #include "shared/calllogdestination.h"
 #include "shared/databasefixture.h"
+#include "shared/unrulynode.h"
 
 #include <QTest>
 
@@ -58,6 +59,8 @@ private slots:
     void aThrowAtAnyCallSavesNothing();
     void readersWaitForNobodyWhileSaving();
     void boastingStoresEnd();
+    void nodesAreConfinedToTheirEntries_data();
+    void nodesAreConfinedToTheirEntries();
 };
 
 void TestSaveAndLoad::groupsAreReplacedInOrder()
@@ -249,6 +252,54 @@ void TestSaveAndLoad::boastingStoresEnd()
     QCOMPARE(f.db->nodeIdList(), QStringList(text("good")));
     QVERIFY(!f.log.linesWith(text("damaged array: Nodes announces 2147483647")).isEmpty());
     QVERIFY(f.db->relatedNodes(QString(), ENodeRelationType(0)).isEmpty());
+}
+
+void TestSaveAndLoad::nodesAreConfinedToTheirEntries_data()
+{
+    QTest::addColumn<QByteArray>("act");
+    QTest::addColumn<QString>("fault");
+    const auto row = [](const char* act, const char* fault) {
+        QTest::newRow(act) << QByteArray(act) << text(fault);
+    };
+    row("leaves open", "left an array open, left a group open");
+    row("closes too much",
+        "closed a group that it had not opened, closed an array that it had not opened");
+    row("closes over", "left an array open");
+    row("moves on", "selected an entry of an array that it had not opened");
+    row("syncs", "called sync()");
+}
+
+void TestSaveAndLoad::nodesAreConfinedToTheirEntries()
+{
+    QFETCH(QByteArray, act);
+    QFETCH(QString, fault);
+    const tst::UnrulyDriver driver(tst::k_unruliness[act]);
+    MemoryDestination store;
+    QStringList good;
+    for (const bool isUnruly : { false, true }) {
+        tst::Database f;
+        f.insertPlain(text("a"));
+        auto* const node = new tst::UnrulyNode(text("m"), tst::k_unruliness[act]);
+        node->isUnruly = isUnruly;
+        f.db->insertNode(node);
+        f.insertPlain(text("z"));
+        f.db->addNodeRelation(text("a"), text("z"), k_relation);
+        tst::CallLogDestination target(&store);
+        f.db->save(&target, false);
+        QCOMPARE(target.openScopes(), 0);
+        if (!isUnruly)
+            good = target.calls();
+        QCOMPARE(target.calls().filter(text("sync")).size(), 1);
+        const qsizetype after = good.lastIndexOf(text("setArrayIndex 2"));
+        QVERIFY(target.calls().join(u' ').endsWith(good.mid(after).join(u' ')));
+        QCOMPARE(f.log.linesWith(text("m, driver unruly: ") + fault).size(), isUnruly ? 1 : 0);
+    }
+    tst::Database f;
+    f.db->load(&store); // every node misbehaves here
+    QCOMPARE(f.db->nodeIdList(), QStringList({ text("a"), text("m"), text("z") }));
+    QCOMPARE(f.db->node(text("z"))->name(), text("name of z"));
+    QCOMPARE(f.db->relatedNodes(text("a"), k_relation), QStringList(text("z")));
+    QCOMPARE(f.log.linesWith(text("driver unruly: ") + fault).size(), 3);
 }
 
 QTEST_GUILESS_MAIN(TestSaveAndLoad)

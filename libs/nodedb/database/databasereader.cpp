@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "database/databasereader_p.h"
 
+#include "database/confinedtarget_p.h"
 #include "database/relationstore_p.h"
 #include "database/storedgroups_p.h"
+#include "discovery/drivertable_p.h"
 #include "nodestore/node.h"
 
 #include "platform/persistscope.h"
@@ -27,7 +29,7 @@ bool DatabaseReader::readNode(int index)
         return false;
     const QVariant type = m_source->value(k_nodeType, QVariant());
     std::unique_ptr<Node> node(m_db->createNodeFromType(ENodeType(type.toInt())));
-    if (!node || !callPlugin("load", [&] { node->load(m_source); }))
+    if (!node || !load(*node, ENodeType(type.toInt()), index))
         return type.isValid();
     const QString id = node->id();
     if (id.isEmpty()) {
@@ -39,6 +41,18 @@ bool DatabaseReader::readNode(int index)
     m_db->insertNode(node.release());
     ++m_nodeCount;
     return true;
+}
+
+bool DatabaseReader::load(Node& node, ENodeType type, int index)
+{
+    // What it leaves open or closes too much would shift all that is read after it.
+    ConfinedTarget confined(m_source);
+    const bool isLoaded = callPlugin("load", [&] { node.load(&confined); });
+    const QString fault = confined.endEntry();
+    if (!fault.isEmpty())
+        logLine(Log::eSurvived, "A node did not read itself properly: entry ", index, ", driver ",
+            m_drivers.driverName(type), ": ", fault);
+    return isLoaded;
 }
 
 void DatabaseReader::readRelations()

@@ -2,18 +2,29 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "database/confinedtarget_p.h"
 #include "database/noderegistry_p.h"
 #include "database/relationstore_p.h"
+#include "nodestore/inodeentrytarget.h"
 
 #include "platform/persistscope.h"
 
+#include <QSet>
+
 namespace tq {
+
+class DriverTable;
 
 /** Writes the whole database in one pass, under a reading guard. */
 class DatabaseWriter
 {
 public:
-    DatabaseWriter(IPersistDestination* target, bool saveAll) : m_target(target), m_saveAll(saveAll)
+    DatabaseWriter(IPersistDestination* target, bool saveAll, const DriverTable& drivers)
+        : m_target(target)
+        , m_entries(dynamic_cast<INodeEntryTarget*>(target))
+        , m_confined(target)
+        , m_drivers(drivers)
+        , m_saveAll(saveAll)
     {
     }
 
@@ -30,15 +41,24 @@ public:
     /** Replaces the array of nodes, in ascending order of ids; logs how many were written. */
     void writeNodes(const RegistryLock::Reading& guard, const NodeRegistry& registry);
 
-    /** Replaces the array of relations, in their order; logs how many were written and which lack a
-     * node. */
+    /** Replaces the array of relations between the nodes that were written, in their order; logs
+     * how many were written and which lack a node. */
     void writeRelations(const RegistryLock::Reading& guard, const NodeRegistry& registry,
         const RelationStore& relations);
 
 private:
-    bool isWritten(const Node& node) const { return m_saveAll || node.shouldPersist(); }
+    void writeNode(const Node& node, const QString& id, PersistWriteArray& array);
+    void failed(const Node& node, const QString& id, const QString& why);
+    /** Runs code of the node's; tells when it throws, and throws again where nobody minds the
+     * entries. Returns whether it came through. */
+    template <class Call>
+    bool survives(const Node& node, const QString& id, Call call);
 
     IPersistDestination* m_target;
+    INodeEntryTarget* m_entries; ///< the target as well; null when it does not mind the entries
+    ConfinedTarget m_confined;
+    const DriverTable& m_drivers;
+    QSet<QString> m_written;
     bool m_saveAll;
 };
 

@@ -19,7 +19,7 @@ namespace {
 void writeAll(const RegistryLock::Reading& guard, const NodeDBPrivate& d,
     IPersistDestination* target, bool saveAll)
 {
-    DatabaseWriter writer(target, saveAll);
+    DatabaseWriter writer(target, saveAll, d.drivers);
     const GlobalSettings& settings = d.settings;
     writer.writeGroup(k_environment, [&](auto* t) { d.environments.save(t); });
     writer.writeGroup(k_globalFields, [&](auto* t) { d.bandwidth.save(t); });
@@ -74,7 +74,7 @@ void NodeDB::save(IPersistDestination* target, bool saveAll)
 void NodeDB::load(IPersistDestination* source)
 {
     const QPointer<NodeDB> alive(this);
-    DatabaseReader reader(*this, source);
+    DatabaseReader reader(*this, d->drivers, source);
     survives("The database was not loaded as a whole: ", [&] {
         readSettings(*d, source);
         reader.readNodes();

@@ -41,6 +41,14 @@ void DriverTable::chooseFor(ENodeType type, const QList<Driver>& drivers)
     }
 }
 
+QString DriverTable::driverName(ENodeType type) const
+{
+    const Driver driver = find(type);
+    const QString unknown = QStringLiteral("unknown");
+    return driver.null() ? unknown
+                         : callPlugin("driverName", unknown, [&] { return driver->driverName(); });
+}
+
 QList<QPair<ENodeType, QString>> DriverTable::names(
     const QList<ENodeType>* types, bool exclude) const
 {

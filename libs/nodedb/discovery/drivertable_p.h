@@ -30,6 +30,9 @@ public:
     /** Returns the driver of that type; a null handle, silently, when there is none. */
     Driver find(ENodeType type) const { return m_entries.value(type); }
 
+    /** Returns the name of that type's driver, for log lines; "unknown" when there is none. */
+    QString driverName(ENodeType type) const;
+
     /** Returns type and readable name of the types in `types` (`exclude`: not in it; null: all),
      * ascending. */
     QList<QPair<ENodeType, QString>> names(const QList<ENodeType>* types, bool exclude) const;

@@ -172,13 +172,17 @@ public:
      * (`saveAll`: all) and the relations between them; then syncs it and clears the modified flag.
      * Holds the lock for reading throughout. If a node or the target throws, nothing is synced, the
      * modified flag stays as it is and a level 2 line says so.
+     *
+     * Each node is confined to its own entry: what it leaves open is closed there, what it closes
+     * or syncs too much is refused, with a level 2 line that names it and its driver. A target that
+     * is an INodeEntryTarget can put something else in the place of nodes that fail.
      */
     void save(IPersistDestination* target, bool saveAll);
 
     /**
      * Adds what `source` holds, meant for a fresh database: nodes are made by their drivers and
      * announced like inserted ones, settings change without signals. Entries that cannot be read
-     * are logged and left out. Clears the flag.
+     * are logged and left out; nodes are confined to their entries as in save(). Clears the flag.
      */
     void load(IPersistDestination* source);
 
