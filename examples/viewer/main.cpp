@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "nodestore/nodedb.h"
 #include "persistence/storefactory.h"
+#include "persistence/storelock.h"
 #include "platform/pluginloader.h"
 #include "views/nodeentry.h"
 #include "views/nodeview.h"
@@ -146,13 +147,12 @@ int main(int argc, char** argv)
         return fail(u"name a store, as in \"viewer devices.db\". "_qs + usual);
     if (!QFileInfo::exists(path))
         return fail(u"there is no store \"%1\""_qs.arg(name));
-    QLockFile lock(path + u".lock"_qs); // or what others save meanwhile would be undone
-    lock.setStaleLockTime(0);
-    if (picture.isEmpty() && !lock.tryLock() && lock.error() == QLockFile::LockFailedError)
-        return fail(u"another program is changing "_qs + name);
+    const auto lock = picture.isEmpty() ? StoreLock::take(name, &error) : nullptr;
+    if (!error.isEmpty()) // without it, what others save meanwhile would be undone
+        return fail(error);
     plugin::Loader::instance().addFolder(app.applicationDirPath() + u"/../lib/nodedb/plugins"_qs);
     const auto mode = picture.isEmpty() ? OpenMode::ReadWrite : OpenMode::ReadOnly;
-    const auto store = openStore(name, &error, mode);
+    const auto store = openStore(lock ? lock->store() : name, &error, mode);
     if (!store)
         return fail(error);
     NodeDB::getDB()->load(store.get());

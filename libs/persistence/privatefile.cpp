@@ -10,8 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -81,8 +83,20 @@ QString whyNoStoreAt(const QString& path, OpenMode mode, bool& exists)
 
 QString resolvedPath(const QString& path)
 {
-    const QString target = QFileInfo(path).canonicalFilePath();
-    return target.isEmpty() ? QFileInfo(path).absoluteFilePath() : target;
+    constexpr int k_mostLinks = 40; // as the kernel has it
+    QFileInfo file(path);
+    for (int i = 0; i < k_mostLinks && !file.exists() && file.isSymLink(); ++i) {
+        // Not QFileInfo's: that one takes "x/.." away where x may be a link itself.
+        std::error_code error;
+        const auto name = std::filesystem::path(QFile::encodeName(file.filePath()).toStdString());
+        const auto target = name.parent_path() / std::filesystem::read_symlink(name, error);
+        file.setFile(QFile::decodeName(target.c_str()));
+    }
+    const QString known = file.canonicalFilePath();
+    const QString folder = QFileInfo(file.path()).canonicalFilePath();
+    if (!known.isEmpty() || folder.isEmpty())
+        return known.isEmpty() ? file.absoluteFilePath() : known;
+    return QDir(folder).filePath(file.fileName());
 }
 
 QString systemError(const QString& path)
@@ -144,6 +158,12 @@ bool renameWithoutReplacing(const QString& from, const QString& to)
 {
     const QByteArray source = QFile::encodeName(from);
     const QByteArray target = QFile::encodeName(to);
+    // In one step, or a kill leaves a file with two names.
+    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE)
+        == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
     if (::link(source.constData(), target.constData()) == 0)
         return ::unlink(source.constData()) == 0;
     if (errno == EEXIST || QFile::exists(to))

@@ -14,7 +14,8 @@ namespace tq {
  */
 QString whyNoStoreAt(const QString& path, OpenMode mode, bool& exists);
 
-/** Returns the path itself, or what it leads to when it is a symbolic link. */
+/** Returns the path without symbolic links, absolute; the file, and what a link leads to, need not
+ * exist. */
 QString resolvedPath(const QString& path);
 
 /** Returns "PATH: reason" for what a system call has just set errno to. */

@@ -6,6 +6,7 @@
 #include "persistence/privatefile_p.h"
 #include "persistence/settingsdestination.h"
 #include "persistence/sqldestination.h"
+#include "persistence/storeplace_p.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -55,6 +56,12 @@ std::unique_ptr<IStore> openStore(const QString& urlOrPath, QString* error, Open
     const StoreName name = parsed(urlOrPath);
     QString reason;
     std::unique_ptr<IStore> store;
+    if (mode == OpenMode::ReadWrite)
+        reason = whyNotChangeable(resolvedStore(urlOrPath));
+    if (error)
+        *error = reason;
+    if (!reason.isEmpty())
+        return nullptr;
     switch (name.kind) {
     case EKind::Memory:
         store = std::make_unique<MemoryDestination>();
@@ -79,6 +86,16 @@ std::unique_ptr<IStore> openStore(const QString& urlOrPath, QString* error, Open
 QString storeFilePath(const QString& urlOrPath)
 {
     return parsed(urlOrPath).path;
+}
+
+QString resolvedStore(const QString& urlOrPath)
+{
+    const StoreName name = parsed(urlOrPath);
+    if (name.path.isEmpty())
+        return urlOrPath;
+    const QString scheme =
+        name.kind == EKind::Sqlite ? QStringLiteral("sqlite:") : QStringLiteral("ini:");
+    return scheme + resolvedPath(name.path);
 }
 
 QString moveCorruptStoreAside(const QString& urlOrPath, QString* error)

@@ -62,7 +62,9 @@ Run ProgramTest::onStore(const QByteArray& arguments, const QByteArray& input) c
 QMap<QString, QByteArray> ProgramTest::hashes() const
 {
     QMap<QString, QByteArray> result;
-    for (const QString& name : QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden))
+    QStringList names = QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden);
+    names.removeIf([](const QString& name) { return name.endsWith(QStringLiteral(".lock")); });
+    for (const QString& name : std::as_const(names))
         result[name] = QCryptographicHash::hash(
             contentOf(m_folder->filePath(name)), QCryptographicHash::Sha256);
     return result;

@@ -50,7 +50,8 @@ protected:
     /** The same with JSON output on the test's store; arguments are separated by blanks. */
     Run onStore(const QByteArray& arguments, const QByteArray& input = QByteArray()) const;
 
-    /** Returns the hash of every file in the folder by its name. */
+    /** Returns the hash of every file in the folder by its name, but for those that stores are
+     * locked with. */
     QMap<QString, QByteArray> hashes() const;
 
     QString m_store; ///< "devices.db" in the folder

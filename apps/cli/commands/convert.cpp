@@ -4,9 +4,12 @@
 #include "cli/invocation.h"
 
 #include "persistence/storefactory.h"
+#include "persistence/storelock.h"
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+
+#include <memory>
 
 namespace tq::cli {
 
@@ -14,20 +17,25 @@ namespace {
 
 const QString k_force = QStringLiteral("force");
 
-/** Refuses a target that is the source or would be overwritten without leave. */
-Outcome checkTarget(const QString& from, const QString& to, bool isForced)
+/** Refuses a target that is the source, that another program is changing or that would be
+ * overwritten without leave; else `lock` is the right to write it. */
+Outcome takeTarget(
+    const QString& from, const QString& to, bool isForced, std::unique_ptr<StoreLock>& lock)
 {
-    const QFileInfo source(storeFilePath(from));
-    const QFileInfo target(storeFilePath(to));
-    if (target.filePath().isEmpty() || !target.exists())
-        return Outcome::done();
-    if (source.canonicalFilePath() == target.canonicalFilePath())
+    const QString file = storeFilePath(resolvedStore(to));
+    const auto isThere = [&] { return !file.isEmpty() && QFileInfo::exists(file); };
+    if (isThere() && storeFilePath(resolvedStore(from)) == file)
         return Outcome::refused(
             QStringLiteral("%1 and %2 are the same store").arg(quoted(from), quoted(to)));
-    if (!isForced)
-        return Outcome::refused(
-            QStringLiteral("%1 exists already; --force replaces it").arg(quoted(to)));
-    return Outcome::done();
+    const QString isTaken = QStringLiteral("%1 exists already; --force replaces it");
+    if (isThere() && !isForced)
+        return Outcome::refused(isTaken.arg(quoted(to)));
+    QString error;
+    lock = StoreLock::take(to, &error);
+    if (!lock)
+        return Outcome::refused(error);
+    // Another program may have made it before we had the lock.
+    return isThere() && !isForced ? Outcome::refused(isTaken.arg(quoted(to))) : Outcome::done();
 }
 
 /** Drops what the target holds; like all of its changes this counts only when it is synced. */
@@ -50,10 +58,11 @@ Outcome convert(Invocation& call)
     const auto source = openStore(from, &error, OpenMode::ReadOnly);
     if (!source)
         return Outcome::refused(error);
-    const Outcome outcome = checkTarget(from, to, call.options().isSet(k_force));
+    std::unique_ptr<StoreLock> lock; // until the target is closed
+    const Outcome outcome = takeTarget(from, to, call.options().isSet(k_force), lock);
     if (!outcome.isDone())
         return outcome;
-    const auto target = openStore(to, &error, OpenMode::ReadWrite);
+    const auto target = openStore(lock->store(), &error, OpenMode::ReadWrite);
     if (!target)
         return Outcome::refused(error);
     clear(*target);
