@@ -9,12 +9,12 @@
 #include "persistence/storefactory.h"
 #include "platform/logline.h"
 #include "platform/pluginloader.h"
+#include "session/earlierentries.h"
 #include "session/keepingtarget.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QLockFile>
 #include <QScopeGuard>
 #include <QStandardPaths>
 
@@ -124,8 +124,9 @@ QString DatabaseSession::open(const QString& store, OpenMode mode)
     QString error;
     if (mode == OpenMode::ReadWrite)
         error = prepare(store);
+    m_storeName = m_lock ? m_lock->store() : store;
     if (error.isEmpty())
-        m_store = openStore(store, &error, mode);
+        m_store = openStore(m_storeName, &error, mode);
     if (m_store)
         error = load();
     if (!error.isEmpty()) {
@@ -139,21 +140,10 @@ QString DatabaseSession::prepare(const QString& store)
 {
     if (store == defaultStore())
         makeDefaultFolder();
-    const QString path = storeFilePath(store);
-    if (path.isEmpty())
-        return QString();
     // Each session saves everything it holds: a second writer would undo what the first one saved.
-    m_lock = std::make_unique<QLockFile>(path + QStringLiteral(".lock"));
-    m_lock->setStaleLockTime(0);
-    if (m_lock->tryLock() || m_lock->error() != QLockFile::LockFailedError)
-        return QString();
-    qint64 process = 0;
-    QString host;
-    QString application;
-    m_lock->getLockInfo(&process, &host, &application);
-    return tr("the store %1 is being changed by process %2; try again when it has ended")
-        .arg(inQuotes(path))
-        .arg(process);
+    QString error;
+    m_lock = StoreLock::take(store, &error);
+    return error;
 }
 
 QString DatabaseSession::load()
@@ -167,16 +157,40 @@ QString DatabaseSession::load()
         isWhole = m_kept.collect(*m_store, database()) && areSettingsSound(*m_store);
         m_store->endReading();
     }
-    m_settingsChanged = false;
-    if (m_kept.nodeCount() > 0)
-        logLine(Log::eSurvived,
-            "Stored nodes that no driver can load, kept as they are: ", m_kept.nodeCount());
+    m_hasChanges = false;
+    tellKept();
     if (isWhole && m_store->isUsable())
         return QString();
     const QString reason = m_store->errorString();
     return tr("the store %1 could not be read whole and was left as it is")
                .arg(inQuotes(m_store->location()))
         + (reason.isEmpty() ? QString() : QStringLiteral(": ") + reason);
+}
+
+void DatabaseSession::tellKept() const
+{
+    if (m_kept.lostCount() > 0)
+        logLine(Log::eSurvived,
+            "Stored nodes that no driver can load, kept as they are: ", m_kept.lostCount());
+    constexpr int k_most = 20;
+    const QStringList undecided = m_kept.undecided();
+    if (!undecided.isEmpty())
+        logLine(Log::eSurvived,
+            "Stored nodes that do not say whether they should be stored, kept as they are, without "
+            "changes, until ShouldPersist is set to yes: ",
+            undecided.mid(0, k_most).join(QStringLiteral(", ")),
+            undecided.size() > k_most ? QStringLiteral(", …") : QString());
+}
+
+/** Goes back to what is durable in the store, or was in memory before the save. */
+QString DatabaseSession::reopen(const StoreNode& inMemory)
+{
+    QString error;
+    m_store.reset(); // and with it what was not synced
+    m_store = openStore(m_storeName, &error);
+    if (m_store)
+        writeNode(*m_store, inMemory);
+    return error;
 }
 
 QString DatabaseSession::save()
@@ -188,25 +202,42 @@ QString DatabaseSession::save()
         return tr("the store %1 is being loaded").arg(where);
     if (m_store->openMode() == OpenMode::ReadOnly)
         return tr("the store %1 is open for reading only").arg(where);
+    const bool isInMemory = storeFilePath(m_storeName).isEmpty();
+    const StoreNode inMemory = isInMemory ? m_store->tree() : StoreNode();
     const KeptEntries kept = m_kept.remaining(database());
-    KeepingTarget target(*m_store, [&](IStore& store) {
-        kept.append(store);
-        m_views->save(&store);
-    });
-    database().save(&target, false);
-    if (target.isSynced()) {
-        m_settingsChanged = false;
-        return QString();
+    EarlierEntries earlier;
+    constexpr int k_mostPasses = 3; // a node may fail now and then
+    for (int i = 0; i < k_mostPasses; ++i) {
+        KeepingTarget target(*m_store, earlier, [&](IStore& store) {
+            kept.append(store);
+            m_views->save(&store);
+        });
+        database().save(&target, false);
+        m_hasChanges = m_hasChanges && !target.isSynced();
+        if (target.isSynced() && earlier.isEmpty())
+            return QString();
+        if (target.isSynced()) {
+            markChanged();
+            return tr("the store %1 was saved, but for nodes that could not be written: %2")
+                .arg(where, earlier.text());
+        }
+        const QString reason = m_store->errorString();
+        if (target.failed().isEmpty())
+            return reason.isEmpty() ? tr("nothing was saved into %1").arg(where) : reason;
+        const QString error = reopen(inMemory);
+        if (!error.isEmpty())
+            return error;
+        earlier.add(*m_store, target.failed());
+        if (!m_store->isUsable())
+            return tr("nothing was saved into %1, as it could not be read again").arg(where);
     }
-    const QString reason = m_store->errorString();
-    return reason.isEmpty()
-        ? tr("nothing was saved into %1: a node could not be written").arg(where)
-        : reason;
+    m_store->endReading();
+    return tr("nothing was saved into %1: other nodes fail each time").arg(where);
 }
 
 bool DatabaseSession::hasUnsavedChanges() const
 {
-    return m_settingsChanged || database().isModified();
+    return m_hasChanges || database().isModified();
 }
 
 QList<ENodeRelationType> DatabaseSession::relationTypes() const

@@ -4,6 +4,7 @@
 
 #include "nodestore/nodetypes.h"
 #include "persistence/istore.h"
+#include "persistence/storelock.h"
 #include "session/keptentries.h"
 
 #include <QObject>
@@ -11,8 +12,6 @@
 #include <QStringList>
 
 #include <memory>
-
-class QLockFile;
 
 namespace tq {
 
@@ -58,18 +57,23 @@ public:
     [[nodiscard]] QString open(const QString& store, OpenMode mode);
 
     /**
-     * Saves everything, and with it the stored entries that no driver could load; all of it becomes
-     * durable at once, or nothing. Refused without a store, while it is being loaded, and when it
-     * was opened for reading.
+     * Saves everything, and with it the stored entries that no driver could load, and those of
+     * nodes that are not stored only because their entries do not say whether they should be; all
+     * of it becomes durable at once, or nothing. Refused without a store, while it is being loaded,
+     * and when it was opened for reading.
+     *
+     * A node that throws or breaks out of its entry while it writes itself keeps the entry that the
+     * store has, and is left out when it has none: the rest is saved, the sentence that is returned
+     * names these nodes, and there still are unsaved changes.
      */
     [[nodiscard]] QString save();
 
     /** Returns whether nodes, relations, views, environments or settings changed since the last
-     * load or save. */
+     * load or save, or the last save had to leave out the change of a node. */
     bool hasUnsavedChanges() const;
 
     /** Notes a change of a setting that the database does not announce. */
-    void markChanged() { m_settingsChanged = true; }
+    void markChanged() { m_hasChanges = true; }
 
     /** Returns the types of relation that the database has or had in this session, ascending. */
     QList<ENodeRelationType> relationTypes() const;
@@ -80,15 +84,18 @@ public:
 private:
     QString prepare(const QString& store);
     QString load();
+    void tellKept() const;
+    QString reopen(const StoreNode& inMemory);
     void watchSettings();
 
     std::unique_ptr<NodeViews> m_views;
-    std::unique_ptr<QLockFile> m_lock;
+    std::unique_ptr<StoreLock> m_lock;
+    QString m_storeName; ///< as openStore() takes it
     std::unique_ptr<IStore> m_store;
     KeptEntries m_kept;
     QSet<int> m_relationTypes;
     bool m_isLoading = false;
-    bool m_settingsChanged = false;
+    bool m_hasChanges = false; ///< beside those that the database knows of
 };
 
 } // namespace tq

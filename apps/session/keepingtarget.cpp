@@ -4,13 +4,15 @@
 
 #include "persistence/istore.h"
 #include "platform/exceptions.h"
+#include "session/earlierentries.h"
 
 #include <utility>
 
 namespace tq {
 
-KeepingTarget::KeepingTarget(IStore& store, std::function<void(IStore&)> beforeSync)
-    : m_store(store), m_beforeSync(std::move(beforeSync))
+KeepingTarget::KeepingTarget(
+    IStore& store, const EarlierEntries& earlier, std::function<void(IStore&)> beforeSync)
+    : m_store(store), m_earlier(earlier), m_beforeSync(std::move(beforeSync))
 {
 }
 
@@ -68,11 +70,25 @@ bool KeepingTarget::contains(const QString& key) const
 
 void KeepingTarget::sync()
 {
+    if (!m_failed.isEmpty())
+        throw ExceptionQt(QStringLiteral("some nodes failed; once more without them"));
     m_beforeSync(m_store);
     m_store.sync();
     if (!m_store.errorString().isEmpty())
         throw ExceptionQt(m_store.errorString());
     m_isSynced = true;
+}
+
+INodeEntryTarget::EWriter KeepingTarget::writerOf(const NodeID& id)
+{
+    if (!m_earlier.contains(id))
+        return EWriter::eNode;
+    return m_earlier.entry(id) ? EWriter::eTarget : EWriter::eNobody;
+}
+
+void KeepingTarget::writeEntry(const NodeID& id)
+{
+    writeNode(m_store, *m_earlier.entry(id));
 }
 
 } // namespace tq

@@ -8,6 +8,8 @@
 #include "persistence/istore.h"
 #include "platform/logline.h"
 #include "platform/persistscope.h"
+#include "session/pluginanswer.h"
+#include "session/storedkeys.h"
 
 #include <QSet>
 
@@ -15,17 +17,9 @@
 
 namespace tq {
 
-namespace {
+using namespace stored;
 
-const QString k_nodesGroup = QStringLiteral("GlobalNodes");
-const QString k_nodes = QStringLiteral("Nodes");
-const QString k_relationsGroup = QStringLiteral("NodeRelations");
-const QString k_relations = QStringLiteral("Relations");
-const QString k_id = QStringLiteral("ID");
-const QString k_type = QStringLiteral("NodeType");
-const QString k_from = QStringLiteral("NodeFrom");
-const QString k_to = QStringLiteral("NodeTo");
-const QString k_relationType = QStringLiteral("RelationType");
+namespace {
 
 QSet<int> typesWithDriver(const NodeDB& database)
 {
@@ -33,6 +27,21 @@ QSet<int> typesWithDriver(const NodeDB& database)
     for (const auto& [type, name] : database.readableNodeTypeNames())
         result.insert(type);
     return result;
+}
+
+/** Returns whether a stored value says yes or no; stores without types give texts. */
+bool isDecided(const QVariant& value)
+{
+    static const QStringList k_words{ QStringLiteral("true"), QStringLiteral("false"),
+        QStringLiteral("1"), QStringLiteral("0") };
+    return value.metaType() == QMetaType::fromType<bool>()
+        || k_words.contains(value.toString(), Qt::CaseInsensitive);
+}
+
+/** Returns whether the database holds the node, and a save would pass it over. */
+bool isTakenForNo(const tqm::smart<const Node>& node)
+{
+    return !node.null() && !pluginAnswer(false, [&] { return node->shouldPersist(); });
 }
 
 /** Reads an array as the database does. Returns whether nothing but a few entries is missing. */
@@ -82,26 +91,27 @@ void appendEntries(
 bool KeptEntries::collect(IStore& store, const NodeDB& database)
 {
     m_nodes.clear();
+    m_ids.clear();
     m_relations.clear();
     const QSet<int> known = typesWithDriver(database);
     QList<int> indexes;
-    QStringList ids;
     const bool isWhole = readEntries(store, k_nodesGroup, k_nodes, [&](int i) {
         const QVariant id = store.value(k_id);
         const QVariant type = store.value(k_type);
         const bool isThere = id.isValid() || type.isValid();
-        const bool isLost = !known.contains(type.toInt())
-            || (!id.toString().isEmpty() && database.node(id.toString()).null());
-        if (isThere && isLost) {
+        const auto node = database.node(id.toString());
+        const bool isLost =
+            !known.contains(type.toInt()) || (!id.toString().isEmpty() && node.null());
+        const bool isUndecided =
+            !isLost && isTakenForNo(node) && !isDecided(store.value(k_shouldPersist));
+        if (isThere && (isLost || isUndecided)) {
             indexes.append(i);
-            ids.append(id.toString());
+            add({ id.toString(), {}, isUndecided });
         }
         return isThere;
     });
-    for (qsizetype i = 0; i < indexes.size(); ++i) {
-        const StoreLocation entry{ { k_nodesGroup, -1 }, { k_nodes, indexes[i] } };
-        m_nodes.append({ ids[i], store.tree(entry) });
-    }
+    for (qsizetype i = 0; i < indexes.size(); ++i)
+        m_nodes[i].entry = store.tree({ { k_nodesGroup, -1 }, { k_nodes, indexes[i] } });
     return collectRelations(store) && isWhole;
 }
 
@@ -110,7 +120,7 @@ bool KeptEntries::collectRelations(IStore& store)
     return readEntries(store, k_relationsGroup, k_relations, [&](int) {
         const QVariant from = store.value(k_from);
         const QVariant to = store.value(k_to);
-        if (isKept(from.toString()) || isKept(to.toString())) {
+        if (m_ids.contains(from.toString()) || m_ids.contains(to.toString())) {
             m_relations.append(
                 { from.toString(), to.toString(), store.value(k_relationType).toInt() });
         }
@@ -118,24 +128,48 @@ bool KeptEntries::collectRelations(IStore& store)
     });
 }
 
-bool KeptEntries::isKept(const QString& id) const
+void KeptEntries::add(const KeptNode& node)
 {
-    return std::any_of(
-        m_nodes.begin(), m_nodes.end(), [&](const KeptNode& node) { return node.id == id; });
+    m_nodes.append(node);
+    m_ids.insert(node.id);
+}
+
+bool KeptEntries::isNeeded(const KeptNode& node, const NodeDB& database)
+{
+    const auto loaded = database.node(node.id);
+    return node.isUndecided ? isTakenForNo(loaded) : loaded.null();
+}
+
+qsizetype KeptEntries::lostCount() const
+{
+    return std::count_if(
+        m_nodes.begin(), m_nodes.end(), [](const KeptNode& node) { return !node.isUndecided; });
+}
+
+QStringList KeptEntries::undecided() const
+{
+    QStringList result;
+    for (const KeptNode& node : m_nodes) {
+        if (node.isUndecided)
+            result.append(node.id);
+    }
+    result.removeDuplicates();
+    return result;
 }
 
 KeptEntries KeptEntries::remaining(const NodeDB& database) const
 {
     KeptEntries result;
     for (const KeptNode& node : m_nodes) {
-        if (database.node(node.id).null())
-            result.m_nodes.append(node);
+        if (isNeeded(node, database))
+            result.add(node);
     }
     for (const KeptRelation& relation : m_relations) {
         // The database drops a relation when the node at its other end is removed.
         const QStringList destinations =
             database.relatedNodes(relation.from, ENodeRelationType(relation.type));
-        const bool isOurs = result.isKept(relation.from) || result.isKept(relation.to);
+        const bool isOurs =
+            result.m_ids.contains(relation.from) || result.m_ids.contains(relation.to);
         if (isOurs && destinations.contains(relation.to))
             result.m_relations.append(relation);
     }

@@ -5,7 +5,9 @@
 #include "persistence/istoretree.h"
 
 #include <QList>
+#include <QSet>
 #include <QString>
+#include <QStringList>
 
 namespace tq {
 
@@ -13,8 +15,11 @@ class IStore;
 class NodeDB;
 
 /**
- * What a store holds but the database could not load, because no driver makes such nodes: the raw
- * entries, and the relations they take part in.
+ * What a store holds and a save of the database would drop: the raw entries, and the relations they
+ * take part in.
+ *
+ * There are two kinds. No driver could load the one. The other is in the database, but its entry
+ * says neither yes nor no about whether it should be stored, and the database takes that for no.
  */
 class KeptEntries
 {
@@ -25,20 +30,25 @@ public:
      */
     [[nodiscard]] bool collect(IStore& store, const NodeDB& database);
 
-    /** Returns what is still to be kept: nodes that came back meanwhile and relations that were
-     * removed are not. */
+    /** Returns what is still to be kept: relations that were removed are not, nor nodes that came
+     * back meanwhile or, where the entry was undecided, were removed or write themselves. */
     KeptEntries remaining(const NodeDB& database) const;
 
     /** Adds everything to the nodes and relations that were just written into `store`. */
     void append(IStore& store) const;
 
-    qsizetype nodeCount() const { return m_nodes.size(); }
+    /** Returns how many nodes no driver could load. */
+    qsizetype lostCount() const;
+
+    /** Returns the ids of the nodes whose entries say neither yes nor no. */
+    QStringList undecided() const;
 
 private:
     struct KeptNode
     {
         QString id;
         StoreNode entry;
+        bool isUndecided = false; ///< and in the database
     };
 
     struct KeptRelation
@@ -48,10 +58,12 @@ private:
         int type = 0;
     };
 
-    bool isKept(const QString& id) const;
+    static bool isNeeded(const KeptNode& node, const NodeDB& database);
+    void add(const KeptNode& node);
     bool collectRelations(IStore& store);
 
     QList<KeptNode> m_nodes;
+    QSet<QString> m_ids; ///< of m_nodes
     QList<KeptRelation> m_relations;
 };
 

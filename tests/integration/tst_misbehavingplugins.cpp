@@ -30,6 +30,8 @@ private slots:
     void aBrokenDriverIsNamedAndHarmsNothing_data();
     void aBrokenDriverIsNamedAndHarmsNothing();
     void brokenNodesHarmNoOthers();
+    void nodesHarmNoEntryButTheirOwn_data();
+    void nodesHarmNoEntryButTheirOwn();
 
 private:
     int run(const QString& plugins, const QStringList& arguments);
@@ -125,6 +127,40 @@ void TestMisbehavingPlugins::brokenNodesHarmNoOthers()
         m_error.constData());
     QCOMPARE(hashOf(m_store), before);
     QCOMPARE(call("set well Note=x"), 0);
+}
+
+void TestMisbehavingPlugins::nodesHarmNoEntryButTheirOwn_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::newRow("group array") << QByteArray("left an array open, left a group open");
+    QTest::newRow("endArray endGroup") << QByteArray("closed an array that it had not opened");
+    QTest::newRow("sync") << QByteArray("called sync()");
+    QTest::newRow("throw") << QByteArray("broken node");
+}
+
+void TestMisbehavingPlugins::nodesHarmNoEntryButTheirOwn()
+{
+    QFETCH(QByteArray, line);
+    const auto both = [&](const QStringList& arguments) {
+        return run(
+            text(GOOD_PLUGINS), QStringList{ text("--plugins"), text(BROKEN_PLUGINS) } + arguments);
+    };
+    const QString camera = text("ip:192.0.2.3:80");
+    const QString store = m_folder.filePath(text("devices.db"));
+    QFile::remove(store);
+    QCOMPARE(both({ text("add"), text("192.0.2.3"), text("--type"), text("2") }), 0);
+    QCOMPARE(both({ text("add"), text("192.0.2.4"), text("--type"), text("18") }), 0);
+    const QByteArray before = hashOf(store);
+    const QString note = text("Note=") + text(QTest::currentDataTag());
+    QCOMPARE(both({ text("set"), text("unruly"), note }), 1);
+    QVERIFY2(m_error.contains("unruly, driver misbehaving: " + line), m_error.constData());
+    QVERIFY2(m_error.contains("\"unruly\" (its earlier entry stays)"), m_error.constData());
+    QVERIFY(hashOf(store) != before); // saved all the same
+    QCOMPARE(both({ text("set"), camera, text("Note=mine") }), 0);
+    QCOMPARE(both({ text("show"), camera }), 0);
+    QVERIFY2(m_out.contains("mine"), m_out.constData());
+    QCOMPARE(both({ text("show"), text("unruly") }), 0);
+    QVERIFY2(!m_out.contains(note.mid(5).toUtf8()), m_out.constData());
 }
 
 QTEST_GUILESS_MAIN(TestMisbehavingPlugins)

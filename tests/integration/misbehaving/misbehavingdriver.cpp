@@ -1,11 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-// A driver plug-in that breaks its promises: it throws for type 15, gives nothing for type 16, and
-// its nodes of type 17, which have the address as their id, fail in turn.
+// A driver plug-in that breaks its promises: it throws for type 15 and gives nothing for type 16; its
+// nodes of type 17, which have the address as their id, fail in turn, and those of type 18 do what
+// their notes say.
 #include "discovery/inodedrivercomponent.h"
 #include "discovery/nodehintipdevice.h"
 #include "misbehavingnode.h"
 #include "nodestore/nodedb.h"
+#include "shared/unrulynode.h"
 
 #include <stdexcept>
 
@@ -15,6 +17,7 @@ namespace {
 
 constexpr auto k_throwing = ENodeType(15);
 constexpr auto k_empty = ENodeType(16);
+constexpr auto k_unruly = ENodeType(18);
 
 [[noreturn]] void breakDown()
 {
@@ -31,7 +34,8 @@ class MisbehavingDriver : public QObject, public INodeDriverComponent
 public:
     bool supportsNodeType(ENodeType type, int*) override
     {
-        return type == k_throwing || type == k_empty || type == MisbehavingNode::k_type;
+        return type == k_throwing || type == k_empty || type == MisbehavingNode::k_type
+            || type == k_unruly;
     }
     QString readableNodeTypeName(ENodeType type) override
     {
@@ -43,12 +47,18 @@ public:
     {
         if (type == k_throwing)
             breakDown();
+        if (type == k_unruly)
+            return new tst::UnrulyNode(QString(), k_unruly);
         return type == MisbehavingNode::k_type ? new MisbehavingNode(QString()) : nullptr;
     }
     NodeID createNodeFromHint(const NodeHint& hint) override
     {
         if (hint.nodeType() == k_throwing)
             breakDown();
+        if (hint.nodeType() == k_unruly) {
+            NodeDB::getDB()->insertNode(new tst::UnrulyNode(QStringLiteral("unruly"), k_unruly));
+            return QStringLiteral("unruly");
+        }
         const auto* const device = dynamic_cast<const NodeHintIPDevice*>(&hint);
         if (hint.nodeType() != MisbehavingNode::k_type || !device)
             return NodeID();
