@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-// A driver plug-in that breaks its promises: it throws for type 15 and gives nothing for type 16; its
-// nodes of type 17, which have the address as their id, fail in turn, and those of type 18 do what
-// their notes say.
+// A driver plug-in that breaks its promises: it throws for type 15 and gives nothing for type 16;
+// its nodes of type 17, which have the address as their id, fail in turn, and those of type 18 do
+// what their notes say.
 #include "discovery/inodedrivercomponent.h"
 #include "discovery/nodehintipdevice.h"
 #include "misbehavingnode.h"
