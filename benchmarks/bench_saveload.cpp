@@ -43,7 +43,7 @@ void measure(const QString& path, int nodes, Times& times)
 {
     NodeDB::freeDB();
     fill(nodes);
-    times.save.push_back(seconds([&] { NodeDB::getDB()->save(openStore(path).get(), false); }));
+    times.save.push_back(seconds([&] { NodeDB::getDB()->save(openStore(path, nullptr, OpenMode::Create).get(), false); }));
     NodeDB::freeDB();
     NodeDB* const db = NodeDB::getDB();
     times.load.push_back(

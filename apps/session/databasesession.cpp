@@ -122,7 +122,7 @@ QString DatabaseSession::open(const QString& store, OpenMode mode)
     if (m_store)
         return tr("the store %1 is open already").arg(inQuotes(m_store->location()));
     QString error;
-    if (mode == OpenMode::ReadWrite)
+    if (mode != OpenMode::ReadOnly)
         error = prepare(store);
     m_storeName = m_lock ? m_lock->store() : store;
     if (error.isEmpty())

@@ -50,9 +50,9 @@ public:
     NodeViews& views() const;
 
     /**
-     * Opens the store and loads it. For writing, the store need not exist, and no other session may
-     * have it open for writing. A store that cannot be read, or not whole, is refused and left as
-     * it is.
+     * Opens the store and loads it. Only with OpenMode::Create need it not exist. For writing, no
+     * other session may have it open for writing. A store that cannot be read, or not whole, is
+     * refused and left as it is.
      */
     [[nodiscard]] QString open(const QString& store, OpenMode mode);
 

@@ -13,7 +13,8 @@ namespace tq {
 /** What may be done with a store. */
 enum class OpenMode {
     ReadOnly, ///< the store must exist; nothing is written or created, writes are refused
-    ReadWrite, ///< a store that does not exist is created by the first sync()
+    ReadWrite, ///< the store must exist
+    Create, ///< as ReadWrite, but a store that does not exist is created by the first sync()
 };
 
 /**

@@ -69,14 +69,14 @@ QString whyNoStoreAt(const QString& path, OpenMode mode, bool& exists)
             return QStringLiteral("The store %1 may not be read.").arg(path);
         if (file.size() == 0)
             return QStringLiteral("The store %1 is an empty file: its content is lost.").arg(path);
-        if (mode == OpenMode::ReadWrite && !file.isWritable())
+        if (mode != OpenMode::ReadOnly && !file.isWritable())
             return QStringLiteral("The store %1 may not be written.").arg(path);
-    } else if (mode == OpenMode::ReadOnly) {
+    } else if (mode != OpenMode::Create) {
         return QStringLiteral("There is no store %1.").arg(path);
     }
     if (!folder.isDir())
         return QStringLiteral("The folder of the store %1 does not exist.").arg(path);
-    if (mode == OpenMode::ReadWrite && !folder.isWritable())
+    if (mode != OpenMode::ReadOnly && !folder.isWritable())
         return QStringLiteral("The folder of the store %1 may not be written.").arg(path);
     return QString();
 }

@@ -72,7 +72,7 @@ bool SqlTables::connect(const QString& file)
     return run(QStringLiteral("PRAGMA secure_delete = ON"))
         && run(QStringLiteral("PRAGMA synchronous = EXTRA"))
         && run(QStringLiteral("PRAGMA trusted_schema = OFF"))
-        && (m_mode == OpenMode::ReadWrite || run(QStringLiteral("PRAGMA query_only = ON")));
+        && (m_mode != OpenMode::ReadOnly || run(QStringLiteral("PRAGMA query_only = ON")));
 }
 
 void SqlTables::disconnect()
@@ -109,7 +109,7 @@ QString SqlTables::openExisting()
 bool SqlTables::create()
 {
     bool exists = false;
-    QString error = whyNoStoreAt(m_path, OpenMode::ReadWrite, exists);
+    QString error = whyNoStoreAt(m_path, OpenMode::Create, exists);
     if (error.isEmpty() && exists)
         error = QStringLiteral("The store %1 was made by somebody else meanwhile.").arg(m_path);
     if (error.isEmpty())

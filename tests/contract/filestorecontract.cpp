@@ -221,25 +221,26 @@ void FileStoreContract::damagedFilesAreRefusedAndLeft()
 void FileStoreContract::unusablePathsAreNamed_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::addColumn<bool>("readOnly");
-    QTest::newRow("missing") << QStringLiteral("none") << true;
-    QTest::newRow("missing folder") << QStringLiteral("none/") + m_fileName << false;
-    QTest::newRow("folder") << QStringLiteral(".") << false;
-    QTest::newRow("below a file") << QStringLiteral("file/") + m_fileName << false;
-    QTest::newRow("not to be looked at") << QStringLiteral("loop") << false;
+    QTest::addColumn<tq::OpenMode>("mode");
+    const auto create = tq::OpenMode::Create;
+    QTest::newRow("missing") << QStringLiteral("none") << tq::OpenMode::ReadOnly;
+    QTest::newRow("mistyped") << QStringLiteral("none") << tq::OpenMode::ReadWrite;
+    QTest::newRow("missing folder") << QStringLiteral("none/") + m_fileName << create;
+    QTest::newRow("folder") << QStringLiteral(".") << create;
+    QTest::newRow("below a file") << QStringLiteral("file/") + m_fileName << create;
+    QTest::newRow("not to be looked at") << QStringLiteral("loop") << create;
 }
 
 void FileStoreContract::unusablePathsAreNamed()
 {
     QFETCH(QString, path);
-    QFETCH(bool, readOnly);
+    QFETCH(tq::OpenMode, mode);
     QFile file(m_folder->filePath(QStringLiteral("file")));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(QFile::link(QStringLiteral("loop"), m_folder->filePath(QStringLiteral("loop"))));
     QString error;
     const QString full = m_folder->filePath(path);
-    QVERIFY(!tq::openStore(
-        m_urlStart + full, &error, readOnly ? tq::OpenMode::ReadOnly : tq::OpenMode::ReadWrite));
+    QVERIFY(!tq::openStore(m_urlStart + full, &error, mode));
     QVERIFY2(error.contains(QDir::cleanPath(full)), qPrintable(error));
     QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files), QStringList{ QStringLiteral("file") });
 }

@@ -50,7 +50,7 @@ int runContract(int argc, char* argv[], QObject& test)
         return QTest::qExec(&test, argc, argv);
     QTextStream out(stdout);
     const auto store = tq::openStore(
-        arguments.value(2), nullptr, dumps ? tq::OpenMode::ReadOnly : tq::OpenMode::ReadWrite);
+        arguments.value(2), nullptr, dumps ? tq::OpenMode::ReadOnly : tq::OpenMode::Create);
     if (!store)
         return 2;
     if (dumps) {

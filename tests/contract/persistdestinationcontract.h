@@ -46,7 +46,7 @@ private slots:
 
 protected:
     /** Opens the store; the test fails when that fails. */
-    std::unique_ptr<tq::IStore> open(tq::OpenMode mode = tq::OpenMode::ReadWrite);
+    std::unique_ptr<tq::IStore> open(tq::OpenMode mode = tq::OpenMode::Create);
 
     /** Returns the store after a sync, opened anew when it is one in a file. */
     std::unique_ptr<tq::IStore> reopened(std::unique_ptr<tq::IStore> store);

@@ -113,7 +113,7 @@ void TestRoundTrip::writeDatabase(int index)
     const QStringList first = recordedSave(&memory, savesAll(index));
     m_firstSaves.append(printed(first));
     for (const char* ending : { "ini", "db" }) {
-        const auto store = openStore(path(index, ending));
+        const auto store = openStore(path(index, ending), nullptr, OpenMode::Create);
         QVERIFY(store);
         QCOMPARE(recordedSave(store.get(), savesAll(index)), first);
         QCOMPARE(store->errorString(), QString());

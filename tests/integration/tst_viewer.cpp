@@ -27,7 +27,7 @@ void storeViews(const QString& path, bool areAny = true)
     gates->append(tqm::smart<NodeEntry>(new NodeEntry(QStringLiteral("south"))));
     if (areAny)
         views.root()->append(gates);
-    const auto store = openStore(path);
+    const auto store = openStore(path, nullptr, OpenMode::Create);
     views.save(store.get());
     store->sync();
     QVERIFY(store->isUsable());

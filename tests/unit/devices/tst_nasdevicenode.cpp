@@ -269,7 +269,7 @@ void TestNASDeviceNode::unsavedPasswordsAreInNoFile()
     node->addLocalUser(text("ben"), saved, true);
     f.db->insertNode(node);
     const QString path = store.replace(QLatin1Char(':'), text(":") + folder.path() + text("/"));
-    const auto target = openStore(path);
+    const auto target = openStore(path, nullptr, OpenMode::Create);
     QVERIFY(target);
     // Twice: what a first save left behind counts as well.
     f.db->save(target.get(), false);

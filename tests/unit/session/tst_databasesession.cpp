@@ -31,7 +31,7 @@ struct Session
 
     NodeDB& db() { return session.database(); }
     NodeView& root() { return *session.views().root(); }
-    QString open(const QString& store) { return session.open(store, OpenMode::ReadWrite); }
+    QString open(const QString& store) { return session.open(store, OpenMode::Create); }
 
     const tst::LogCapture log;
     tst::FakeDriver driver;

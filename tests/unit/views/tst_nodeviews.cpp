@@ -105,7 +105,7 @@ void TestNodeViews::everyStoreGivesTheTreesBack()
     empty->append(shared);
     views.root()->append(node(text("at the top")));
     const QString before = tst::treeText(*views.root());
-    auto store = openStore(location);
+    auto store = openStore(location, nullptr, OpenMode::Create);
     const View once = appended(*site, "stood here once");
     views.save(store.get());
     site->remove(once->id());
