@@ -42,6 +42,7 @@ ComponentInfo infoFrom(const QJsonObject& metaData, const QString& origin)
     info.name = metaData[QStringLiteral("name")].toString(QFileInfo(origin).completeBaseName());
     info.interfaces = strings(metaData[QStringLiteral("interfaces")]);
     info.capabilities = strings(metaData[QStringLiteral("capabilities")]);
+    info.options = metaData[QStringLiteral("options")].toObject().keys();
     info.origin = origin;
     return info;
 }

@@ -26,6 +26,7 @@ struct ComponentInfo
     QStringList
         capabilities; ///< words by which applications choose among components of one interface
     QString origin; ///< the library's path; empty for components of this process
+    QStringList options = {}; ///< keys of the options that it asks the loader for, ascending
 };
 
 /** A library or folder that could not be used. */
@@ -40,9 +41,9 @@ struct LoadError
  *
  * Components come from folders of shared libraries and from the process itself. A library's Qt
  * metadata has the interface id k_pluginId and an object {"name": …, "interfaces": […],
- * "capabilities": […]}; its root object must be an IComponent. A library is loaded when it is first
- * listed, and never unloaded. Libraries and folders that others than their owner could write to are
- * refused. Use it on one thread.
+ * "capabilities": […], "options": {KEY: MEANING…}}; its root object must be an IComponent. A
+ * library is loaded when it is first listed, and never unloaded. Libraries and folders that others
+ * than their owner could write to are refused. Use it on one thread.
  */
 class PLATFORM_EXPORT Loader
 {
@@ -84,8 +85,8 @@ public:
 
     /**
      * Sets what a component asks for by `name`: "component/key", such as "dnssd/serviceTypes". The
-     * program sets options before it starts the component; each says which it knows. clear()
-     * forgets them.
+     * program sets options before it starts the component; each declares its keys in its metadata.
+     * clear() forgets them.
      */
     void setOption(const QString& name, const QString& value);
 
