@@ -43,7 +43,7 @@ on_loopback() {
 # arrange NAME TYPE VIEW: makes a view in VIEW of the nodes of a type, if there are any.
 arrange() {
   local name=$1 type=$2 in=$3 listed text ids
-  listed=$("$nodedb" --store "$store" --json list --type "$type")
+  listed=$("$nodedb" --store "$store" --json list --type "$type") || return 0 # built without its driver
   text=$(python3 -c 'import json, sys; print(*(n["ID"] for n in json.load(sys.stdin)["items"]), sep="\n")' <<<"$listed")
   [ -n "$text" ] || return 0
   mapfile -t ids <<<"$text"

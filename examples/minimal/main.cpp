@@ -27,9 +27,15 @@ int main(int argc, char** argv)
         copy->setNote(u"at the gate"_qs);
         db->endUpdateNode(copy);
     }
-    const auto store = tq::openStore(u"memory:"_qs);
+    const auto store = tq::openStore(u"memory:"_qs); // or a file: OpenMode::Create makes a new one
     db->save(store.get(), false);
     qInfo() << "saved:" << !db->isModified() << "nodes:" << db->nodeIdList().size();
+    tq::NodeDB::freeDB();
+
+    tq::NodeDB* const next = tq::NodeDB::getDB(); // an empty one, as in the next run of the program
+    next->load(store.get());
+    for (const QString& id : next->nodeIdList())
+        qInfo() << "loaded:" << id << next->node(id)->note();
     tq::NodeDB::freeDB();
     loader.clear();
 }
