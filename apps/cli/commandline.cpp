@@ -3,12 +3,14 @@
 #include "cli/commandline.h"
 
 #include "cli/commands/commands.h"
+#include "cli/numericarguments.h"
 #include "cli/simulation.h"
 
 #include "platform/log.h"
 #include "platform/plugincall.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
 namespace tq::cli {
 
@@ -19,7 +21,10 @@ const QString k_program = QStringLiteral("nodedb");
 void addGlobalOptions(QCommandLineParser& parser)
 {
     parser.addOptions({
-        { text("store"), text("Use this store: sqlite:FILE, ini:FILE or a path."), text("URL") },
+        { text("store"),
+            text("Use this store: sqlite:FILE, ini:FILE or a path. Without it, that of the "
+                 "variable NODEDB_STORE, or one in the folder for data."),
+            text("URL") },
         { text("json"), text("Print one JSON document.") },
         { text("plugins"), text("Look for plug-ins here instead."), text("DIR") },
         { text("as"), text("Act as this person: logins are kept for each."), text("NAME") },
@@ -29,7 +34,7 @@ void addGlobalOptions(QCommandLineParser& parser)
             text("SITE") },
         { text("option"), text("Set an option of a component; may be repeated."),
             text("NAME=VALUE") },
-        { text("verbose"), text("Log progress as well.") },
+        { text("verbose"), text("Show all log lines, progress as well, as they come.") },
         { { text("h"), text("help") }, text("Show this help.") },
     });
 }
@@ -71,8 +76,7 @@ int CommandLine::run(const QStringList& arguments)
     if (const auto thrown = thrownBy([&] { outcome = parse(arguments); }))
         outcome = Outcome::refused(
             QStringLiteral("the command was broken off, because something failed: ") + *thrown);
-    m_output.finish(m_command, outcome);
-    return outcome.exitCode;
+    return m_output.finish(m_command, outcome);
 }
 
 Outcome CommandLine::parse(const QStringList& arguments)
@@ -111,20 +115,21 @@ Outcome CommandLine::runCommand(const Command& command, const QStringList& argum
     addGlobalOptions(parser);
     if (command.addOptions)
         command.addOptions(parser);
-    if (!parser.parse(QStringList(k_program) + arguments))
+    QStringList positional;
+    if (!parseWithNumbers(parser, QStringList(k_program) + arguments, positional))
         return Outcome::usage(parser.errorText());
     if (parser.isSet(text("help")))
         return help({ command.name });
     Outcome outcome = takeGlobals(parser);
     if (!outcome.isDone())
         return outcome;
-    const QStringList positional = parser.positionalArguments();
     if (!command.takes(positional.size())) {
         const QString usage = command.name + QLatin1Char(' ') + command.arguments;
         return Outcome::usage(QStringLiteral("the call is \"nodedb %1\"").arg(usage.trimmed()));
     }
     Invocation invocation(m_globals, parser, positional, m_output);
-    return command.run(invocation);
+    outcome = invocation.checkComponentOptions();
+    return outcome.isDone() ? command.run(invocation) : outcome;
 }
 
 Outcome CommandLine::takeGlobals(const QCommandLineParser& parser)
@@ -133,10 +138,17 @@ Outcome CommandLine::takeGlobals(const QCommandLineParser& parser)
         m_globals.store = parser.value(text("store"));
     if (parser.isSet(text("plugins")))
         m_globals.pluginFolders = parser.values(text("plugins"));
+    for (const QString& folder : parser.values(text("plugins"))) {
+        if (!QFileInfo(folder).isDir())
+            return Outcome::refused(QStringLiteral("there is no folder %1 to look for plug-ins in")
+                                        .arg(quoted(folder)));
+    }
     if (parser.isSet(text("as")))
         m_globals.activeUser = parser.value(text("as"));
-    if (parser.isSet(text("verbose")))
+    if (parser.isSet(text("verbose"))) {
         LogQt::instance().setLogLevel(Log::eProgress);
+        m_output.log().showRaw();
+    }
     return takeComponents(parser);
 }
 

@@ -46,6 +46,26 @@ void Invocation::setComponentOptions()
         loader.setOption(QStringLiteral("simulated/site"), m_globals.site);
 }
 
+Outcome Invocation::checkComponentOptions()
+{
+    if (m_globals.componentOptions.isEmpty())
+        return Outcome::done();
+    session(); // finds the plug-ins
+    QStringList known;
+    for (const plugin::ComponentInfo& info : plugin::Loader::instance().components()) {
+        for (const QString& key : info.options)
+            known.append(info.name + QLatin1Char('/') + key);
+    }
+    known.sort();
+    for (const auto& [name, value] : m_globals.componentOptions) {
+        if (!known.contains(name))
+            return Outcome::refused(
+                QStringLiteral("no component has the option %1; known are: %2")
+                    .arg(quoted(name), known.isEmpty() ? text("none") : known.join(text(", "))));
+    }
+    return Outcome::done();
+}
+
 Outcome Invocation::runAction(const QList<Command>& actions)
 {
     const QString name = m_arguments.takeFirst();
@@ -63,7 +83,9 @@ Outcome Invocation::runAction(const QList<Command>& actions)
 
 Outcome Invocation::open(OpenMode mode)
 {
-    QString store = m_globals.store ? *m_globals.store : DatabaseSession::defaultStore();
+    QString store = m_globals.store ? *m_globals.store : qEnvironmentVariable("NODEDB_STORE");
+    if (store.isEmpty() && !m_globals.store)
+        store = DatabaseSession::defaultStore();
     if (m_globals.keepsNothing())
         store = QStringLiteral("memory:");
     const QString error = session().open(store, mode);

@@ -60,6 +60,9 @@ public:
 
     const GlobalOptions& globals() const { return m_globals; }
 
+    /** Refuses --option for what no component declares. */
+    Outcome checkComponentOptions();
+
     /** Runs that of \p actions which the first argument names, with the arguments after it. */
     Outcome runAction(const QList<Command>& actions);
 

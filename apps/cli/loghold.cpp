@@ -4,27 +4,94 @@
 
 #include "platform/log.h"
 
+#include <QHash>
 #include <QIODevice>
+#include <QRegularExpression>
+#include <QStringList>
 
-#include <atomic>
+#include <array>
 #include <cstdio>
+#include <utility>
 
 namespace tq::cli {
 
-/** Takes the logger's text, under the logger's mutex. */
+namespace {
+
+void writeToStandardError(const QByteArray& text)
+{
+    std::fwrite(text.constData(), 1, std::size_t(text.size()), stderr);
+    std::fflush(stderr);
+}
+
+/** Returns a line without what LogQt::pre() puts before it. */
+QString withoutPrefix(const QString& line)
+{
+    static const QRegularExpression prefix(QStringLiteral("^\\S+ \\[\\d\\] "));
+    const auto match = prefix.match(line);
+    return match.hasMatch() ? line.mid(match.capturedEnd()) : line;
+}
+
+/** Returns whether the sentence tells what the line tells: in words of its own that are known here,
+ * or because it gives the reason that follows one of the line's colons. */
+bool repeats(const QString& sentence, const QString& line)
+{
+    static const std::array<std::pair<QString, QString>, 2> sameInOtherWords{ {
+        { QStringLiteral("No node driver available for "), QStringLiteral("there is no driver ") },
+        { QStringLiteral("There is a node with this id already: "),
+            QStringLiteral("is known already") },
+    } };
+    for (const auto& [start, words] : sameInOtherWords) {
+        if (line.startsWith(start) && sentence.contains(words))
+            return true;
+    }
+    const QString colon = QStringLiteral(": ");
+    for (auto i = line.indexOf(colon); i >= 0; i = line.indexOf(colon, i + 1)) {
+        QString reason = line.mid(i + colon.size());
+        if (reason.endsWith(QLatin1Char('.')))
+            reason.chop(1);
+        // One word is a value, which two different sentences may name.
+        if (reason.contains(QLatin1Char(' ')) && sentence.contains(reason))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+/** Takes the logger's text; everything under the logger's mutex. */
 class LogHold::Device : public QIODevice
 {
 public:
     Device() { open(QIODevice::WriteOnly); }
 
-    int count() const { return m_count; }
+    void showRaw() { m_isRaw = true; }
+    int count() const { return int(m_lines.size()); }
 
-    void flush()
+    QString take(const QString& start)
     {
-        std::fwrite(m_text.constData(), 1, std::size_t(m_text.size()), stderr);
-        std::fflush(stderr);
-        m_text.clear();
-        m_count = 0;
+        QString rest;
+        m_lines.removeIf([&](const QString& line) {
+            const bool isMeant = line.startsWith(start);
+            if (isMeant) {
+                rest = line.mid(start.size());
+                m_times.remove(line);
+            }
+            return isMeant;
+        });
+        return rest;
+    }
+
+    void tell(const QString& sentence)
+    {
+        for (const QString& line : std::exchange(m_lines, {})) {
+            if (m_isRaw || repeats(sentence, line))
+                continue;
+            const int times = m_times.value(line);
+            const QString often = times > 1 ? QStringLiteral(" (%1 times)").arg(times) : QString();
+            writeToStandardError(QStringLiteral("warning: %1%2\n").arg(line, often).toUtf8());
+        }
+        m_times.clear();
+        m_size = 0;
     }
 
 protected:
@@ -32,18 +99,33 @@ protected:
 
     qint64 writeData(const char* data, qint64 size) override
     {
-        constexpr qsizetype k_most = 256 * 1024;
-        const QByteArrayView added(data, size);
-        m_text += added;
-        m_count += int(added.count('\n'));
-        if (m_text.size() > k_most)
-            flush();
+        if (m_isRaw)
+            writeToStandardError(QByteArray(data, size));
+        m_unfinished.append(data, size);
+        for (auto end = m_unfinished.indexOf('\n'); end >= 0; end = m_unfinished.indexOf('\n')) {
+            add(withoutPrefix(QString::fromUtf8(m_unfinished.left(end))));
+            m_unfinished.remove(0, end + 1);
+        }
         return size;
     }
 
 private:
-    QByteArray m_text;
-    std::atomic<int> m_count = 0;
+    void add(const QString& line)
+    {
+        constexpr qsizetype k_most = 128 * 1024; // characters
+        if (++m_times[line] > 1)
+            return;
+        m_lines.append(line);
+        m_size += line.size();
+        if (m_size > k_most)
+            tell(QString());
+    }
+
+    QByteArray m_unfinished;
+    QStringList m_lines; ///< each once
+    QHash<QString, int> m_times;
+    qsizetype m_size = 0;
+    bool m_isRaw = false;
 };
 
 LogHold::LogHold() : m_device(std::make_unique<Device>()), m_stream(m_device.get())
@@ -53,18 +135,32 @@ LogHold::LogHold() : m_device(std::make_unique<Device>()), m_stream(m_device.get
 
 LogHold::~LogHold()
 {
-    release();
+    LogQt::instance().setStream(nullptr);
+    m_device->tell(QString());
+}
+
+void LogHold::showRaw()
+{
+    const MutexLocker locker(LogQt::instance().mutex());
+    m_device->showRaw();
 }
 
 int LogHold::count() const
 {
+    const MutexLocker locker(LogQt::instance().mutex());
     return m_device->count();
 }
 
-void LogHold::release()
+QString LogHold::take(const QString& start)
 {
-    LogQt::instance().setStream(nullptr);
-    m_device->flush();
+    const MutexLocker locker(LogQt::instance().mutex());
+    return m_device->take(start);
+}
+
+void LogHold::tell(const QString& sentence)
+{
+    const MutexLocker locker(LogQt::instance().mutex());
+    m_device->tell(sentence);
 }
 
 } // namespace tq::cli

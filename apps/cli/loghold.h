@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QString>
 #include <QTextStream>
 
 #include <memory>
@@ -9,9 +10,10 @@
 namespace tq::cli {
 
 /**
- * Keeps log lines back while it lives, so that they do not stand between the rows of a table. They
- * are written to standard error by release() or at the end, and at once when there are too many to
- * keep; only the end of the whole process by force loses them.
+ * Makes warnings for people of log lines: without time and level, each once, and not while a
+ * command prints. They wait for tell() or the end, and are written at once only when there are too
+ * many to keep; the end of the whole process by force loses them. While it lives, the logger writes
+ * here.
  */
 class LogHold
 {
@@ -21,11 +23,20 @@ public:
     LogHold(const LogHold&) = delete;
     LogHold& operator=(const LogHold&) = delete;
 
-    /** Returns how many lines are kept back. */
+    /** From now on lines are written at once and as they are. */
+    void showRaw();
+
+    /** Returns how many warnings wait. */
     int count() const;
 
-    /** Writes what was kept back; from now on lines are written at once. */
-    void release();
+    /**
+     * Drops the warnings that begin with `start`, for a command that says so itself. Returns what
+     * follows `start` in the last one; null when there was none.
+     */
+    QString take(const QString& start);
+
+    /** Writes the warnings to standard error, but those whose reason `sentence` gives already. */
+    void tell(const QString& sentence = QString());
 
 private:
     class Device;

@@ -2,12 +2,15 @@
 // SPDX-License-Identifier: MIT
 #include "cli/output.h"
 
+#include "cli/jsontext.h"
+
 #include "platform/logline.h"
 
-#include <QIODevice>
-#include <QJsonDocument>
+#include <QTextStream>
 
+#include <cerrno>
 #include <cstdio>
+#include <unistd.h>
 
 namespace tq::cli {
 
@@ -28,18 +31,20 @@ QString cellText(const QJsonValue& value)
     return parts.join(QStringLiteral(", "));
 }
 
-Output::Output() : m_out(stdout, QIODevice::WriteOnly), m_error(stderr, QIODevice::WriteOnly) { }
-
 void Output::print(const Table& table)
 {
-    if (!m_isJson)
-        table.print(m_out);
+    if (m_isJson)
+        return;
+    QString rows;
+    QTextStream stream(&rows);
+    table.print(stream);
+    write(rows);
 }
 
 void Output::print(const QString& line)
 {
     if (!m_isJson)
-        m_out << escapedForLog(line) << Qt::endl;
+        write(escapedForLog(line) + QLatin1Char('\n'));
 }
 
 void Output::addItems(const QList<QJsonObject>& items, const QList<Column>& columns)
@@ -60,10 +65,10 @@ void Output::addItems(const QList<QJsonObject>& items, const QList<Column>& colu
 
 void Output::notice(const QString& line)
 {
-    m_error << escapedForLog(line) << Qt::endl;
+    std::fprintf(stderr, "%s\n", qUtf8Printable(escapedForLog(line)));
 }
 
-void Output::finish(const QString& command, const Outcome& outcome)
+int Output::finish(const QString& command, const Outcome& outcome)
 {
     if (m_isJson) {
         QJsonObject document = outcome.isDone() ? m_members : QJsonObject();
@@ -73,11 +78,36 @@ void Output::finish(const QString& command, const Outcome& outcome)
             document.insert(QStringLiteral("items"), m_items);
         else
             document.insert(QStringLiteral("error"), outcome.sentence);
-        m_out << QString::fromUtf8(QJsonDocument(document).toJson(QJsonDocument::Indented))
-              << Qt::flush;
+        write(jsonText(document));
     }
+    m_log.tell(outcome.sentence);
     if (!outcome.sentence.isEmpty())
         notice(QStringLiteral("nodedb: ") + outcome.sentence);
+    const QString reason = whyNotWritten();
+    if (reason.isEmpty())
+        return outcome.exitCode;
+    notice(QStringLiteral("nodedb: the output could not be written: ") + reason);
+    return outcome.isDone() ? Outcome::eRefused : outcome.exitCode;
+}
+
+void Output::write(const QString& text)
+{
+    const QByteArray utf8 = text.toUtf8();
+    const auto size = std::size_t(utf8.size());
+    errno = 0;
+    if (m_writeError == 0
+        && (std::fwrite(utf8.constData(), 1, size, stdout) != size || std::fflush(stdout) != 0))
+        m_writeError = errno;
+}
+
+QString Output::whyNotWritten() const
+{
+    int error = m_writeError;
+    // Some file systems tell only when a file is closed that it is not all there.
+    const int copy = ::dup(STDOUT_FILENO);
+    if (copy >= 0 && ::close(copy) != 0 && error == 0)
+        error = errno;
+    return error == 0 || error == EPIPE ? QString() : qt_error_string(error);
 }
 
 } // namespace tq::cli

@@ -3,12 +3,12 @@
 #pragma once
 
 #include "cli/command.h"
+#include "cli/loghold.h"
 #include "cli/table.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
-#include <QTextStream>
 
 namespace tq::cli {
 
@@ -31,12 +31,11 @@ QString quoted(const QString& text);
 /** Returns a value for people: yes and no, lists with commas. */
 QString cellText(const QJsonValue& value);
 
-/** What a command says: one JSON document at its end, or tables and lines for people at once. */
+/** What a command says: one JSON document at its end, or tables and lines for people at once. What
+ * the logger says meanwhile is told after it. One at a time. */
 class Output
 {
 public:
-    Output();
-
     void setJson(bool json) { m_isJson = json; }
     bool isJson() const { return m_isJson; }
 
@@ -56,12 +55,23 @@ public:
     /** Writes a notice to standard error. */
     void notice(const QString& line);
 
-    /** Ends the output: the JSON document, and the sentence of a refusal on standard error. */
-    void finish(const QString& command, const Outcome& outcome);
+    /** Returns the warnings that wait for the end. */
+    LogHold& log() { return m_log; }
+
+    /**
+     * Ends the output: the JSON document, then warnings and the sentence of a refusal on standard
+     * error. Returns the program's exit code: the outcome's own, or that of a refusal when what was
+     * to be said could not be written. A reader who has gone (a closed pipe) wanted no more of it:
+     * that is no failure.
+     */
+    int finish(const QString& command, const Outcome& outcome);
 
 private:
-    QTextStream m_out;
-    QTextStream m_error;
+    void write(const QString& text);
+    QString whyNotWritten() const;
+
+    LogHold m_log;
+    int m_writeError = 0; ///< errno of the first failure
     QJsonArray m_items;
     QJsonObject m_members;
     bool m_isJson = false;

@@ -3,12 +3,12 @@
 #include "cli/passwordinput.h"
 
 #include "cli/output.h"
+#include "cli/rawterminal.h"
 
 #include <QCommandLineParser>
 #include <QFile>
 
 #include <cstdio>
-#include <termios.h>
 #include <unistd.h>
 
 namespace tq::cli {
@@ -17,37 +17,8 @@ namespace {
 
 const QString k_file = QStringLiteral("password-file");
 const QString k_stdin = QStringLiteral("password-stdin");
+const QString k_none = QStringLiteral("no-password");
 constexpr qint64 k_longest = 4096;
-
-/** The terminal without echo and line editing, so that Ctrl-C arrives as a key and leaves nothing
- * switched off. */
-class RawTerminal
-{
-public:
-    RawTerminal()
-    {
-        m_isRaw = ::tcgetattr(STDIN_FILENO, &m_before) == 0;
-        termios raw = m_before;
-        raw.c_lflag &= ~tcflag_t(ECHO | ICANON | ISIG);
-        raw.c_cc[VMIN] = 1;
-        raw.c_cc[VTIME] = 0;
-        if (m_isRaw)
-            ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &raw);
-    }
-
-    ~RawTerminal()
-    {
-        if (m_isRaw)
-            ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
-    }
-
-    RawTerminal(const RawTerminal&) = delete;
-    RawTerminal& operator=(const RawTerminal&) = delete;
-
-private:
-    termios m_before{};
-    bool m_isRaw = false;
-};
 
 /** Removes the last character of UTF-8 text, all its bytes. */
 void chopCharacter(QByteArray& utf8)
@@ -57,10 +28,12 @@ void chopCharacter(QByteArray& utf8)
     utf8.chop(1);
 }
 
-/** Reads a line key by key. Returns false when it was given up with Ctrl-C or Ctrl-D. */
-bool readKeys(QByteArray& line)
+/** Asks, and reads a line key by key. Returns false when it was given up with Ctrl-C or Ctrl-D. */
+bool readKeys(const QString& what, QByteArray& line)
 {
-    const RawTerminal terminal;
+    const RawTerminal terminal; // before the question: an answer may come at once
+    std::fprintf(stderr, "%s: ", qUtf8Printable(what));
+    std::fflush(stderr);
     char key = 0;
     while (::read(STDIN_FILENO, &key, 1) == 1) {
         switch (key) {
@@ -86,14 +59,12 @@ bool readKeys(QByteArray& line)
 
 Outcome ask(const QString& what, QString& password)
 {
-    if (!canAsk())
+    if (::isatty(STDIN_FILENO) != 1)
         return Outcome::refused(
-            QStringLiteral("there is no terminal to ask for %1 on: use --%2 or --%3")
-                .arg(what, k_file, k_stdin));
+            QStringLiteral("there is no terminal to ask for %1 on: use --%2, --%3 or --%4")
+                .arg(what, k_file, k_stdin, k_none));
     QByteArray line;
-    std::fprintf(stderr, "%s: ", qUtf8Printable(what));
-    std::fflush(stderr);
-    const bool isGiven = readKeys(line);
+    const bool isGiven = readKeys(what, line);
     std::fputc('\n', stderr);
     password = QString::fromUtf8(line);
     return isGiven ? Outcome::done()
@@ -108,7 +79,10 @@ Outcome readFirstLine(QIODevice& device, const QString& name, QString& password)
     while (line.endsWith('\n') || line.endsWith('\r'))
         line.chop(1);
     password = QString::fromUtf8(line);
-    return Outcome::done();
+    return password.isEmpty() ? Outcome::refused(
+               QStringLiteral("there is no password in %1; --%2 stands for an empty one")
+                   .arg(name, k_none))
+                              : Outcome::done();
 }
 
 } // namespace
@@ -119,23 +93,23 @@ void addPasswordOptions(QCommandLineParser& parser)
         QStringLiteral("FILE") });
     parser.addOption(
         { k_stdin, QStringLiteral("Take the password from the first line of standard input.") });
+    parser.addOption({ k_none, QStringLiteral("The password is an empty one.") });
 }
 
 bool isPasswordGiven(const QCommandLineParser& parser)
 {
-    return parser.isSet(k_file) || parser.isSet(k_stdin);
-}
-
-bool canAsk()
-{
-    return ::isatty(STDIN_FILENO) == 1;
+    return parser.isSet(k_file) || parser.isSet(k_stdin) || parser.isSet(k_none);
 }
 
 Outcome readPassword(const QCommandLineParser& parser, const QString& what, QString& password)
 {
-    if (parser.isSet(k_file) && parser.isSet(k_stdin))
+    if (int(parser.isSet(k_file)) + int(parser.isSet(k_stdin)) + int(parser.isSet(k_none)) > 1)
         return Outcome::usage(
-            QStringLiteral("--%1 and --%2 exclude each other").arg(k_file, k_stdin));
+            QStringLiteral("--%1, --%2 and --%3 exclude each other").arg(k_file, k_stdin, k_none));
+    if (parser.isSet(k_none)) {
+        password.clear();
+        return Outcome::done();
+    }
     if (!isPasswordGiven(parser))
         return ask(what, password);
     QFile file;

@@ -10,16 +10,16 @@ class QCommandLineParser;
 
 namespace tq::cli {
 
-/** Adds --password-file and --password-stdin. */
+/** Adds --password-file, --password-stdin and --no-password. */
 void addPasswordOptions(QCommandLineParser& parser);
 
 /** Returns whether the call says where a password comes from. */
 bool isPasswordGiven(const QCommandLineParser& parser);
 
-/** Returns whether a person can be asked: standard input is a terminal. */
-bool canAsk();
-
-/** Reads a password from where the call says, else asks for `what` on the terminal, without echo.
+/**
+ * Reads a password from where the call says, else asks for `what` on the terminal, without echo.
+ * Refused without a terminal. A file, or standard input, that holds none is refused as well: an
+ * empty password has to be said, by --no-password or at the terminal.
  */
 Outcome readPassword(const QCommandLineParser& parser, const QString& what, QString& password);
 

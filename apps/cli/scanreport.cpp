@@ -77,12 +77,12 @@ void ScanReport::show(const DeviceEvent& event)
         row({ cell("Event"), cell("IP"), cell("MAC"), cell("From"), cell("Name"), event.nodeId }));
 }
 
-void ScanReport::showProgress(qsizetype openProbes, int heldMessages)
+void ScanReport::showProgress(qsizetype openProbes, int warnings)
 {
     if (!m_hasTerminal)
         return;
     const QString messages =
-        heldMessages == 0 ? QString() : QStringLiteral(", %1 log lines to come").arg(heldMessages);
+        warnings == 0 ? QString() : QStringLiteral(", %1 warnings to come").arg(warnings);
     const QString line = QStringLiteral("%1 s: %2 found, %3 lost, %4 being asked%5; Ctrl-C ends")
                              .arg(m_clock.elapsed() / k_msPerSecond)
                              .arg(m_found.size())

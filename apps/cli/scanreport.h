@@ -21,7 +21,7 @@ public:
     void show(const DeviceEvent& event);
 
     /** Rewrites the line of progress. */
-    void showProgress(qsizetype openProbes, int heldMessages);
+    void showProgress(qsizetype openProbes, int warnings);
 
     /** Takes the line of progress away. */
     void clearProgress();

@@ -4,7 +4,6 @@
 
 #include "cli/output.h"
 
-#include "platform/macaddress.h"
 #include "platform/properties/propertysetproperty.h"
 
 #include <QJsonArray>
@@ -18,7 +17,6 @@ namespace tq::cli {
 namespace {
 
 const QString k_mask = QStringLiteral("********");
-constexpr int k_highestPort = 65535;
 
 /** A login is stored as a list: user, flag, encoded password. */
 QJsonValue shownList(const QVariantList& list)
@@ -182,15 +180,6 @@ QString valueFromText(const QString& name, const QString& text, QMetaType type, 
     value = converted(text, type);
     if (!value.isValid())
         return QStringLiteral("%1 wants %2, not %3").arg(name, wantedText(type), quoted(text));
-    const bool isPort = name.endsWith(QLatin1String("Port")) && type.id() == QMetaType::Int;
-    if (isPort && (value.toInt() < 0 || value.toInt() > k_highestPort))
-        return QStringLiteral("%1 wants a port from 0 to %2, not %3")
-            .arg(name)
-            .arg(k_highestPort)
-            .arg(quoted(text));
-    if (name == QLatin1String("MAC") && !MACAddress::parse(text))
-        return QStringLiteral("%1 wants a hardware address such as 00:11:22:aa:bb:cc, not %2")
-            .arg(name, quoted(text));
     return QString();
 }
 

@@ -22,9 +22,9 @@ QJsonValue shownValue(const QString& name, const QVariant& value);
 QJsonObject shownProperties(const tqgen::PropertySet& set);
 
 /**
- * Reads `text` as a value of `type` for the property `name`: ports from 0 to 65535, hardware
- * addresses, rectangles as "left,top,width,height". Returns an empty text and the value, or one
- * sentence that says why not.
+ * Reads `text` as a value of `type` for the property `name`; rectangles are written as
+ * "left,top,width,height". Returns an empty text and the value, or one sentence that says why not.
+ * What the name demands of the value is valueError()'s part.
  */
 QString valueFromText(const QString& name, const QString& text, QMetaType type, QVariant& value);
 

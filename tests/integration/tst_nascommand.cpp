@@ -62,9 +62,10 @@ void TestNasCommand::init()
 
 void TestNasCommand::usersSharesAndRightsAreEdited()
 {
-    for (const char* call : { "users NAS add anna", "users NAS add ben", "shares NAS add archive",
-             "shares NAS add records --volume v1 --path /srv/r", "grant NAS records anna full",
-             "grant NAS archive anna read", "grant NAS archive ben full" })
+    for (const char* call : { "users NAS add anna --no-password", "users NAS add ben --no-password",
+             "shares NAS add archive", "shares NAS add records --volume v1 --path /srv/r",
+             "grant NAS records anna full", "grant NAS archive anna read",
+             "grant NAS archive ben full" })
         QCOMPARE(nas(call).code, 0);
     QCOMPARE(rights(nas("shares NAS"), "Share"),
         QStringList({ text("archive: ben|anna"), text("records: anna|") }));
@@ -82,8 +83,9 @@ void TestNasCommand::usersSharesAndRightsAreEdited()
 
 void TestNasCommand::rightsGoWithTheirUser()
 {
-    for (const char* call : { "users NAS add anna", "shares NAS add records",
-             "grant NAS records anna full", "users NAS remove anna", "users NAS add anna" })
+    for (const char* call : { "users NAS add anna --no-password", "shares NAS add records",
+             "grant NAS records anna full", "users NAS remove anna",
+             "users NAS add anna --no-password" })
         QCOMPARE(nas(call).code, 0);
     QCOMPARE(rights(nas("shares NAS"), "Share"), QStringList(text("records: |")));
     QCOMPARE(rights(nas("users NAS"), "User"), QStringList(text("anna: |")));
@@ -120,6 +122,7 @@ void TestNasCommand::refusedCallsNameTheValueAndChangeNothing_data()
     };
     row("users nobody", 1, "nobody");
     row("users NAS add anna", 1, "anna");
+    row("users NAS add eve", 1, "no terminal");
     row("users NAS remove eve", 1, "eve");
     row("users NAS drop anna", 2, "drop");
     row("users NAS add", 2, "add NAME");
@@ -142,7 +145,7 @@ void TestNasCommand::refusedCallsNameTheValueAndChangeNothing()
     QFETCH(int, code);
     QFETCH(QByteArray, named);
     QCOMPARE(onStore(k_plugins + "add 192.0.2.9 --type 2").code, 0);
-    QCOMPARE(nas("users NAS add anna").code, 0);
+    QCOMPARE(nas("users NAS add anna --no-password").code, 0);
     QCOMPARE(nas("shares NAS add records").code, 0);
     const auto before = hashes();
     const Run run = nas(call);

@@ -6,6 +6,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <csignal>
+
 using tst::Run;
 using tst::text;
 
@@ -40,6 +42,8 @@ private slots:
     void aSimulatedScanCountsAndTellsTheWholeStory();
     void whatIsReadByPeopleIsWhole();
     void aSimulationKeepsOnlyWhatItIsTold();
+    void aSignalEndsItAndItsFindsAreKept_data();
+    void aSignalEndsItAndItsFindsAreKept();
     void refusedSimulations_data();
     void refusedSimulations();
 
@@ -115,10 +119,10 @@ void TestScanCommand::whatIsReadByPeopleIsWhole()
     QVERIFY(has("no driver for type \\d+$"));
     QVERIFY(has("; simulated won; node mac:025a17000012$"));
     // No log line is lost, and none stands between the rows.
-    QCOMPARE(out.count(text(" [2] No node driver available for nodehint: -1\n")), 1);
-    QCOMPARE(out.count(text(" [2] No node driver available for node type: ")), 1);
-    QVERIFY(out.indexOf(text("\ngone ")) < out.indexOf(text(" [2] ")));
-    QVERIFY(out.lastIndexOf(text(" [2] ")) < out.indexOf(text("2 found, ")));
+    QCOMPARE(out.count(text("\nwarning: No node driver available for nodehint: -1\n")), 1);
+    QCOMPARE(out.count(text("\nwarning: No node driver available for node type: ")), 1);
+    QVERIFY(out.indexOf(text("\ngone ")) < out.indexOf(text("\nwarning: ")));
+    QVERIFY(out.lastIndexOf(text("\nwarning: ")) < out.indexOf(text("2 found, ")));
 }
 
 void TestScanCommand::aSimulationKeepsOnlyWhatItIsTold()
@@ -138,6 +142,33 @@ void TestScanCommand::aSimulationKeepsOnlyWhatItIsTold()
     const Run again = scan(QStringList(text("--json")) + store, {});
     QCOMPARE(again.document()[text("summary")][text("Known")].toInt(), 2);
     QCOMPARE(again.document()[text("summary")][text("Duplicates")].toInt(), 1);
+}
+
+void TestScanCommand::aSignalEndsItAndItsFindsAreKept_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("SIGINT") << SIGINT;
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGHUP") << SIGHUP;
+}
+
+void TestScanCommand::aSignalEndsItAndItsFindsAreKept()
+{
+    QFETCH(int, signal);
+    QProcess process;
+    process.start(text(NODEDB_PROGRAM),
+        { text("--simulate"), path("site.json"), text("--store"), m_store, text("scan"),
+            text("--for"), text("1000") });
+    QByteArray out;
+    while (!out.contains("\nnew ") && process.waitForReadyRead())
+        out += process.readAllStandardOutput();
+    QVERIFY(out.contains("\nnew "));
+    ::kill(pid_t(process.processId()), signal);
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    QVERIFY(process.readAllStandardOutput().contains(" stored in "));
+    QVERIFY(!onStore("list").items().isEmpty());
 }
 
 void TestScanCommand::refusedSimulations_data()

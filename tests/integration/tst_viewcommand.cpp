@@ -142,6 +142,7 @@ void TestViewCommand::viewsAreArrangedAndKept()
     const Run rows = call("view list");
     QCOMPARE(rows.items().size(), 3);
     QCOMPARE(rows.item(1)[text("InNames")], QJsonArray({ text("Court"), text("Site") }));
+    QCOMPARE(rows.item(0)[text("InNames")], QJsonArray({ text("/") }));
     QCOMPARE(rows.item(2)[text("Nodes")].toInt(), 2);
     QCOMPARE(call("view add Shed --in Court").code, 0);
     const QJsonObject removed = call("view remove Court").document();

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/commands/commands.h"
 #include "cli/discoverywatch.h"
+#include "cli/inputrules.h"
 #include "cli/invocation.h"
 #include "cli/nodesummary.h"
 #include "cli/passwordinput.h"
@@ -12,7 +13,6 @@
 
 #include <QCommandLineParser>
 #include <QEventLoop>
-#include <QRegularExpression>
 #include <QTimer>
 
 #include <limits>
@@ -27,7 +27,6 @@ const QString k_port = QStringLiteral("port");
 const QString k_ssl = QStringLiteral("ssl");
 const QString k_user = QStringLiteral("user");
 const QString k_name = QStringLiteral("name");
-constexpr int k_highestPort = 65535;
 constexpr int k_probeTimeout = 15000; // ms
 constexpr int k_creationTimeout = 2000; // ms
 
@@ -46,19 +45,6 @@ void addOptions(QCommandLineParser& parser)
     addPasswordOptions(parser);
 }
 
-Outcome readAddress(const QString& address, NodeHintIPDevice& hint)
-{
-    // A host name or an address of either family: nothing that would be a path, a port or an option
-    // elsewhere.
-    static const QRegularExpression pattern(QStringLiteral(
-        "^[\\p{L}\\p{N}][\\p{L}\\p{N}._-]*$|^[0-9A-Fa-f:.]*:[0-9A-Fa-f:.]*(%[\\w.-]+)?$"));
-    if (!pattern.match(address).hasMatch() || address.size() > 253)
-        return Outcome::refused(
-            QStringLiteral("%1 is no host name or address").arg(quoted(address)));
-    hint.setHostAddress(address);
-    return Outcome::done();
-}
-
 Outcome readLogin(const QCommandLineParser& options, NodeHintIPDevice& hint)
 {
     const bool isPassword = isPasswordGiven(options);
@@ -66,10 +52,8 @@ Outcome readLogin(const QCommandLineParser& options, NodeHintIPDevice& hint)
         return isPassword ? Outcome::usage(QStringLiteral("a password needs a --user"))
                           : Outcome::done();
     QString password;
-    Outcome outcome;
-    if (isPassword || canAsk())
-        outcome = readPassword(
-            options, QStringLiteral("password of ") + quoted(options.value(k_user)), password);
+    const Outcome outcome = readPassword(
+        options, QStringLiteral("password of ") + quoted(options.value(k_user)), password);
     hint.setUser(options.value(k_user));
     hint.setPassword(password);
     // Without this it would be forgotten when the program ends.
@@ -80,7 +64,12 @@ Outcome readLogin(const QCommandLineParser& options, NodeHintIPDevice& hint)
 Outcome readHint(const Invocation& call, NodeHintIPDevice& hint)
 {
     const QCommandLineParser& options = call.options();
-    Outcome outcome = readAddress(call.arguments().first(), hint);
+    const QString address = call.arguments().first();
+    QString error = hostError(QStringLiteral("add"), address);
+    if (error.isEmpty() && options.isSet(k_name))
+        error = nameError(QStringLiteral("node"), options.value(k_name));
+    Outcome outcome = error.isEmpty() ? Outcome::done() : Outcome::refused(error);
+    hint.setHostAddress(address);
     hint.setName(options.value(k_name));
     hint.setSsl(options.isSet(k_ssl));
     hint.setPort(hint.ssl() ? 443 : 80);
@@ -133,7 +122,7 @@ Outcome add(Invocation& call)
     NodeHintIPDevice hint;
     Outcome outcome = readHint(call, hint);
     if (outcome.isDone())
-        outcome = call.open(OpenMode::ReadWrite);
+        outcome = call.open(OpenMode::Create);
     if (!outcome.isDone())
         return outcome;
     NodeDB& database = call.database();

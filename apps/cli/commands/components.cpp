@@ -33,7 +33,8 @@ QList<plugin::ComponentInfo> usableComponents(const QString& interface)
 QJsonObject item(const plugin::ComponentInfo& info, const QStringList& details)
 {
     return { { text("Name"), info.name }, { text("Library"), info.origin },
-        { text("Details"), QJsonArray::fromStringList(details) } };
+        { text("Details"), QJsonArray::fromStringList(details) },
+        { text("Options"), QJsonArray::fromStringList(info.options) } };
 }
 
 /** Prints the components, then what could not be used. */
@@ -45,6 +46,7 @@ Outcome report(Invocation& call, const QList<QJsonObject>& items, const QString&
     for (const plugin::LoadError& error : plugin::Loader::instance().loadErrors()) {
         call.output().addItem({ { text("Library"), error.path }, { text("Error"), error.reason } });
         call.output().print(QStringLiteral("not usable: %1: %2").arg(error.path, error.reason));
+        call.output().log().take(QStringLiteral("Cannot use plug-in %1: ").arg(error.path));
     }
     return Outcome::done();
 }

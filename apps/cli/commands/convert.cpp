@@ -62,7 +62,7 @@ Outcome convert(Invocation& call)
     const Outcome outcome = takeTarget(from, to, call.options().isSet(k_force), lock);
     if (!outcome.isDone())
         return outcome;
-    const auto target = openStore(lock->store(), &error, OpenMode::ReadWrite);
+    const auto target = openStore(lock->store(), &error, OpenMode::Create);
     if (!target)
         return Outcome::refused(error);
     clear(*target);

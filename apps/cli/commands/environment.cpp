@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "cli/commands/commands.h"
+#include "cli/inputrules.h"
 #include "cli/invocation.h"
 
 #include "environments/environments.h"
@@ -43,8 +44,8 @@ Outcome find(const NodeDB& database, const QString& idOrName, QString& id)
 
 Outcome checkName(const NodeDB& database, const QString& name, const QString& ownId)
 {
-    if (name.isEmpty())
-        return Outcome::refused(QStringLiteral("an environment needs a name, not \"\""));
+    if (const QString error = nameError(QStringLiteral("environment"), name); !error.isEmpty())
+        return Outcome::refused(error);
     for (const Environments::Entry& entry : database.environments()->getList()) {
         if (entry.second == name && entry.first != ownId)
             return Outcome::refused(
@@ -75,7 +76,7 @@ Outcome saveAndPrint(Invocation& call, const QStringList& ids)
 /** Opens the store and finds the environment that the first argument means. */
 Outcome openAndFind(Invocation& call, QString& id)
 {
-    Outcome outcome = call.open(OpenMode::ReadWrite);
+    Outcome outcome = call.open(OpenMode::Create);
     if (outcome.isDone())
         outcome = find(call.database(), call.arguments().first(), id);
     return outcome;
@@ -96,7 +97,7 @@ Outcome list(Invocation& call)
 Outcome add(Invocation& call)
 {
     const QString name = call.arguments().first();
-    Outcome outcome = call.open(OpenMode::ReadWrite);
+    Outcome outcome = call.open(OpenMode::Create);
     if (outcome.isDone())
         outcome = checkName(call.database(), name, QString());
     if (!outcome.isDone())

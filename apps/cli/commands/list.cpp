@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "cli/commands/commands.h"
+#include "cli/inputrules.h"
 #include "cli/invocation.h"
 #include "cli/nodesummary.h"
 #include "cli/valuetext.h"
@@ -104,6 +105,9 @@ Outcome list(Invocation& call)
     if (!outcome.isDone())
         return outcome;
     NodeDB& database = call.database();
+    const QString error = type == eAnyNodeType ? QString() : nodeTypeError(database, type);
+    if (!error.isEmpty())
+        return Outcome::refused(error);
     const QStringList ids = database.search(ENodeType(type));
     QList<QJsonObject> items;
     for (const QString& id : ids) {

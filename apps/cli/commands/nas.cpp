@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/commands/commands.h"
 #include "cli/deviceread.h"
+#include "cli/inputrules.h"
 #include "cli/invocation.h"
 #include "cli/passwordinput.h"
 
@@ -130,8 +131,8 @@ Outcome requireUser(const NASDeviceNode& node, const QString& user)
 
 Outcome requireNew(const NASDeviceNode& node, const QString& what, const QString& name, bool exists)
 {
-    if (name.isEmpty())
-        return Outcome::refused(QStringLiteral("a %1 needs a name, not \"\"").arg(what));
+    if (const QString error = nameError(what, name); !error.isEmpty())
+        return Outcome::refused(error);
     return exists ? Outcome::refused(
                QStringLiteral("%1 has a %2 %3 already").arg(quoted(node.id()), what, quoted(name)))
                   : Outcome::done();
@@ -155,8 +156,6 @@ Outcome readNewPassword(const Invocation& call, const QString& user, QString& pa
             ? Outcome::usage(QStringLiteral("--%1 would lose the password at once").arg(k_noSave))
             : Outcome::done();
     }
-    if (!isPasswordGiven(options) && !canAsk())
-        return Outcome::done();
     return readPassword(options, QStringLiteral("password of ") + quoted(user), password);
 }
 

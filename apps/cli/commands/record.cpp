@@ -34,6 +34,14 @@ Outcome check(Invocation& call, const QStringList& ids)
     return Outcome::done();
 }
 
+/** Returns the reason that was logged. */
+QString whyNoFolder(LogHold& log)
+{
+    const QString refusal = log.take(QStringLiteral("No recording folder for "));
+    return refusal.isNull() ? QStringLiteral("the node driver (RecordingFolderNode) is missing")
+                            : refusal;
+}
+
 /** Makes or finds the folder of one device; `before` are the folders that were there already. */
 Outcome setUp(Invocation& call, const QString& id, const QSet<QString>& before, QJsonObject& item)
 {
@@ -41,8 +49,8 @@ Outcome setUp(Invocation& call, const QString& id, const QSet<QString>& before, 
     const QString folder = NodeDBHelper::createRecordingFolder(database, id);
     const auto node = database.node(folder);
     if (node.null())
-        return Outcome::refused(
-            QStringLiteral("no recording folder could be made for %1").arg(quoted(id)));
+        return Outcome::refused(QStringLiteral("no recording folder could be made for %1: %2")
+                                    .arg(quoted(id), whyNoFolder(call.output().log())));
     item = { { QStringLiteral("Device"), id }, { QStringLiteral("Folder"), folder },
         { QStringLiteral("Path"), node->stringProperty(QStringLiteral("Path"), QString()) },
         { QStringLiteral("New"), !before.contains(folder) } };

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "cli/commands/commands.h"
+#include "cli/inputrules.h"
 #include "cli/invocation.h"
 
 #include "nodestore/nodedb.h"
@@ -69,6 +70,9 @@ Outcome relate(Invocation& call)
     const Outcome outcome = prepare(call, relation);
     if (!outcome.isDone())
         return outcome;
+    const QString error = relationTypeError(relation.type, call.session().relationTypes());
+    if (!error.isEmpty())
+        return Outcome::refused(error);
     if (relation.exists)
         return Outcome::refused(QStringLiteral("there is a %1 already").arg(sentence(relation)));
     call.database().addNodeRelation(relation.from, relation.to, relation.type);

@@ -3,7 +3,6 @@
 #include "cli/commands/commands.h"
 #include "cli/discoverywatch.h"
 #include "cli/invocation.h"
-#include "cli/loghold.h"
 #include "cli/scanreport.h"
 #include "cli/stopsignal.h"
 #include "cli/tracereport.h"
@@ -11,7 +10,6 @@
 #include "discovery/inodescanner.h"
 #include "nodestore/nodedb.h"
 
-#include "platform/log.h"
 #include "platform/pluginloader.h"
 #include "session/discoveryrecorder.h"
 
@@ -22,7 +20,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <memory>
 #include <set>
 #include <string>
 
@@ -72,9 +69,6 @@ public:
             m_names.insert(name.toStdString());
         QObject::connect(&m_watch, &DiscoveryWatch::happened, &m_watch,
             [this](const DeviceEvent& event) { m_report.show(event); });
-        // Whoever wants to see every line wants to see it at once.
-        if (LogQt::instance().logLevel() >= Log::eSurvived)
-            m_log = std::make_unique<LogHold>();
     }
 
     /** Runs the scanners until the time is out (0: never) or a signal comes; simulated time goes
@@ -91,7 +85,6 @@ private:
     DiscoveryRecorder m_recorder;
     ScanReport m_report;
     DiscoveryWatch m_watch;
-    std::unique_ptr<LogHold> m_log;
     std::set<std::string> m_names;
 };
 
@@ -103,17 +96,16 @@ Outcome Scan::run(StopSignal& stop, int seconds, int speed)
         QTimer::singleShot(seconds * k_msPerSecond, &loop, &QEventLoop::quit);
     QTimer progress;
     QObject::connect(&progress, &QTimer::timeout, &loop,
-        [&] { m_report.showProgress(m_watch.openProbes(), m_log ? m_log->count() : 0); });
+        [&] { m_report.showProgress(m_watch.openProbes(), m_call.output().log().count()); });
     progress.start(k_msPerSecond);
     NodeDB& database = m_call.database();
     const bool isSimulation = m_call.globals().isSimulation();
     database.startScanners(m_names, m_call.options().isSet(k_sweep) ? k_sweepArgument : 0,
         isSimulation ? speed * k_percent : 0);
     if (isSimulation && !isAnyRunning()) {
-        if (m_log)
-            m_log->release();
-        return Outcome::refused(
-            QStringLiteral("the site %1 cannot be simulated").arg(quoted(m_call.globals().site)));
+        const QString why = m_call.output().log().take(QStringLiteral("Nothing is simulated: "));
+        return Outcome::refused(QStringLiteral("the site %1 cannot be simulated: %2")
+                                    .arg(quoted(m_call.globals().site), why));
     }
     loop.exec();
     database.stopScanners(m_names);
@@ -126,8 +118,7 @@ Outcome Scan::run(StopSignal& stop, int seconds, int speed)
     }
     m_watch.flush();
     m_report.clearProgress();
-    if (m_log)
-        m_log->release();
+    m_call.output().log().tell();
     return Outcome::done();
 }
 
@@ -192,7 +183,7 @@ Outcome scan(Invocation& call)
     if (outcome.isDone())
         outcome = readSpeed(call, speed);
     if (outcome.isDone())
-        outcome = call.open(OpenMode::ReadWrite);
+        outcome = call.open(OpenMode::Create);
     if (outcome.isDone())
         outcome = checkPlugins(call, call.options().values(k_scanner));
     if (!outcome.isDone())

@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "cli/commands/commands.h"
+#include "cli/inputrules.h"
 #include "cli/invocation.h"
+#include "cli/nodeconflict.h"
 #include "cli/nodesummary.h"
 #include "cli/passwordinput.h"
 #include "cli/valuetext.h"
@@ -20,6 +22,7 @@ namespace tq::cli {
 namespace {
 
 const QString k_password = QStringLiteral("Password");
+const QString k_force = QStringLiteral("force");
 
 /** One NAME=VALUE; without a value it is a password that comes from elsewhere. */
 struct Assignment
@@ -54,8 +57,8 @@ Outcome readAssignments(const Invocation& call, QList<Assignment>& assignments)
 class Editor
 {
 public:
-    Editor(const QCommandLineParser& options, const tqgen::PropertySet& properties)
-        : m_options(options), m_properties(properties)
+    Editor(const QCommandLineParser& options, ENodeType type, const tqgen::PropertySet& properties)
+        : m_options(options), m_nodeType(type), m_properties(properties)
     {
     }
 
@@ -122,11 +125,21 @@ private:
             value = QVariant::fromValue(inner);
         } else {
             outcome = readValue(path.last(), assignment, value);
+            const QString error = outcome.isDone() ? ruleError(assignment.name, value) : QString();
+            if (!error.isEmpty())
+                outcome = Outcome::refused(error);
         }
         if (outcome.isDone() && !property->setValue(value))
             outcome = Outcome::refused(
                 QStringLiteral("%1 does not take that value").arg(quoted(assignment.name)));
         return outcome;
+    }
+
+    /** Returns why no property of that name has the value. */
+    QString ruleError(const QString& name, const QVariant& value) const
+    {
+        const bool isFolder = m_nodeType == eRecordingFolderNode && name == QLatin1String("Path");
+        return isFolder ? recordingPathError(name, value.toString()) : valueError(name, value);
     }
 
     /** Reads the value for the property `name`, whose present one is in `value`. */
@@ -150,6 +163,7 @@ private:
     }
 
     const QCommandLineParser& m_options;
+    ENodeType m_nodeType;
     tqgen::PropertySet m_properties;
     QStringList m_edited;
 };
@@ -169,9 +183,14 @@ Outcome prepare(
     // Tried on a copy that nobody sees: once a bracket is open, what it changed stays changed.
     return callNode(call.database(), node, [&] {
         const std::unique_ptr<Node> scratch(node.clone());
-        return scratch ? editor.handTo(*scratch)
-                       : Outcome::refused(
-                           QStringLiteral("the node %1 cannot be edited").arg(quoted(node.id())));
+        if (!scratch)
+            return Outcome::refused(
+                QStringLiteral("the node %1 cannot be edited").arg(quoted(node.id())));
+        const Outcome taken = editor.handTo(*scratch);
+        const QString conflict = taken.isDone() && !call.options().isSet(k_force)
+            ? conflictError(call.database(), *scratch, editor.edited())
+            : QString();
+        return conflict.isEmpty() ? taken : Outcome::refused(conflict);
     });
 }
 
@@ -209,7 +228,7 @@ Outcome set(Invocation& call)
     outcome = read(*before);
     if (!outcome.isDone())
         return outcome;
-    Editor editor(call.options(), properties);
+    Editor editor(call.options(), before->type(), properties);
     outcome = prepare(call, editor, *before, assignments);
     if (!outcome.isDone())
         return outcome;
@@ -228,9 +247,15 @@ Outcome set(Invocation& call)
 
 QList<Command> setCommands()
 {
+    const auto addOptions = [](QCommandLineParser& parser) {
+        addPasswordOptions(parser);
+        parser.addOption({ k_force,
+            QStringLiteral("Set a MAC, or an address and port, that another node has: channels of "
+                           "one recorder share them.") });
+    };
     return { { QStringLiteral("set"), QStringLiteral("ID NAME=VALUE…"),
         QStringLiteral("Change properties of a node; all of them or none."), 1,
-        Command::k_anyNumber, addPasswordOptions, set } };
+        Command::k_anyNumber, addOptions, set } };
 }
 
 } // namespace tq::cli

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "cli/commands/commands.h"
+#include "cli/inputrules.h"
 #include "cli/invocation.h"
 #include "cli/passwordinput.h"
 #include "cli/settingstable.h"
@@ -94,13 +95,15 @@ Outcome readValue(Invocation& call, const Setting& setting, QVariant& value)
         value = password;
         return outcome;
     }
-    if (type.id() == QMetaType::QStringList) {
+    QString error;
+    if (type.id() == QMetaType::QStringList)
         value = texts;
-        return Outcome::done();
-    }
-    if (texts.size() != 1)
+    else if (texts.size() == 1)
+        error = valueFromText(setting.name, texts.first(), type, value);
+    else
         return Outcome::usage(QStringLiteral("%1 wants one value").arg(setting.name));
-    const QString error = valueFromText(setting.name, texts.first(), type, value);
+    if (error.isEmpty())
+        error = valueError(setting.name, value);
     return error.isEmpty() ? Outcome::done() : Outcome::refused(error);
 }
 
@@ -109,7 +112,7 @@ Outcome set(Invocation& call)
     const Setting* setting = nullptr;
     Outcome outcome = requireSetting(call.arguments().first(), setting);
     if (outcome.isDone())
-        outcome = call.open(OpenMode::ReadWrite);
+        outcome = call.open(OpenMode::Create);
     QVariant value;
     if (outcome.isDone())
         outcome = readValue(call, *setting, value);

@@ -114,7 +114,7 @@ Outcome addNew(Invocation& call)
     const QString name = call.arguments().first().trimmed();
     Outcome outcome = checkOptions(call, text("add"), { k_in, k_at });
     if (outcome.isDone())
-        outcome = call.open(OpenMode::ReadWrite);
+        outcome = call.open(OpenMode::Create);
     if (!outcome.isDone())
         return outcome;
     const NodeViews& views = call.session().views();

@@ -1,0 +1,106 @@
+// SPDX-FileCopyrightText: 2026 The NodeDB authors
+// SPDX-License-Identifier: MIT
+#include "integration/programtest.h"
+#include "shared/databasefixture.h"
+
+#include <QDir>
+#include <QTest>
+
+using tst::Run;
+using tst::text;
+
+class TestOutput : public tst::ProgramTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void jsonGivesNoOrdersToTerminals();
+    void aFullDiskIsToldOf_data();
+    void aFullDiskIsToldOf();
+    void failuresAreToldOnce_data();
+    void failuresAreToldOnce();
+
+private:
+    QString m_id;
+};
+
+void TestOutput::init()
+{
+    begin();
+    m_id = onStore("add 192.0.2.5 --type 2").item()[text("ID")].toString();
+}
+
+void TestOutput::jsonGivesNoOrdersToTerminals()
+{
+    const QString orders = text("\u009b\u202e\u2066\u2028\u200b\x7f\U000e0041");
+    const QString note = text("T\u00fcr\\u202e\" ") + orders;
+    QCOMPARE(run({ text("--store"), m_store, text("set"), m_id, text("Note=") + note }).code, 0);
+    const Run shown = onStore("show " + m_id.toUtf8());
+    QCOMPARE(shown.item()[text("Note")].toString(), note);
+    const QString said = QString::fromUtf8(shown.out);
+    for (const QChar c : orders)
+        QVERIFY2(!said.contains(c), qPrintable(QString::number(c.unicode(), 16)));
+    QVERIFY(said.contains(text("T\u00fcr")));
+}
+
+void TestOutput::aFullDiskIsToldOf_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    for (const char* call : { "list", "--json list", "--help", "--version", "help set",
+             "--simulate small scan --for 1 --speed 100" })
+        QTest::newRow(call) << text(call).split(QLatin1Char(' '));
+}
+
+void TestOutput::aFullDiskIsToldOf()
+{
+    QFETCH(QStringList, arguments);
+    QProcess process;
+    process.setStandardOutputFile(text("/dev/full"));
+    process.start(text(NODEDB_PROGRAM), QStringList{ text("--store"), m_store } + arguments);
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitCode(), 1);
+    QVERIFY(process.readAllStandardError().contains("output could not be written: No space left"));
+}
+
+void TestOutput::failuresAreToldOnce_data()
+{
+    QTest::addColumn<QString>("call");
+    QTest::addColumn<QByteArray>("said"); // the whole of standard error
+    QTest::newRow("the sentence is enough")
+        << text("add 192.0.2.6 --type 21")
+        << QByteArray("nodedb: there is no driver for the node type 21\n");
+    QTest::newRow("the reason is part of it")
+        << text("--simulate bad.json scan")
+        << QByteArray("nodedb: simulating \"FOLDER/bad.json\" for 10 s; --for sets the time\n"
+                      "nodedb: the site \"FOLDER/bad.json\" cannot be simulated: ");
+    QTest::newRow("warnings without time and level, each once")
+        << text("--plugins empty list")
+        << QByteArray("warning: No node driver available for node type: 2 (2 times)\n"
+                      "warning: Stored nodes that no driver can load, kept as they are: 2\n");
+    QTest::newRow("the table tells it") << text("--plugins broken drivers") << QByteArray();
+}
+
+void TestOutput::failuresAreToldOnce()
+{
+    QFETCH(QString, call);
+    QFETCH(QByteArray, said);
+    QVERIFY(QDir().mkdir(path("empty")) && QDir().mkdir(path("broken")));
+    tst::write(path("broken/broken.so"), "no library");
+    tst::write(path("bad.json"), "{ \"devices\": [ {} ] ");
+    QCOMPARE(onStore("add 192.0.2.7 --type 2").code, 0);
+    const auto globals = QStringList{ text("--store"), m_store };
+    const Run ended = run(globals + call.split(QLatin1Char(' ')));
+    said.replace("FOLDER", path("").toUtf8());
+    QVERIFY2(
+        said.endsWith('\n') || said.isEmpty() ? ended.error == said : ended.error.startsWith(said),
+        ended.error);
+    QCOMPARE(ended.error.count("broken.so"), 0);
+    // Who asks for log lines gets them as they are.
+    const Run raw = run(globals + QStringList(text("--verbose")) + call.split(QLatin1Char(' ')));
+    QVERIFY(raw.error.contains("Z [2] "));
+}
+
+QTEST_GUILESS_MAIN(TestOutput)
+#include "tst_output.moc"
