@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 #include <QStringList>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <utility>
@@ -29,6 +30,13 @@ QString withoutPrefix(const QString& line)
     static const QRegularExpression prefix(QStringLiteral("^\\S+ \\[\\d\\] "));
     const auto match = prefix.match(line);
     return match.hasMatch() ? line.mid(match.capturedEnd()) : line;
+}
+
+/** Returns the fixed text that a line begins with, before any value. */
+QString kindOf(const QString& line)
+{
+    static const QRegularExpression value(QStringLiteral("[\\d:\"]"));
+    return line.left(line.indexOf(value));
 }
 
 /** Returns whether the sentence tells what the line tells: in words of its own that are known here,
@@ -65,7 +73,8 @@ public:
     Device() { open(QIODevice::WriteOnly); }
 
     void showRaw() { m_isRaw = true; }
-    int count() const { return int(m_lines.size()); }
+    void leaveOut(const QString& start) { m_leftOut.append(start); }
+    int count() const { return int(m_lines.size()) + m_more; }
 
     QString take(const QString& start)
     {
@@ -91,7 +100,10 @@ public:
             writeToStandardError(QStringLiteral("warning: %1%2\n").arg(line, often).toUtf8());
         }
         m_times.clear();
-        m_size = 0;
+        m_kinds.clear();
+        if (const int more = std::exchange(m_more, 0); more > 0 && !m_isRaw)
+            writeToStandardError(
+                QStringLiteral("warning: and %1 more; --verbose shows all\n").arg(more).toUtf8());
     }
 
 protected:
@@ -112,19 +124,27 @@ protected:
 private:
     void add(const QString& line)
     {
-        constexpr qsizetype k_most = 128 * 1024; // characters
-        if (++m_times[line] > 1)
+        const auto isStart = [&](const QString& start) { return line.startsWith(start); };
+        if (std::any_of(m_leftOut.cbegin(), m_leftOut.cend(), isStart))
             return;
-        m_lines.append(line);
-        m_size += line.size();
-        if (m_size > k_most)
-            tell(QString());
+        if (m_times.contains(line)) {
+            ++m_times[line];
+        } else if (++m_kinds[kindOf(line)] <= k_most) {
+            m_lines.append(line);
+            m_times[line] = 1;
+        } else {
+            ++m_more;
+        }
     }
 
+    static constexpr int k_most = 10; ///< of a kind
+
     QByteArray m_unfinished;
+    QStringList m_leftOut;
     QStringList m_lines; ///< each once
     QHash<QString, int> m_times;
-    qsizetype m_size = 0;
+    QHash<QString, int> m_kinds;
+    int m_more = 0; ///< that were too many to keep
     bool m_isRaw = false;
 };
 
@@ -143,6 +163,12 @@ void LogHold::showRaw()
 {
     const MutexLocker locker(LogQt::instance().mutex());
     m_device->showRaw();
+}
+
+void LogHold::leaveOut(const QString& start)
+{
+    const MutexLocker locker(LogQt::instance().mutex());
+    m_device->leaveOut(start);
 }
 
 int LogHold::count() const

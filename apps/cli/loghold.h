@@ -10,10 +10,9 @@
 namespace tq::cli {
 
 /**
- * Makes warnings for people of log lines: without time and level, each once, and not while a
- * command prints. They wait for tell() or the end, and are written at once only when there are too
- * many to keep; the end of the whole process by force loses them. While it lives, the logger writes
- * here.
+ * Makes warnings for people of log lines: without time and level, each once, the first ten of a
+ * kind, and not while a command prints. They wait for tell() or the end; the end of the whole
+ * process by force loses them. While it lives, the logger writes here.
  */
 class LogHold
 {
@@ -25,6 +24,10 @@ public:
 
     /** From now on lines are written at once and as they are. */
     void showRaw();
+
+    /** From now on lines that begin with `start` make no warnings: the command tells it in its own
+     * way. */
+    void leaveOut(const QString& start);
 
     /** Returns how many warnings wait. */
     int count() const;

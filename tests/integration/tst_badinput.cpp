@@ -49,7 +49,7 @@ void TestBadInput::valuesAreJudged_data()
     refused("set|ID|IP=", "\"\"");
     refused("set|ID|ProxyAddress=foo bar", "\"foo bar\"");
     refused("add|192.0.2.9:8080|--type|2", "\"192.0.2.9:8080\"");
-    refused("add|192.0.2.300|--type|2", "\"192.0.2.300\"");
+    refused("add|http://x|--type|2", "\"http://x\"");
     refused("settings|set|TransponderIP|1.2.3", "\"1.2.3\"");
     taken("set|ID|IP=fe80::1%eth0");
     taken("set|ID|IP=t\u00fcr-1.example.");
@@ -59,6 +59,7 @@ void TestBadInput::valuesAreJudged_data()
     refused("set|ID|Name=", "\"\"");
     refused("set|ID|Name= ", "\" \"");
     refused("add|192.0.2.9|--type|2|--name|", "\"\"");
+    refused("set|ID|Name=x|MAC=00:11", "\"00:11\"");
     refused("set|ID|MAC=02:00:00:00:00:06", "OTHER");
     refused("set|ID|IP=192.0.2.6", "OTHER");
     taken("set|ID|MAC=02:00:00:00:00:06|IP=192.0.2.6|--force");

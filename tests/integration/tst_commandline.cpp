@@ -118,11 +118,9 @@ void TestCommandLine::refusedCallsNameTheValueAndChangeNothing_data()
     row("set ID Port=81 Nmae=x", 1, "Nmae");
     row("set ID Name=x Port=65536", 1, "65536");
     row("set ID Name=x SSL=maybe", 1, "maybe");
-    row("set ID Name=x MAC=00:11", 1, "00:11");
     row("set ID Name=x NodeType=4", 1, "NodeType");
     row("add 192.0.2.5 --type 2", 1, "192.0.2.5");
     row("add 192.0.2.7 --type 21", 1, "21");
-    row("add http://x --type 2", 1, "http://x");
     row("environment remove Default", 1, "Default");
     row("settings set Bandwidth fast", 1, "fast");
     row("convert devices.db devices.db", 1, "devices.db");

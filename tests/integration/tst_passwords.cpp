@@ -5,9 +5,9 @@
 
 #include <QTest>
 
+#include <array>
 #include <csignal>
-#include <cstdlib>
-#include <fcntl.h>
+#include <pty.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -19,41 +19,26 @@ namespace {
 const QByteArray k_secret = "Sesam-4711";
 
 /** A terminal whose other side is this test. */
-class Terminal
+struct Terminal
 {
-public:
-    Terminal() : m_master(::posix_openpt(O_RDWR | O_NOCTTY))
-    {
-        if (::grantpt(m_master) == 0 && ::unlockpt(m_master) == 0)
-            m_name = QString::fromLocal8Bit(::ptsname(m_master));
-        m_slave = ::open(qPrintable(m_name), O_RDWR | O_NOCTTY);
-    }
-
-    ~Terminal()
-    {
-        ::close(m_slave);
-        ::close(m_master);
-    }
-
+    Terminal() { QCOMPARE(::openpty(&other, &own, name.data(), nullptr, nullptr), 0); }
+    ~Terminal() { ::close(own), ::close(other); }
     Q_DISABLE_COPY_MOVE(Terminal)
-
-    QString name() const { return m_name; }
 
     bool type(const QByteArray& keys)
     {
-        return ::write(m_master, keys.constData(), std::size_t(keys.size())) == keys.size();
+        return ::write(other, keys.constData(), std::size_t(keys.size())) == keys.size();
     }
 
     bool echoes() const
     {
         termios state{};
-        return ::tcgetattr(m_slave, &state) == 0 && (state.c_lflag & ECHO) != 0;
+        return ::tcgetattr(own, &state) == 0 && (state.c_lflag & ECHO) != 0;
     }
 
-private:
-    int m_master = -1;
-    int m_slave = -1;
-    QString m_name;
+    int own = -1;
+    int other = -1;
+    std::array<char, 64> name{};
 };
 
 } // namespace
@@ -74,10 +59,11 @@ private slots:
 private:
     void start(QProcess& process, const Terminal& terminal) const
     {
-        process.setStandardInputFile(terminal.name());
+        process.setStandardInputFile(text(terminal.name.data()));
         process.start(text(NODEDB_PROGRAM),
-            { text("--store"), m_store, text("add"), text("192.0.2.5"), text("--type"), text("2"),
-                text("--user"), text("joe") });
+            text("--store %1 add 192.0.2.5 --type 2 --user joe")
+                .arg(m_store)
+                .split(QLatin1Char(' ')));
     }
 };
 

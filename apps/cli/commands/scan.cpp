@@ -69,6 +69,10 @@ public:
             m_names.insert(name.toStdString());
         QObject::connect(&m_watch, &DiscoveryWatch::happened, &m_watch,
             [this](const DeviceEvent& event) { m_report.show(event); });
+        // What the rows "not ours" and "no driver" tell.
+        for (const char* start : { "No node driver available for nodehint: ",
+                 "No node driver available for node type: " })
+            m_call.output().log().leaveOut(text(start));
     }
 
     /** Runs the scanners until the time is out (0: never) or a signal comes; simulated time goes
