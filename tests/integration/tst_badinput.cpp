@@ -19,6 +19,7 @@ private slots:
     void valuesAreJudged();
 
 private:
+    QByteArray m_made; ///< the store with two nodes that each row begins with
     QString m_id;
     QString m_other;
 };
@@ -26,10 +27,13 @@ private:
 void TestBadInput::init()
 {
     begin();
+    tst::write(path("file"), "no folder");
+    if (!m_made.isEmpty())
+        return tst::write(m_store, m_made);
     m_id = onStore("add 192.0.2.5 --type 2").item()[text("ID")].toString();
     m_other = onStore("add 192.0.2.6 --type 2").item()[text("ID")].toString();
     QCOMPARE(onStore("set " + m_other.toUtf8() + " MAC=02:00:00:00:00:06").code, 0);
-    tst::write(path("file"), "no folder");
+    m_made = tst::contentOf(m_store);
 }
 
 void TestBadInput::valuesAreJudged_data()

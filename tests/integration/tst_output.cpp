@@ -78,7 +78,7 @@ void TestOutput::failuresAreToldOnce_data()
         << 2;
     QTest::newRow("not too many of a kind")
         << text("--store many.ini list")
-        << QByteArray("warning: A stored node has no id and is left out, entry 1\n") << 13;
+        << QByteArray("warning: A stored node has no id and is left out, entry 0\n") << 13;
     QTest::newRow("the table tells it") << text("--plugins broken drivers") << QByteArray() << 0;
 }
 
