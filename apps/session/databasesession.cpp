@@ -187,7 +187,7 @@ QString DatabaseSession::reopen(const StoreNode& inMemory)
 {
     QString error;
     m_store.reset(); // and with it what was not synced
-    m_store = openStore(m_storeName, &error);
+    m_store = openStore(m_storeName, &error, OpenMode::Create); // the first save may have failed
     if (m_store)
         writeNode(*m_store, inMemory);
     return error;
