@@ -32,6 +32,7 @@ private slots:
     void initTestCase();
     void storesExactlyTheDevicesThatAnswer();
     void knowsThemAgainAndSeesAChangedAddress();
+    void tellsThatADeviceWentOff();
 
 private:
     QStringList stored();
@@ -88,6 +89,26 @@ void TestLabScan::knowsThemAgainAndSeesAChangedAddress()
     QStringList expected = m_expected.replaceInStrings(text("10.77.0.11 "), text("10.77.0.99 "));
     expected.sort();
     QCOMPARE(stored(), expected);
+}
+
+void TestLabScan::tellsThatADeviceWentOff()
+{
+    // The kernel would go on trusting it for half a minute and more.
+    const QString impatience = text("ntable change name arp_cache dev near base_reachable 1000");
+    QCOMPARE(QProcess::execute(text("ip"), impatience.split(QLatin1Char(' '))), 0);
+    QProcess scan;
+    m_program.start(scan, { text("scan"), text("--sweep") });
+    QString output;
+    QVERIFY2(tst::waitForRows(scan, output, text("^known "), 5), qPrintable(output));
+    QCOMPARE(tellLab(text("stop cam2")).last(), text("ok"));
+    QVERIFY2(tst::waitForRows(scan, output, text("^gone +10\\.77\\.0\\.12 ")), qPrintable(output));
+    QCOMPARE(tellLab(text("start cam2")).last(), text("ok"));
+    QVERIFY2(
+        tst::waitForRows(scan, output, text("^known +10\\.77\\.0\\.12 "), 2), qPrintable(output));
+    scan.terminate();
+    QVERIFY(scan.waitForFinished(tst::k_labPatience));
+    output += QString::fromUtf8(scan.readAllStandardOutput());
+    QVERIFY2(output.contains(text("5 found, 0 of them new, 1 lost,")), qPrintable(output));
 }
 
 QTEST_GUILESS_MAIN(TestLabScan)

@@ -210,7 +210,8 @@ QList<Command> scanCommands()
             { k_for, QStringLiteral("End after so many seconds, not only at Ctrl-C."),
                 QStringLiteral("SECONDS") },
             { k_sweep,
-                QStringLiteral("Make the system ask for every address of its own networks.") },
+                QStringLiteral("Make the system ask for every address of its own networks, again "
+                               "after 1 to 8 minutes, and for devices that fell silent.") },
             { k_scanner, QStringLiteral("Use only this scanner; may be repeated."),
                 QStringLiteral("NAME") },
             { k_speed, QStringLiteral("Let simulated time go N times as fast."),

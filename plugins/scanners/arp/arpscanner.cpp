@@ -47,6 +47,7 @@ void ArpScanner::start(unsigned int argument, int datagramsPerSecond)
     if (!m_watch->isRunning() && !m_watch->start())
         return;
     if ((argument & eSweep) != 0) {
+        m_watch->confirm();
         const bool isGiven = datagramsPerSecond > 0;
         m_sweep->start(isGiven ? qMin(datagramsPerSecond, k_highestPace) : k_defaultPace);
     }

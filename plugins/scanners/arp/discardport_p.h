@@ -15,11 +15,13 @@ public:
     DiscardPort(const DiscardPort&) = delete;
     DiscardPort& operator=(const DiscardPort&) = delete;
 
-    /** Sends one to an IPv4 address. Returns false when there is no room now: try again later. */
+    /** Sends one; a link-local address has the number of its interface as its scope. Returns false
+     * when there is no room now: try again later. */
     bool send(const QHostAddress& address);
 
 private:
     int m_socket;
+    int m_socket6; ///< for IPv6
 };
 
 } // namespace tq

@@ -112,10 +112,14 @@ QByteArray questionRequest(const NeighbourTable::Place& place, quint32 sequence)
     nlmsghdr* const message =
         startRequest(buffer.data(), RTM_NEWNEIGH, NLM_F_REQUEST | NLM_F_ACK, sequence);
     auto* const line = static_cast<ndmsg*>(mnl_nlmsg_put_extra_header(message, sizeof(ndmsg)));
-    line->ndm_family = AF_INET;
+    const bool isIPv6 = place.address.protocol() == QAbstractSocket::IPv6Protocol;
+    line->ndm_family = isIPv6 ? AF_INET6 : AF_INET;
     line->ndm_ifindex = place.interfaceIndex;
     line->ndm_state = NUD_PROBE;
-    if (!place.address.isNull())
+    const Q_IPV6ADDR bytes = place.address.toIPv6Address();
+    if (isIPv6)
+        mnl_attr_put(message, NDA_DST, sizeof bytes, &bytes);
+    else if (!place.address.isNull())
         mnl_attr_put_u32(message, NDA_DST, htonl(place.address.toIPv4Address()));
     return asBytes(message);
 }

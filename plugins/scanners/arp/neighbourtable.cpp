@@ -19,6 +19,9 @@ constexpr qint64 k_quietTime = 2000; ///< between two questions to one device
 constexpr qint64 k_freshTime = 15000; ///< a line that appeared so lately shows where a device is
 constexpr qint64 k_trustTime = 60000; ///< what the kernel holds reachable for so long, is
 constexpr int k_mostAsked = 8; ///< a router may answer for a whole network
+constexpr qint64 k_confirmInterval = 60000; ///< between two times that one device is confirmed
+constexpr qint64 k_confirmGap = 50; ///< between two addresses that are asked so
+constexpr qint64 k_confirmBurst = 250; ///< whoever calls rarely makes up for no more than this
 constexpr std::size_t k_mostRemembered = 4096; ///< devices that went
 constexpr qint64 k_always = std::numeric_limits<qint64>::min() / 2;
 
@@ -32,6 +35,11 @@ bool canBeADevice(const QHostAddress& address)
     const bool isNobody = address.isNull() || address == QHostAddress(QHostAddress::AnyIPv4)
         || address == QHostAddress(QHostAddress::AnyIPv6);
     return !isNobody && !address.isLoopback() && !address.isMulticast() && !address.isBroadcast();
+}
+
+bool isTrusted(quint16 state)
+{
+    return (state & (NUD_REACHABLE | NUD_PERMANENT)) != 0;
 }
 
 bool isLive(const Neighbour& neighbour)
@@ -87,11 +95,14 @@ void NeighbourTable::put(const Place& place, const Neighbour& neighbour, qint64 
     if (isNew) {
         m_owners[place] = neighbour.mac;
         line.since = m_isListed ? now : k_always;
+        line.trustedUntil = now;
         if (isRival(place, device) && !device.isDoubted)
             beginDoubt(device, now);
     } else if (neighbour.state == NUD_REACHABLE && line.state != NUD_REACHABLE) {
         line.hasAnswered = true;
     }
+    if (isTrusted(line.state) || isTrusted(neighbour.state))
+        line.trustedUntil = now;
     line.state = neighbour.state;
     line.listing = m_listing;
     if (m_isListed)
@@ -119,6 +130,8 @@ void NeighbourTable::drop(const Place& place, qint64 now)
     Device& device = m_devices[owner->second];
     m_owners.erase(owner);
     device.lines.erase(place);
+    if (place.address == device.reported)
+        device.confirmAt = 0; // now its others count
     if (m_isListed)
         review(device, now);
 }
@@ -146,12 +159,15 @@ void NeighbourTable::advance(qint64 now)
         if (!device.lines.empty())
             review(device, now);
     }
+    if (m_staleTime)
+        confirmStale(now);
 }
 
 bool NeighbourTable::isWaiting() const
 {
-    return std::any_of(m_devices.begin(), m_devices.end(),
-        [](const auto& each) { return each.second.deadline || each.second.isDoubted; });
+    return (m_staleTime && !m_owners.empty())
+        || std::any_of(m_devices.begin(), m_devices.end(),
+            [](const auto& each) { return each.second.deadline || each.second.isDoubted; });
 }
 
 NeighbourTable::Outcome NeighbourTable::take()
@@ -255,7 +271,7 @@ std::optional<QHostAddress> NeighbourTable::aliveIPv4(const Device& device)
             break;
         if (line.hasAnswered)
             return place.address;
-        if (!trusted && (line.state & (NUD_REACHABLE | NUD_PERMANENT)) != 0)
+        if (!trusted && isTrusted(line.state))
             trusted = place.address;
     }
     return trusted;
@@ -308,6 +324,39 @@ bool NeighbourTable::askAll(Device& device, qint64 now)
         isOpen = isOpen || !line.hasAnswered;
     }
     return !isOpen || !device.deadline || now >= *device.deadline;
+}
+
+void NeighbourTable::confirmStale(qint64 now)
+{
+    // Twice as long as one round at full pace takes: so everybody comes to their turn.
+    const qint64 interval = std::max(k_confirmInterval, 2 * k_confirmGap * qint64(m_owners.size()));
+    m_nextConfirm = std::max(m_nextConfirm, now - k_confirmBurst);
+    for (auto& [mac, device] : m_devices) {
+        if (now < m_nextConfirm)
+            return;
+        if (!device.isReported || device.isDoubted || device.deadline || now < device.confirmAt)
+            continue;
+        const int asked = askStale(device, now);
+        m_nextConfirm += asked * k_confirmGap;
+        if (asked > 0)
+            device.confirmAt = now + interval;
+    }
+}
+
+int NeighbourTable::askStale(const Device& device, qint64 now)
+{
+    const bool isThere = std::any_of(device.lines.begin(), device.lines.end(),
+        [&](const auto& each) { return each.first.address == device.reported; });
+    int asked = 0;
+    for (const auto& [place, line] : device.lines) {
+        const bool isOfUse = !isThere || place.address == device.reported;
+        const bool isStale = !isTrusted(line.state) && now >= line.trustedUntil + *m_staleTime;
+        if (!isOfUse || !isStale || asked == k_mostAsked)
+            continue;
+        m_outcome.questions.append(place);
+        ++asked;
+    }
+    return asked;
 }
 
 } // namespace tq

@@ -34,6 +34,12 @@ struct Neighbour
  * asked before any of them is reported. A device is gone when its last line is; one that comes back
  * with another IPv4 address is new and changed.
  *
+ * The kernel keeps a line that nobody uses for ever, whatever became of the device. So on request
+ * the table confirms: once the kernel has not trusted a line for 15 s, its device is asked, on the
+ * reported address, or on each other when that one fell silent. A device is asked once a minute at
+ * most, all together at most 20 addresses a second; where there are more than 600 lines, so much
+ * less often that half of that is never exceeded for long.
+ *
  * Knows neither sockets nor clocks: times are monotonic ms, and questions are for the caller to
  * ask.
  */
@@ -67,6 +73,11 @@ public:
     /** How long a device may take to answer a question; questions that are open keep their time. */
     void setAnswerTime(qint64 milliseconds) { m_answerTime = milliseconds; }
 
+    static constexpr qint64 k_staleTime = 15000;
+
+    /** Lets devices be confirmed from now on, whose lines were not trusted for `staleTime`. */
+    void confirm(qint64 staleTime = k_staleTime) { m_staleTime = staleTime; }
+
     /** Begins a full listing; nothing is reported before the first one has ended. */
     void beginListing();
 
@@ -87,6 +98,7 @@ private:
     {
         quint16 state = 0;
         qint64 since = 0; ///< when it appeared
+        qint64 trustedUntil = 0; ///< when it was last seen trusted, or appeared
         int listing = 0; ///< the last listing that showed it
         bool isAsked = false;
         bool hasAnswered = false;
@@ -101,6 +113,7 @@ private:
         bool isDoubted = false; ///< another IPv4 address appeared
         qint64 doubtedSince = 0;
         qint64 quietUntil = 0; ///< no question before
+        qint64 confirmAt = 0; ///< not before
         std::optional<qint64> deadline; ///< of what is being waited for
     };
 
@@ -119,10 +132,15 @@ private:
     void ask(const Place& place, Line& line);
     /** Asks for the IPv4 addresses, each once. Returns whether all have answered or time is up. */
     bool askAll(Device& device, qint64 now);
+    void confirmStale(qint64 now);
+    /** Asks for what the kernel does not trust of a device. Returns how many addresses. */
+    int askStale(const Device& device, qint64 now);
 
     qint64 m_answerTime = 5000;
     int m_listing = 0;
     bool m_isListed = false;
+    std::optional<qint64> m_staleTime; ///< none: nobody is confirmed
+    qint64 m_nextConfirm = 0; ///< keeps the pace of all devices together
     std::map<Place, MACAddress> m_owners;
     std::map<MACAddress, Device> m_devices;
     Outcome m_outcome;

@@ -81,6 +81,12 @@ bool NeighbourWatch::start()
     return true;
 }
 
+void NeighbourWatch::confirm(qint64 staleTime)
+{
+    m_table.confirm(staleTime);
+    keepTime();
+}
+
 void NeighbourWatch::stop()
 {
     m_listTimer.stop();
@@ -206,6 +212,11 @@ void NeighbourWatch::deliver()
         if (!self || !isRunning())
             return;
     }
+    keepTime();
+}
+
+void NeighbourWatch::keepTime()
+{
     if (m_table.isWaiting() != m_decideTimer.isActive())
         m_table.isWaiting() ? m_decideTimer.start() : m_decideTimer.stop();
 }

@@ -33,6 +33,10 @@ public:
     /** Returns whether the kernel lets us watch; a refusal is logged at level 2. */
     [[nodiscard]] bool start();
 
+    /** Lets devices be confirmed, until stop(): by netlink where the kernel lets us, else by a
+     * datagram, which makes the kernel ask. Times are in ms. */
+    void confirm(qint64 staleTime = NeighbourTable::k_staleTime);
+
     /** Forgets everything; nothing is emitted afterwards. */
     void stop();
     bool isRunning() const { return m_socket != nullptr; }
@@ -55,6 +59,7 @@ private:
     void takeError(const nlmsghdr* message);
     void endListing();
     void deliver();
+    void keepTime();
     void ask(const NeighbourTable::Place& place);
     bool send(const QByteArray& request);
 

@@ -11,7 +11,9 @@ namespace tq {
 namespace {
 
 constexpr int k_tick = 20; ///< ms
-constexpr qint64 k_longestPause = 100; ///< ms
+constexpr qint64 k_longestDelay = 100; ///< ms
+constexpr int k_calmPace = 50; ///< datagrams per second, after the first pass
+constexpr int k_mostDoublings = 3; ///< of the pause between two passes
 constexpr qint64 k_whole = 1000; ///< the credit that one datagram costs
 constexpr int k_largest = 20; ///< prefix length
 constexpr int k_bits = 32;
@@ -37,15 +39,31 @@ SubnetSweep::Range SubnetSweep::hosts(quint32 own, int prefixLength)
     return { network + 1, network + hostBits - 1, own };
 }
 
-SubnetSweep::SubnetSweep(QObject* parent) : QObject(parent)
+SubnetSweep::SubnetSweep(int firstPause, QObject* parent)
+    : QObject(parent), m_firstPause(firstPause)
 {
+    m_pauseTimer.setSingleShot(true);
+    QObject::connect(&m_pauseTimer, &QTimer::timeout, this, &SubnetSweep::beginPass);
     m_timer.setInterval(k_tick);
     QObject::connect(&m_timer, &QTimer::timeout, this, &SubnetSweep::sendDue);
 }
 
 void SubnetSweep::start(int perSecond)
 {
+    stop();
     m_perSecond = perSecond;
+    m_passes = 0;
+    beginPass();
+}
+
+void SubnetSweep::stop()
+{
+    m_timer.stop();
+    m_pauseTimer.stop();
+}
+
+void SubnetSweep::beginPass()
+{
     m_range = 0;
     m_credit = 0;
     collectRanges();
@@ -54,9 +72,11 @@ void SubnetSweep::start(int perSecond)
     m_timer.start();
 }
 
-void SubnetSweep::stop()
+void SubnetSweep::endPass()
 {
     m_timer.stop();
+    m_pauseTimer.start(m_firstPause << qMin(m_passes++, k_mostDoublings));
+    m_perSecond = qMin(m_perSecond, k_calmPace);
 }
 
 void SubnetSweep::collectRanges()
@@ -71,7 +91,7 @@ void SubnetSweep::collectRanges()
             if (entry.ip().protocol() != QAbstractSocket::IPv4Protocol)
                 continue;
             const Range range = hosts(entry.ip().toIPv4Address(), entry.prefixLength());
-            if (entry.prefixLength() < k_largest)
+            if (entry.prefixLength() < k_largest && m_passes == 0)
                 logLine(Log::eSurvived, "Subnet too large to be swept: ", entry.ip().toString(),
                     "/", entry.prefixLength());
             else if (range.first <= range.last && !m_ranges.contains(range))
@@ -83,7 +103,7 @@ void SubnetSweep::collectRanges()
 void SubnetSweep::sendDue()
 {
     // What was missed in a longer pause is not made up for in one burst.
-    const qint64 elapsed = qMin(m_clock.restart(), k_longestPause);
+    const qint64 elapsed = qMin(m_clock.restart(), k_longestDelay);
     m_credit = qMin(m_credit, k_whole) + elapsed * m_perSecond;
     while (m_range < m_ranges.size()) {
         const Range& range = m_ranges.at(m_range);
@@ -99,7 +119,7 @@ void SubnetSweep::sendDue()
         ++m_next;
         m_credit -= k_whole;
     }
-    m_timer.stop();
+    endPass();
 }
 
 } // namespace tq

@@ -6,6 +6,7 @@
 #include <QMap>
 #include <QTest>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -44,6 +45,8 @@ public:
             m_table.beginListing();
         else if (step == QLatin1String("end"))
             m_table.endListing(m_now);
+        else if (step == QLatin1String("confirm"))
+            m_table.confirm();
         else if (words.first() == QLatin1String("del"))
             feed(words.at(1), words.at(2), NUD_STALE, true);
         else
@@ -206,6 +209,22 @@ void addChoices()
         << "new 10.0.0.5 a;new 10.0.0.6 b;new 10.0.0.7 c;gone 10.0.0.5 a";
 }
 
+void addConfirmations()
+{
+    QTest::newRow("stale for 15 s: asked, and again after a minute")
+        << "list;10.0.0.5 a reachable;end;confirm;+90000;10.0.0.5 a stale;+14900;+100;10.0.0.5 a "
+           "probe;10.0.0.5 a reachable;10.0.0.5 a stale;+59900;+100"
+        << "new 10.0.0.5 a;ask 10.0.0.5;ask 10.0.0.5";
+    QTest::newRow("one that went off is gone")
+        << "list;10.0.0.5 a stale;10.0.0.6 b stale;end;confirm;+15000;10.0.0.5 a probe;10.0.0.5 - "
+           "failed;10.0.0.6 b probe;10.0.0.6 b reachable;+15000"
+        << "new 10.0.0.5 a;new 10.0.0.6 b;ask 10.0.0.5;ask 10.0.0.6;gone 10.0.0.5 a";
+    QTest::newRow("one that went off is gone in both families")
+        << "list;10.0.0.5 a stale;fe80::5 a stale;end;confirm;+15000;10.0.0.5 - failed;+250;"
+           "fe80::5 - failed"
+        << "new 10.0.0.5 a;ask 10.0.0.5;ask fe80::5;gone 10.0.0.5 a";
+}
+
 } // namespace
 
 class TestNeighbourTable : public QObject
@@ -216,6 +235,7 @@ private slots:
     void tellsWhatBecomesOfDevices_data();
     void tellsWhatBecomesOfDevices();
     void asksARouterOnceForManyAddresses();
+    void confirmsALargeNetworkCalmly();
     void readsMessages();
     void survivesMessagesThatLie();
     void sweepsTheHostsOfASubnet_data();
@@ -230,6 +250,7 @@ void TestNeighbourTable::tellsWhatBecomesOfDevices_data()
     addComings();
     addMoves();
     addChoices();
+    addConfirmations();
 }
 
 void TestNeighbourTable::tellsWhatBecomesOfDevices()
@@ -262,6 +283,31 @@ void TestNeighbourTable::asksARouterOnceForManyAddresses()
         second.play(QStringLiteral("10.0.0.%1 a stale").arg(host));
     second.play(QStringLiteral("end"));
     QCOMPARE(second.told.size(), 8);
+}
+
+void TestNeighbourTable::confirmsALargeNetworkCalmly()
+{
+    constexpr int k_devices = 1500;
+    constexpr int k_tick = 250;
+    NeighbourTable table;
+    table.beginListing();
+    for (quint32 i = 1; i <= k_devices; ++i)
+        table.feed({ 2, QHostAddress(0x0a000000 + i),
+                       MACAddress({ 2, 0, 0, 0, quint8(i >> 8), quint8(i) }), NUD_STALE },
+            0);
+    table.endListing(0);
+    table.confirm();
+    QMap<quint32, int> asked;
+    for (qint64 now = 0; now < 300000; now += k_tick) {
+        table.advance(now);
+        const auto questions = table.take().questions;
+        QVERIFY(questions.size() <= 6);
+        for (const auto& place : questions)
+            ++asked[place.address.toIPv4Address()];
+    }
+    // 150 s lie between two questions to one: everybody had a turn, and nobody a third one.
+    QCOMPARE(asked.size(), k_devices);
+    QVERIFY(std::all_of(asked.begin(), asked.end(), [](int times) { return times <= 2; }));
 }
 
 void TestNeighbourTable::readsMessages()
