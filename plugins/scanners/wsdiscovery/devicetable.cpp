@@ -43,10 +43,13 @@ const char* DeviceTable::feedNew(
         introduce(said, sender.address, places.first(), now);
         return nullptr;
     }
+    const bool mayBeOld = isGone && sender.isAnswer;
+    if (mayBeOld && m_questions.count(said.endpoint) != 0)
+        return nullptr;
     std::optional<ServicePlace> otherwise;
-    if (!places.isEmpty())
+    if (!mayBeOld && !places.isEmpty())
         otherwise = places.first();
-    else if (sender.isItself)
+    else if (!mayBeOld && sender.isItself)
         otherwise = ServicePlace{ sender.address, ServicePlace().port, false, QString() };
     return ask(said, sender.address, otherwise);
 }

@@ -20,7 +20,8 @@ namespace tq {
  * addresses is asked as well: it may have several, or somebody may use its name. It has changed
  * only when nobody tells of the reported address in time. A Bye counts when it comes from the
  * device's own address, and so does a change of anything but the address. One that has just changed
- * or gone and says something else again is asked first: so there is no more than one event in 1.5 s
+ * or gone and says something else again is asked first (one that has gone and answers an older
+ * question is back only if it answers that one too): so there is no more than one event in 1.5 s
  * of each device, besides its going.
  *
  * Whatever strangers say, it keeps at most 4096 devices, 64 of one sender, and 256 questions. When
@@ -47,6 +48,7 @@ public:
     {
         QHostAddress address;
         bool isItself = true; ///< else it speaks for several devices
+        bool isAnswer = false; ///< to a question to all; it may be older than a Bye heard before
     };
 
     /** Sets the networks that this machine is on; nobody from elsewhere is listened to. */

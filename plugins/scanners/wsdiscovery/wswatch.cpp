@@ -119,15 +119,14 @@ const char* WsWatch::take(const WsMessage& message, const QHostAddress& sender, 
 {
     switch (message.kind) {
     case WsMessage::eHello:
-        return isToGroup ? feed(message.devices, sender) : "an announcement to us alone";
+        return isToGroup ? feed(message, sender) : "an announcement to us alone";
     case WsMessage::eBye:
         if (!isToGroup || message.devices.isEmpty())
             return isToGroup ? nullptr : "an announcement to us alone";
         return m_table.dismiss(message.devices.first().endpoint, sender, m_clock.elapsed());
     case WsMessage::eProbeMatches:
     case WsMessage::eResolveMatches:
-        return isAnswer(message) ? feed(message.devices, sender)
-                                 : "an answer that was not asked for";
+        return isAnswer(message) ? feed(message, sender) : "an answer that was not asked for";
     case WsMessage::eOther:
         break;
     }
@@ -142,11 +141,13 @@ bool WsWatch::isAnswer(const WsMessage& message) const
         && m_resolves.contains({ message.relatesTo, message.devices.first().endpoint });
 }
 
-const char* WsWatch::feed(const QList<WsDevice>& devices, const QHostAddress& sender)
+const char* WsWatch::feed(const WsMessage& message, const QHostAddress& sender)
 {
+    const QList<WsDevice>& devices = message.devices;
+    const DeviceTable::Sender source{ sender, devices.size() == 1,
+        message.kind == WsMessage::eProbeMatches };
     const char* reason = devices.isEmpty() ? "a device without a sound endpoint" : nullptr;
     for (const WsDevice& device : devices) {
-        const DeviceTable::Sender source{ sender, devices.size() == 1 };
         if (const char* const refusal = m_table.feed(device, source, m_clock.elapsed()))
             reason = refusal;
     }

@@ -50,7 +50,7 @@ private:
     void sendQuestions();
     void receive(const QNetworkDatagram& datagram, bool isToGroup);
     const char* take(const WsMessage& message, const QHostAddress& sender, bool isToGroup);
-    const char* feed(const QList<WsDevice>& devices, const QHostAddress& sender);
+    const char* feed(const WsMessage& message, const QHostAddress& sender);
     bool isAnswer(const WsMessage& message) const;
     void deliver();
 

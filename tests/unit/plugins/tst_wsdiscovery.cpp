@@ -69,22 +69,24 @@ public:
     QStringList told;
 
 private:
-    // ENDPOINT SENDER, then URLs, a version as "v1", a name as "n=…", "proxy".
+    // ENDPOINT SENDER, then URLs, a version as "v1", a name as "n=…", "proxy", "match".
     const char* feed(const QStringList& words)
     {
         WsDevice said{ words.at(0), {}, {}, {} };
-        bool isItself = true;
+        DeviceTable::Sender sender{ QHostAddress(words.at(1)) };
         for (const QString& word : words.mid(2)) {
             if (word.startsWith(QLatin1String("v")))
                 said.version = word.mid(1).toUInt();
             else if (word.startsWith(QLatin1String("n=")))
                 said.name = word.mid(2);
             else if (word == QLatin1String("proxy"))
-                isItself = false;
+                sender.isItself = false;
+            else if (word == QLatin1String("match"))
+                sender.isAnswer = true;
             else
                 said.addresses.append(word);
         }
-        return m_table.feed(said, { QHostAddress(words.at(1)), isItself }, m_now);
+        return m_table.feed(said, sender, m_now);
     }
 
     void write()
@@ -126,6 +128,13 @@ void addComings()
     QTest::newRow("gone and back at once")
         << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.6 http://10.0.0.6/;+1499;+1"
         << "new a 10.0.0.5:80;gone a 10.0.0.5:80;ask a;new a 10.0.0.6:80";
+    QTest::newRow("gone, an older answer comes late")
+        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.5 http://10.0.0.5/ match;+1500"
+        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;ask a";
+    QTest::newRow("gone and back, an older answer comes late")
+        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.5 http://10.0.0.5:81/;a 10.0.0.5 "
+           "http://10.0.0.5/ match;+1500"
+        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;ask a;new a 10.0.0.5:81";
     QTest::newRow("to and fro")
         << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.5;bye a 10.0.0.5;a 10.0.0.5 "
            "http://10.0.0.5/;bye a 10.0.0.5;+9000"
