@@ -112,6 +112,7 @@ private slots:
     void choosesShares();
     void countsFileSystemsOnce();
     void takesTheNewerPassword();
+    void takesBackWhatIsWithdrawn();
     void sendsNoLoginAfterAMove_data();
     void sendsNoLoginAfterAMove();
 
@@ -407,6 +408,23 @@ void TestNASDevice::takesTheNewerPassword()
     QCOMPARE(node.localUser(text("anna")), UserAndPassword(text("anna"), text("new"), false));
     QCOMPARE(node.localUser(text("ben")), UserAndPassword(text("ben"), text("new"), true));
     QCOMPARE(node.usersWithFullAccess(text("records")).first().password, text("new"));
+}
+
+void TestNASDevice::takesBackWhatIsWithdrawn()
+{
+    NASNode node(text("n"));
+    node.addLocalUser(text("ben"), text("pw"), false);
+    ShareAnswer answer;
+    answer.shares = { text("records") };
+    const UserAndPassword login{ text("anna"), text("pw"), false };
+    for (const auto access : { NASDeviceNode::eFullAccess, NASDeviceNode::eNoAccess }) {
+        answer.rights = { { text("records"), text("ben"), access },
+            { text("records"), text("anna"), NASDeviceNode::eFullAccess } };
+        take(answer, login, node);
+    }
+    const auto acl = node.share(text("records")).acl;
+    QCOMPARE(acl.size(), 1);
+    QCOMPARE(acl.first().user, text("anna"));
 }
 
 void TestNASDevice::sendsNoLoginAfterAMove_data()
