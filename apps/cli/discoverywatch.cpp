@@ -97,7 +97,7 @@ DiscoveryWatch::DiscoveryWatch(NodeDB& database, const DiscoveryRecorder* record
             const QJsonObject device = m_probes.take(request);
             attributeChanges();
             if (driver.null())
-                tell(DeviceEvent::eNotOurs, QString(), device);
+                tell(DeviceEvent::eNotOurs, QString(), device, request);
             if (m_probes.isEmpty())
                 emit idle();
         });
@@ -116,9 +116,10 @@ bool DiscoveryWatch::waitForProbes(int timeout)
     return m_probes.isEmpty();
 }
 
-void DiscoveryWatch::tell(DeviceEvent::EFate fate, const QString& id, const QJsonObject& device)
+void DiscoveryWatch::tell(
+    DeviceEvent::EFate fate, const QString& id, const QJsonObject& device, int request)
 {
-    const DeviceEvent event{ fate, id, device, QString() };
+    const DeviceEvent event{ fate, id, device, request, QString() };
     if (!m_recorder) {
         emit happened(event);
         return;

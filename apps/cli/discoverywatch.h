@@ -26,6 +26,7 @@ struct DeviceEvent
     EFate fate = eNew;
     QString nodeId; ///< empty where there is no node
     QJsonObject device; ///< what is known of it, under the names of a node's properties
+    int request = 0; ///< of the probe that decided this; 0: there was none
     QString from; ///< where its hint came from, for people; empty when that was not recorded
 
     /** Returns the fate in a word or two. */
@@ -66,7 +67,8 @@ private:
         quint64 story = 0;
     };
 
-    void tell(DeviceEvent::EFate fate, const QString& id, const QJsonObject& device);
+    void tell(
+        DeviceEvent::EFate fate, const QString& id, const QJsonObject& device, int request = 0);
     void attributeChanges(); ///< those that a probe which was just decided led to
     void tellOfNode(DeviceEvent::EFate fate, const QString& id);
     void met(const NodeHint& hint, const QString& id);

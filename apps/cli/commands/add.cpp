@@ -6,6 +6,7 @@
 #include "cli/invocation.h"
 #include "cli/nodesummary.h"
 #include "cli/passwordinput.h"
+#include "cli/proberejection.h"
 
 #include "discovery/nodehintipdevice.h"
 #include "nodestore/node.h"
@@ -106,8 +107,7 @@ Outcome judge(const std::optional<DeviceEvent>& fate, const NodeHintIPDevice& hi
     case DeviceEvent::eNew:
         return Outcome::done();
     case DeviceEvent::eNotOurs:
-        return Outcome::refused(
-            QStringLiteral("no driver recognises %1 as a device of its own").arg(address));
+        return Outcome::refused(rejectionText(rejectionOf(fate->request), hint.hostAddress()));
     case DeviceEvent::eNoDriver:
         return Outcome::refused(
             QStringLiteral("there is no driver for the node type %1").arg(int(hint.nodeType())));

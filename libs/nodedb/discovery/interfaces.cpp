@@ -5,6 +5,7 @@
 #include "discovery/idevicereader.h"
 #include "discovery/inodedrivercomponent.h"
 #include "discovery/inodescanner.h"
+#include "discovery/iprobeexplainer.h"
 
 #include <QMetaType>
 
@@ -41,6 +42,8 @@ const IInterface* INodeDriverComponent::getInterface(const std::string& name) co
 }
 
 IDeviceReader::~IDeviceReader() = default;
+
+IProbeExplainer::~IProbeExplainer() = default;
 
 INodeScanner::~INodeScanner() = default;
 

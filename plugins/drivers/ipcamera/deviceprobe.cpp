@@ -37,6 +37,11 @@ void DeviceProbe::start()
     m_web->start();
 }
 
+EProbeRejection DeviceProbe::rejection() const
+{
+    return m_onvif ? std::max(m_web->rejection(), m_onvif->rejection()) : m_web->rejection();
+}
+
 void DeviceProbe::takePage(const std::optional<WebProbe::Answer>& page)
 {
     m_isWebDone = true;

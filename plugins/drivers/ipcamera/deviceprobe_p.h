@@ -45,6 +45,9 @@ public:
 
     void start();
 
+    /** Returns, when it finished without an answer, why. */
+    EProbeRejection rejection() const;
+
 signals:
     /** Emitted once, never from start(). Nothing: there was no answer. */
     void finished(const std::optional<tq::DeviceAnswer>& answer);

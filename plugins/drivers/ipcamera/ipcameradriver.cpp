@@ -10,6 +10,7 @@
 #include "drivers/ipcamera/weburl_p.h"
 #include "parts/devicehints.h"
 #include "parts/probequeue.h"
+#include "parts/proberejections.h"
 
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
@@ -121,6 +122,7 @@ struct IPCameraDriver::Private
     // the driver would keep itself alive.
     tqm::smart<INodeDriverComponent> self;
     ProbeQueue probes;
+    ProbeRejections rejections;
     QCache<QString, DeviceAnswer> answers{ k_mostRemembered };
     DeviceReads reads;
 };
@@ -171,21 +173,33 @@ int IPCameraDriver::probe(int requestId, const NodeHint& hint)
 {
     const HintFacts facts = factsOf(hint);
     const bool isOther = hint.nodeType() != eAnyNodeType && hint.nodeType() != eIPCameraNode;
-    if (isOther || !isUsableHost(facts.address))
+    if (isOther || !isUsableHost(facts.address)) {
+        d->rejections.note(requestId, EProbeRejection::eNotAsked);
         return k_notOurs;
+    }
     const DeviceProbe::Target target{ facts.address, facts.endpoints, serviceOf(facts),
         proxyOf(hint), loginOf(hint) };
     const auto start = [this, requestId, key = keyOf(facts), target] {
         auto* const device = new DeviceProbe(target, this);
         const auto take = [this, device, requestId, key](const auto& answer) {
             device->deleteLater();
+            if (!answer)
+                d->rejections.note(requestId, device->rejection());
             endProbe(requestId, answer ? d->take(key, *answer) : k_notOurs);
         };
         // Queued: a slot of ours may end this driver, and no socket may stand in its signal then.
         QObject::connect(device, &DeviceProbe::finished, this, take, Qt::QueuedConnection);
         device->start();
     };
-    return d->probes.add(start) ? 0 : k_notOurs;
+    if (d->probes.add(start))
+        return 0;
+    d->rejections.note(requestId, EProbeRejection::eTooMany);
+    return k_notOurs;
+}
+
+EProbeRejection IPCameraDriver::rejection(int requestId) const
+{
+    return d->rejections.of(requestId);
 }
 
 void IPCameraDriver::endProbe(int requestId, int rank)

@@ -4,6 +4,7 @@
 
 #include "discovery/idevicereader.h"
 #include "discovery/inodedrivercomponent.h"
+#include "discovery/iprobeexplainer.h"
 
 #include <QObject>
 
@@ -23,7 +24,10 @@ namespace tq {
  * it speaks ONVIF, and by readDevice(); only in answer to a challenge for a digest. The database's
  * global login is never sent.
  */
-class IPCameraDriver : public QObject, public INodeDriverComponent, public IDeviceReader
+class IPCameraDriver : public QObject,
+                       public INodeDriverComponent,
+                       public IDeviceReader,
+                       public IProbeExplainer
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "tq.plugin.Component/1" FILE "plugin.json")
@@ -49,6 +53,7 @@ public:
      * at most. A refusal is a level 2 log line as well. */
     QString readDevice(const NodeID& id) override;
     QtSignal readFinishedSignal() override;
+    EProbeRejection rejection(int requestId) const override;
 
 signals:
     void probeFinished(int requestId, tqm::smart<INodeDriverComponent> driver, int result);

@@ -149,6 +149,7 @@ void OnvifClient::dropExchange()
 {
     if (!m_exchange)
         return;
+    m_rejection = m_exchange->rejection();
     m_exchange->disconnect(this);
     m_exchange->abandon();
     m_exchange->deleteLater(); // we may stand in its signal

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "devices/userandpassword.h"
+#include "discovery/iprobeexplainer.h"
 #include "drivers/ipcamera/digestlogin_p.h"
 #include "drivers/ipcamera/onvifmessages_p.h"
 
@@ -59,6 +60,9 @@ public:
      * network interfaces stay unknown, which are a bonus. */
     QString error() const { return m_error; }
 
+    /** Returns why there was no answer at all, when there was none. */
+    EProbeRejection rejection() const { return m_rejection; }
+
 signals:
     /** Emitted once, never from ask(). */
     void finished();
@@ -83,6 +87,7 @@ private:
     bool m_hasAnswered = false;
     OnvifFacts m_facts;
     QString m_error;
+    EProbeRejection m_rejection = EProbeRejection::eUnknown;
 };
 
 } // namespace tq

@@ -76,6 +76,13 @@ void WebAnswer::take(const QByteArray& bytes)
     }
 }
 
+bool WebAnswer::isForeign() const
+{
+    const QByteArray protocol = QByteArrayLiteral("HTTP/");
+    const QByteArray start = m_received.mid(m_headBegin, protocol.size());
+    return !protocol.startsWith(start) || (hasHead() && status() == 0);
+}
+
 int WebAnswer::status() const
 {
     static const QRegularExpression line(QStringLiteral("^HTTP/\\d\\.\\d ([1-5]\\d\\d)\\s"));

@@ -20,6 +20,9 @@ public:
     /** Returns whether the head is there: of the answer itself, not of one that goes before it. */
     bool hasHead() const { return m_bodyBegin >= 0; }
 
+    /** Returns whether what came cannot become an answer of a web server. */
+    bool isForeign() const;
+
     /** Returns the status; 0 while the head is not there, or not HTTP. */
     int status() const;
 

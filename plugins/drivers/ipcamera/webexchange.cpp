@@ -4,6 +4,7 @@
 
 #include "drivers/ipcamera/devicepage_p.h"
 #include "drivers/ipcamera/weburl_p.h"
+#include "parts/proberejections.h"
 
 #include <QSslSocket>
 
@@ -32,10 +33,10 @@ WebExchange::WebExchange(const QString& host, const WebRequest& request, QObject
 
 void WebExchange::start(const QNetworkProxy& proxy)
 {
-    const bool isProxied = proxy.type() == QNetworkProxy::HttpProxy;
+    m_isProxied = proxy.type() == QNetworkProxy::HttpProxy;
     const auto port = quint16(endpointOf(url()).port);
     if (auto* const secure = qobject_cast<QSslSocket*>(m_socket)) {
-        if (isProxied)
+        if (m_isProxied)
             secure->setProxy(proxy);
         secure->setPeerVerifyMode(QSslSocket::VerifyNone);
         QObject::connect(secure, &QSslSocket::encrypted, this, &WebExchange::sendRequest);
@@ -43,11 +44,22 @@ void WebExchange::start(const QNetworkProxy& proxy)
         return;
     }
     QObject::connect(m_socket, &QTcpSocket::connected, this, &WebExchange::sendRequest);
-    if (!isProxied)
+    if (!m_isProxied)
         return m_socket->connectToHost(m_host, port);
     // Proxies tunnel to few ports only: an open page is asked of the proxy itself.
     m_target.prepend("http://" + hostField(url()));
     m_socket->connectToHost(proxy.hostName(), proxy.port());
+}
+
+EProbeRejection WebExchange::rejection() const
+{
+    if (m_answer.status() > 0 || m_answer.isForeign())
+        return EProbeRejection::eAnswered;
+    const EProbeRejection reason = rejectionOf(*m_socket);
+    // Whoever refuses, is not there or stays silent may be the proxy.
+    const bool isConnected =
+        reason == EProbeRejection::eSlow || reason == EProbeRejection::eAnswered;
+    return m_isProxied && !isConnected ? EProbeRejection::eNoProxy : reason;
 }
 
 void WebExchange::abandon()

@@ -4,6 +4,8 @@
 
 #include "drivers/ipcamera/webanswer_p.h"
 
+#include "discovery/iprobeexplainer.h"
+
 #include <QNetworkProxy>
 #include <QObject>
 #include <QUrl>
@@ -49,6 +51,9 @@ public:
     /** Returns what is there of the answer. */
     const WebAnswer& answer() const { return m_answer; }
 
+    /** Returns why there is no answer, as far as that shows now. */
+    EProbeRejection rejection() const;
+
 signals:
     /** No more is coming, or no more is wanted. */
     void ended();
@@ -64,6 +69,7 @@ private:
     QTcpSocket* m_socket; ///< a child
     QByteArray m_target; ///< of the request line
     WebAnswer m_answer;
+    bool m_isProxied = false;
 };
 
 } // namespace tq

@@ -7,6 +7,7 @@
 #include "drivers/ipcamera/weburl_p.h"
 #include "parts/cleantext.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tq {
@@ -134,6 +135,9 @@ void WebProbe::finish(const std::optional<Answer>& answer)
 
 void WebProbe::drop(WebExchange* exchange)
 {
+    const bool isProxys = !hasAnswered(*exchange) && exchange->answer().status() > 0;
+    m_rejection =
+        std::max(m_rejection, isProxys ? EProbeRejection::eNoProxy : exchange->rejection());
     m_attempts.erase(exchange);
     exchange->disconnect(this);
     exchange->abandon();

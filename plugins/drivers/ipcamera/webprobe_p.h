@@ -4,6 +4,8 @@
 
 #include "parts/hintfacts.h"
 
+#include "discovery/iprobeexplainer.h"
+
 #include <QNetworkProxy>
 #include <QObject>
 #include <QTimer>
@@ -43,6 +45,9 @@ public:
     /** Finishes with what is there. */
     void giveUp();
 
+    /** Returns, when it finished without an answer, why. */
+    EProbeRejection rejection() const { return m_rejection; }
+
 signals:
     /** Emitted once, never from start(). */
     void finished(const std::optional<tq::WebProbe::Answer>& answer);
@@ -69,6 +74,7 @@ private:
     qsizetype m_next = 0;
     std::map<WebExchange*, Attempt> m_attempts;
     QTimer m_patience;
+    EProbeRejection m_rejection = EProbeRejection::eUnknown;
 };
 
 } // namespace tq

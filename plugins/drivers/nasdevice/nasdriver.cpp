@@ -8,6 +8,7 @@
 #include "parts/devicehints.h"
 #include "parts/nasnode.h"
 #include "parts/probequeue.h"
+#include "parts/proberejections.h"
 
 #include "discovery/nodehintipdevice.h"
 #include "nodestore/nodedb.h"
@@ -93,6 +94,7 @@ struct NASDriver::Private
     // keep itself alive.
     tqm::smart<INodeDriverComponent> self;
     ProbeQueue probes;
+    ProbeRejections rejections;
     StorageReads* reads; ///< a child
     QPointer<NodeDB> db;
     QHash<NodeID, QByteArray> reading; ///< how each was reached when its read was asked for
@@ -156,20 +158,32 @@ int NASDriver::probe(int requestId, const NodeHint& hint)
 {
     const QString host = factsOf(hint).address;
     const bool isOther = hint.nodeType() != eAnyNodeType && hint.nodeType() != eNetworkStorageNode;
-    if (isOther || !isUsable(host))
+    if (isOther || !isUsable(host)) {
+        d->rejections.note(requestId, EProbeRejection::eNotAsked);
         return k_notOurs;
+    }
     const auto start = [this, requestId, host, port = quint16(smbPortOf(hint))] {
         auto* const probe = new SmbProbe(host, port, this);
         const auto end = [this, probe, requestId](bool isServer) {
             probe->deleteLater();
             d->probes.ended();
+            if (!isServer)
+                d->rejections.note(requestId, probe->rejection());
             emit probeFinished(requestId, d->self, isServer ? k_rank : k_notOurs);
         };
         // Queued: a slot of ours may end this driver, and no socket may stand in its signal then.
         QObject::connect(probe, &SmbProbe::finished, this, end, Qt::QueuedConnection);
         probe->start();
     };
-    return d->probes.add(start) ? 0 : k_notOurs;
+    if (d->probes.add(start))
+        return 0;
+    d->rejections.note(requestId, EProbeRejection::eTooMany);
+    return k_notOurs;
+}
+
+EProbeRejection NASDriver::rejection(int requestId) const
+{
+    return d->rejections.of(requestId);
 }
 
 NodeID NASDriver::createNodeFromHint(const NodeHint& hint)

@@ -4,6 +4,7 @@
 
 #include "discovery/idevicereader.h"
 #include "discovery/inodedrivercomponent.h"
+#include "discovery/iprobeexplainer.h"
 
 #include <QObject>
 
@@ -37,7 +38,10 @@ struct StorageRead;
  * "create" when an empty file may be made, and deleted at once, where nothing else tells whether a
  * user may write.
  */
-class NASDriver : public QObject, public INodeDriverComponent, public IDeviceReader
+class NASDriver : public QObject,
+                  public INodeDriverComponent,
+                  public IDeviceReader,
+                  public IProbeExplainer
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "tq.plugin.Component/1" FILE "plugin.json")
@@ -62,6 +66,7 @@ public:
     /** Refuses nodes without an address, without a login, or whose password is not known. */
     QString readDevice(const NodeID& id) override;
     QtSignal readFinishedSignal() override;
+    EProbeRejection rejection(int requestId) const override;
 
 signals:
     void probeFinished(int requestId, tqm::smart<INodeDriverComponent> driver, int result);

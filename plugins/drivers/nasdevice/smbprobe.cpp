@@ -3,6 +3,7 @@
 #include "drivers/nasdevice/smbprobe_p.h"
 
 #include "drivers/nasdevice/smbnegotiation_p.h"
+#include "parts/proberejections.h"
 
 #include <QNetworkProxy>
 
@@ -49,6 +50,8 @@ void SmbProbe::finish(bool isServer)
     if (m_isFinished) // an error that was queued already
         return;
     m_isFinished = true;
+    const bool isForeign = smbnegotiation::judge(m_received) == smbnegotiation::eForeign;
+    m_rejection = isForeign ? EProbeRejection::eAnswered : rejectionOf(m_socket);
     m_deadline.stop();
     m_socket.disconnect(this);
     m_socket.abort();

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "discovery/iprobeexplainer.h"
+
 #include <QObject>
 #include <QTcpSocket>
 #include <QTimer>
@@ -22,6 +24,9 @@ public:
 
     void start();
 
+    /** Returns, when it is no server, why. */
+    EProbeRejection rejection() const { return m_rejection; }
+
 signals:
     /** Emitted once, never from start(). */
     void finished(bool isServer);
@@ -36,6 +41,7 @@ private:
     QTimer m_deadline;
     QByteArray m_received;
     bool m_isFinished = false;
+    EProbeRejection m_rejection = EProbeRejection::eUnknown;
 };
 
 } // namespace tq
