@@ -80,7 +80,10 @@ void NeighbourTable::feed(const Neighbour& neighbour, qint64 now)
     const Place place{ neighbour.interfaceIndex, neighbour.address };
     const bool live = isLive(neighbour);
     const auto owner = m_owners.find(place);
-    if (owner != m_owners.end() && (!live || owner->second != neighbour.mac))
+    const bool isAskedFor = neighbour.state == NUD_INCOMPLETE && m_missing.count(place) != 0;
+    if (owner != m_owners.end() && neighbour.isDeleted)
+        leave(place, now);
+    else if (owner != m_owners.end() && (!live || owner->second != neighbour.mac) && !isAskedFor)
         drop(place, now);
     if (live)
         put(place, neighbour, now);
@@ -92,6 +95,7 @@ void NeighbourTable::put(const Place& place, const Neighbour& neighbour, qint64 
     device.mac = neighbour.mac;
     const auto [found, isNew] = device.lines.try_emplace(place);
     Line& line = found->second;
+    m_missing.erase(place);
     if (isNew) {
         m_owners[place] = neighbour.mac;
         line.since = m_isListed ? now : k_always;
@@ -124,8 +128,22 @@ void NeighbourTable::beginDoubt(Device& device, qint64 now)
         line.isAsked = line.hasAnswered = false;
 }
 
+/** Takes it that a line is there no more, for whatever reason. */
+void NeighbourTable::leave(const Place& place, qint64 now)
+{
+    Device& device = m_devices[m_owners.at(place)];
+    if (!m_staleTime || !device.isReported || place.address != device.reported)
+        return drop(place, now);
+    m_missing.try_emplace(place);
+    Line& line = device.lines.at(place);
+    line.state = NUD_NONE;
+    line.trustedUntil = k_always;
+    device.confirmAt = 0;
+}
+
 void NeighbourTable::drop(const Place& place, qint64 now)
 {
+    m_missing.erase(place);
     const auto owner = m_owners.find(place);
     Device& device = m_devices[owner->second];
     m_owners.erase(owner);
@@ -146,7 +164,7 @@ void NeighbourTable::endListing(qint64 now)
         }
     }
     for (const Place& place : std::as_const(unseen))
-        drop(place, now);
+        leave(place, now);
     m_isListed = true;
     advance(now);
 }
@@ -159,8 +177,10 @@ void NeighbourTable::advance(qint64 now)
         if (!device.lines.empty())
             review(device, now);
     }
-    if (m_staleTime)
+    if (m_staleTime) {
+        dropSilent(now);
         confirmStale(now);
+    }
 }
 
 bool NeighbourTable::isWaiting() const
@@ -232,7 +252,7 @@ void NeighbourTable::settleDoubt(Device& device, Line& current, const Place& pla
     // Not asked yet, or the kernel trusts the line and would not ask: it will when the trust ends.
     if (now < device.quietUntil)
         return;
-    ask(place, current);
+    ask(place, current, now);
     device.deadline = now + m_answerTime;
 }
 
@@ -301,12 +321,31 @@ void NeighbourTable::report(Device& device, EEvent kind, const QHostAddress& add
         m_outcome.events.append({ eChanged, address, device.mac });
 }
 
-void NeighbourTable::ask(const Place& place, Line& line)
+void NeighbourTable::ask(const Place& place, Line& line, qint64 now)
 {
     line.isAsked = true;
     line.hasAnswered = line.state == NUD_PERMANENT;
     if (!line.hasAnswered)
-        m_outcome.questions.append(place);
+        question(place, line, now);
+}
+
+void NeighbourTable::question(const Place& place, const Line& line, qint64 now)
+{
+    if (line.state != NUD_NONE)
+        return m_outcome.questions.append(place);
+    m_outcome.lost.append(place);
+    m_missing[place] = now + m_answerTime;
+}
+
+void NeighbourTable::dropSilent(qint64 now)
+{
+    QList<Place> silent;
+    for (const auto& [place, deadline] : m_missing) {
+        if (deadline && now >= *deadline)
+            silent.append(place);
+    }
+    for (const Place& place : std::as_const(silent))
+        drop(place, now);
 }
 
 bool NeighbourTable::askAll(Device& device, qint64 now)
@@ -318,7 +357,7 @@ bool NeighbourTable::askAll(Device& device, qint64 now)
             break;
         ++asked;
         if (!line.isAsked) {
-            ask(place, line);
+            ask(place, line, now);
             device.deadline = device.deadline.value_or(now + m_answerTime);
         }
         isOpen = isOpen || !line.hasAnswered;
@@ -353,7 +392,7 @@ int NeighbourTable::askStale(const Device& device, qint64 now)
         const bool isStale = !isTrusted(line.state) && now >= line.trustedUntil + *m_staleTime;
         if (!isOfUse || !isStale || asked == k_mostAsked)
             continue;
-        m_outcome.questions.append(place);
+        question(place, line, now);
         ++asked;
     }
     return asked;

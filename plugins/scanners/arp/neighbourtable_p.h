@@ -38,7 +38,9 @@ struct Neighbour
  * the table confirms: once the kernel has not trusted a line for 15 s, its device is asked, on the
  * reported address, or on each other when that one fell silent. A device is asked once a minute at
  * most, all together at most 20 addresses a second; where there are more than 600 lines, so much
- * less often that half of that is never exceeded for long.
+ * less often that half of that is never exceeded for long. The kernel also drops lines to make
+ * room, in a sweep above all: that of a reported address is asked for anew then, and the device is
+ * gone when nobody answers.
  *
  * Knows neither sockets nor clocks: times are monotonic ms, and questions are for the caller to
  * ask.
@@ -68,6 +70,7 @@ public:
     {
         QList<Event> events;
         QList<Place> questions; ///< addresses that the kernel should ask for once more
+        QList<Place> lost; ///< likewise, without a line: only what is sent there makes it ask
     };
 
     /** How long a device may take to answer a question; questions that are open keep their time. */
@@ -118,6 +121,7 @@ private:
     };
 
     void put(const Place& place, const Neighbour& neighbour, qint64 now);
+    void leave(const Place& place, qint64 now);
     void drop(const Place& place, qint64 now);
     static bool isRival(const Place& place, const Device& device);
     void beginDoubt(Device& device, qint64 now);
@@ -129,9 +133,11 @@ private:
     void report(Device& device, EEvent kind, const QHostAddress& address, qint64 now);
     /** Returns the first IPv4 address that answered, else the first that the kernel trusts. */
     static std::optional<QHostAddress> aliveIPv4(const Device& device);
-    void ask(const Place& place, Line& line);
+    void ask(const Place& place, Line& line, qint64 now);
     /** Asks for the IPv4 addresses, each once. Returns whether all have answered or time is up. */
     bool askAll(Device& device, qint64 now);
+    void question(const Place& place, const Line& line, qint64 now);
+    void dropSilent(qint64 now);
     void confirmStale(qint64 now);
     /** Asks for what the kernel does not trust of a device. Returns how many addresses. */
     int askStale(const Device& device, qint64 now);
@@ -142,6 +148,8 @@ private:
     std::optional<qint64> m_staleTime; ///< none: nobody is confirmed
     qint64 m_nextConfirm = 0; ///< keeps the pace of all devices together
     std::map<Place, MACAddress> m_owners;
+    std::map<Place, std::optional<qint64>>
+        m_missing; ///< lines that were dropped; when asked: until
     std::map<MACAddress, Device> m_devices;
     Outcome m_outcome;
 };

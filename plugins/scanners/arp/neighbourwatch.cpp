@@ -207,6 +207,8 @@ void NeighbourWatch::deliver()
     const NeighbourTable::Outcome outcome = m_table.take();
     for (const NeighbourTable::Place& place : outcome.questions)
         ask(place);
+    for (const NeighbourTable::Place& place : outcome.lost)
+        m_port.send(place.address);
     for (const NeighbourTable::Event& event : outcome.events) {
         emit happened(event);
         if (!self || !isRunning())

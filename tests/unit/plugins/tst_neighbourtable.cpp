@@ -74,6 +74,8 @@ private:
                 + QLatin1Char(' ') + event.mac.toString().right(1));
         for (const auto& place : outcome.questions)
             told.append(QStringLiteral("ask ") + place.address.toString());
+        for (const auto& place : outcome.lost)
+            told.append(QStringLiteral("miss ") + place.address.toString());
     }
 
     NeighbourTable m_table;
@@ -223,6 +225,15 @@ void addConfirmations()
         << "list;10.0.0.5 a stale;fe80::5 a stale;end;confirm;+15000;10.0.0.5 - failed;+250;"
            "fe80::5 - failed"
         << "new 10.0.0.5 a;ask 10.0.0.5;ask fe80::5;gone 10.0.0.5 a";
+    QTest::newRow("the kernel drops lines of devices that are there")
+        << "list;10.0.0.5 a stale;end;confirm;del 10.0.0.5 a;+250;10.0.0.5 - incomplete;10.0.0.5 a "
+           "reachable;+9000;list;end;+0;10.0.0.5 a reachable;+9000"
+        << "new 10.0.0.5 a;miss 10.0.0.5;miss 10.0.0.5";
+    QTest::newRow("the kernel drops lines of devices that went off")
+        << "list;10.0.0.5 a stale;10.0.0.6 b stale;end;confirm;del 10.0.0.5 a;del 10.0.0.6 b;+250;"
+           "10.0.0.5 - failed;+4900;+100"
+        << "new 10.0.0.5 a;new 10.0.0.6 b;miss 10.0.0.5;miss 10.0.0.6;gone 10.0.0.5 a;gone "
+           "10.0.0.6 b";
 }
 
 } // namespace
