@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
+#include "discovery/iprobeexplainer.h"
 #include "discovery/nodehintfromarp.h"
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
@@ -245,9 +246,18 @@ void TestIPCamera::refusesWhatIsNoAddress()
     hint.setHostAddress(text("127.0.0.1"));
     hint.setNodeType(eNetworkStorageNode);
     QCOMPARE(m_driver->probe(1, hint), -1);
-    hint.setPort(tst::closedPort());
+    const auto& explainer = dynamic_cast<const IProbeExplainer&>(*m_driver);
+    QVERIFY(explainer.rejection(1) == EProbeRejection::eNotAsked);
     hint.setNodeType(eAnyNodeType);
-    QCOMPARE(rankOf(hint), -1);
+    hint.setPort(tst::closedPort());
+    const WebDevice proxy("HTTP/1.1 403 No\r\nContent-Length: 0\r\n\r\n");
+    hint.proxy().setProxyAddress(text("127.0.0.1"), proxy.serverPort());
+    for (const bool isProxied : { true, false }) {
+        hint.proxy().setUseProxy(isProxied);
+        QCOMPARE(rankOf(hint), -1);
+        QVERIFY(explainer.rejection(4711)
+            == (isProxied ? EProbeRejection::eNoProxy : EProbeRejection::eRefused));
+    }
 }
 
 void TestIPCamera::probesManyAtATime()
