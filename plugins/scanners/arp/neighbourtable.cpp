@@ -134,7 +134,8 @@ void NeighbourTable::leave(const Place& place, qint64 now)
     Device& device = m_devices[m_owners.at(place)];
     if (!m_staleTime || !device.isReported || place.address != device.reported)
         return drop(place, now);
-    m_missing.try_emplace(place);
+    if (!m_missing.try_emplace(place).second)
+        return; // it is being asked for, and the end of that is not put off
     Line& line = device.lines.at(place);
     line.state = NUD_NONE;
     line.trustedUntil = k_always;
