@@ -119,7 +119,7 @@ bool DiscoveryWatch::waitForProbes(int timeout)
 void DiscoveryWatch::tell(
     DeviceEvent::EFate fate, const QString& id, const QJsonObject& device, int request)
 {
-    const DeviceEvent event{ fate, id, device, request, QString() };
+    const DeviceEvent event{ fate, id, device, QString(), request };
     if (!m_recorder) {
         emit happened(event);
         return;

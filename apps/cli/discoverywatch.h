@@ -26,8 +26,8 @@ struct DeviceEvent
     EFate fate = eNew;
     QString nodeId; ///< empty where there is no node
     QJsonObject device; ///< what is known of it, under the names of a node's properties
-    int request = 0; ///< of the probe that decided this; 0: there was none
     QString from; ///< where its hint came from, for people; empty when that was not recorded
+    int request = 0; ///< of the probe that decided this; 0: there was none
 
     /** Returns the fate in a word or two. */
     static QString word(EFate fate);
