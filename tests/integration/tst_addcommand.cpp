@@ -3,7 +3,6 @@
 // Runs in a network of its own, where 192.0.2.9 is at the end of a line and says nothing.
 #include "shared/ownnetwork.h"
 
-#include <QCoreApplication>
 #include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -13,8 +12,6 @@
 namespace {
 
 constexpr int k_patience = 60000; ///< ms
-
-bool s_hasOwnNetwork = false;
 
 QString text(const char* utf8)
 {
@@ -35,7 +32,7 @@ private slots:
 
 void TestAddCommand::initTestCase()
 {
-    if (!s_hasOwnNetwork)
+    if (!tst::hasOwnNetwork())
         QSKIP("this machine allows no network namespace");
     const QString line = text("ip link add quiet type veth peer name deaf && ip link set deaf up "
                               "&& ip link set quiet up && ip addr add 192.0.2.1/24 dev quiet && "
@@ -85,10 +82,7 @@ void TestAddCommand::saysWhyThereIsNoNode()
 
 int main(int argc, char** argv)
 {
-    s_hasOwnNetwork = tst::enterOwnNetwork();
-    QCoreApplication application(argc, argv);
-    TestAddCommand test;
-    return QTest::qExec(&test, argc, argv);
+    return tst::runInOwnNetwork<TestAddCommand>(argc, argv);
 }
 
 #include "tst_addcommand.moc"

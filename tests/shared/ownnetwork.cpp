@@ -17,6 +17,8 @@ namespace tst {
 
 namespace {
 
+bool s_hasOwnNetwork = false;
+
 bool write(const char* path, const QByteArray& text)
 {
     QFile file(QString::fromLatin1(path));
@@ -37,17 +39,21 @@ bool leaveNetwork()
 
 } // namespace
 
-bool enterOwnNetwork()
+void enterOwnNetwork()
 {
     if (!leaveNetwork())
-        return false;
+        return;
     ifreq request{};
     std::strcpy(request.ifr_name, "lo");
     request.ifr_flags = IFF_UP;
     const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const bool isUp = ::ioctl(socket, SIOCSIFFLAGS, &request) == 0;
+    s_hasOwnNetwork = ::ioctl(socket, SIOCSIFFLAGS, &request) == 0;
     ::close(socket);
-    return isUp;
+}
+
+bool hasOwnNetwork()
+{
+    return s_hasOwnNetwork;
 }
 
 } // namespace tst

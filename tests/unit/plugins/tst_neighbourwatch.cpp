@@ -5,7 +5,6 @@
 #include "scanners/arp/subnetsweep_p.h"
 #include "shared/ownnetwork.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
@@ -20,8 +19,6 @@ using namespace tq;
 namespace {
 
 constexpr int k_patience = 60000; ///< ms
-
-bool s_hasOwnNetwork = false;
 
 bool runIp(const char* arguments)
 {
@@ -76,7 +73,7 @@ private slots:
 
 void TestNeighbourWatch::initTestCase()
 {
-    if (!s_hasOwnNetwork)
+    if (!tst::hasOwnNetwork())
         QSKIP("this machine allows no network namespace");
     if (QProcess::execute(QStringLiteral("ip"), { QStringLiteral("-V") }) != 0)
         QSKIP("the program ip is missing (package iproute2)");
@@ -139,10 +136,7 @@ void TestNeighbourWatch::sweepsAgain()
 
 int main(int argc, char** argv)
 {
-    s_hasOwnNetwork = tst::enterOwnNetwork();
-    QCoreApplication application(argc, argv);
-    TestNeighbourWatch test;
-    return QTest::qExec(&test, argc, argv);
+    return tst::runInOwnNetwork<TestNeighbourWatch>(argc, argv);
 }
 
 #include "tst_neighbourwatch.moc"

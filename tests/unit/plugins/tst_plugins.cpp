@@ -14,12 +14,6 @@
 using namespace tq;
 using plugin::Loader;
 
-namespace {
-
-bool s_hasOwnNetwork = false;
-
-} // namespace
-
 /** The plug-ins as they are shipped, found and driven as programs do it. */
 class TestPlugins : public QObject
 {
@@ -77,7 +71,7 @@ void TestPlugins::everyTypeFindsItsDriver()
 
 void TestPlugins::scannersAnnounceSignalsThatConnect()
 {
-    if (!s_hasOwnNetwork)
+    if (!tst::hasOwnNetwork())
         QSKIP("this machine allows no network namespace: scanners would ask its own network");
     const tst::Database fixture;
     for (const tqm::smart<INodeScanner> scanner :
@@ -165,11 +159,8 @@ void TestPlugins::recordingFoldersFindBackToTheirDevices()
 
 int main(int argc, char** argv)
 {
-    s_hasOwnNetwork = tst::enterOwnNetwork();
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent"); // not the machine's Avahi either
-    QCoreApplication application(argc, argv);
-    TestPlugins test;
-    return QTest::qExec(&test, argc, argv);
+    return tst::runInOwnNetwork<TestPlugins>(argc, argv);
 }
 
 #include "tst_plugins.moc"
