@@ -90,6 +90,8 @@ void TestPlugins::scannersAnnounceSignalsThatConnect()
 
 void TestPlugins::theExamplesWorkTogether()
 {
+    if (!tst::hasOwnNetwork())
+        QSKIP("this machine allows no network namespace: drivers would ask 192.0.2.1");
     const tst::Database fixture;
     QSignalSpy inserted(fixture.db, &NodeDB::nodeInserted);
     QSignalSpy known(fixture.db, &NodeDB::duplicateNodeHint);
