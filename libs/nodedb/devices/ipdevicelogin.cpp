@@ -159,11 +159,13 @@ void IPDeviceNode::setAudioPathId(const QString& id)
 
 void IPDeviceNode::activeUserChanged()
 {
+    markStale(); // the mirror shows the login of the active user
     emit connectionDataChanged(id());
 }
 
 void IPDeviceNode::activeEnvironmentChanged()
 {
+    markStale(); // and the values of the active environment
     emit connectionDataChanged(id());
 }
 

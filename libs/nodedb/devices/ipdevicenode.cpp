@@ -272,6 +272,14 @@ void IPDeviceNode::setHostAddress(const QString& address)
     change(m_hostAddress, this->hostAddress(), address, true);
 }
 
+void IPDeviceNode::forgetAddress(const EnvironmentID& environment)
+{
+    m_hostAddress.set(environment, QString());
+    if (environment == database()->activeEnvironment())
+        m_connectionDataDirty = true;
+    markStale();
+}
+
 int IPDeviceNode::port() const
 {
     return m_port.value();

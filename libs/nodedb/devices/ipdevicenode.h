@@ -101,6 +101,11 @@ public slots:
     virtual void globalProxyChanged();
     virtual void globalAuthenticationChanged();
 
+public:
+    /** Leaves the host address of an environment empty: for one that should not keep those it took
+     * over. Another environment keeps its own. */
+    virtual void forgetAddress(const EnvironmentID& environment);
+
 signals:
     /** What it takes to reach the device may have changed. */
     void connectionDataChanged(tq::NodeID id);
