@@ -5,10 +5,14 @@
 #include "discovery/nodehintfromarp.h"
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
+#include "environments/environments.h"
 #include "nodestore/nodedb.h"
+#include "parts/deviceidentity.h"
+#include "parts/devicemarks.h"
 
 #include "platform/logline.h"
 
+#include <QCoreApplication>
 #include <QHostAddress>
 
 namespace tq {
@@ -31,21 +35,21 @@ bool isIPv6(const QString& host)
 void takeService(IPDeviceNode& node, const SServiceInfo& record)
 {
     const QString known = node.fullName();
-    const bool isOfService = known.contains(QLatin1String("._"));
-    if (isOfService && known != record.fullName)
+    if (isServiceName(known) && known != record.fullName)
         return;
     node.setServiceName(record.serviceName);
     node.setFullName(record.fullName);
     node.setBonjourAvailable(record.isAvailable != 0);
 }
 
-void takeEnteredData(IPDeviceNode& node, const NodeHintIPDevice& hint)
+void takeEnteredLogin(IPDeviceNode& node, const NodeHint& hint)
 {
-    if (!hint.user().isEmpty()) {
-        const QString person = NodeDB::getDB()->activeUser();
-        node.setLoginForApplicationUser(person, hint.user(), hint.password(), hint.savePassword());
-    }
-    hint.proxy().deepCopy(&node.proxy());
+    const auto* const entered = dynamic_cast<const NodeHintIPDevice*>(&hint);
+    if (!entered || entered->user().isEmpty())
+        return;
+    const QString person = NodeDB::getDB()->activeUser();
+    node.setLoginForApplicationUser(
+        person, entered->user(), entered->password(), entered->savePassword());
 }
 
 void fillRecord(const IPDeviceNode& node, SServiceInfo& record)
@@ -65,19 +69,101 @@ void fillEntered(const IPDeviceNode& node, NodeHintIPDevice& device)
     device.setHostAddress(node.hostAddress());
     device.setPort(node.port());
     device.setSsl(node.ssl());
-    device.setUser(node.user(false));
-    device.setPassword(node.password(false));
-    device.setSavePassword(node.savePassword());
+    // With the hint a device could be made at an address that is another one's, login and all.
+    if (isAddressConfirmed(node)) {
+        device.setUser(node.user(false));
+        device.setPassword(node.password(false));
+        device.setSavePassword(node.savePassword());
+    }
     node.proxy().deepCopy(&device.proxy());
+}
+
+/** Takes over where the device is; that confirms the address. */
+void takePlace(IPDeviceNode& node, const HintFacts& facts)
+{
+    if (facts.address.isEmpty())
+        return;
+    const bool isBetter = isIPv6(node.hostAddress()) && !isIPv6(facts.address);
+    node.setHostAddress(isBetter || !isAt(node, facts) ? facts.address : node.hostAddress());
+}
+
+void takeReference(IPDeviceNode& node, const QString& reference)
+{
+    auto* const marks = dynamic_cast<DeviceMarks*>(&node);
+    if (marks && !reference.isEmpty() && marks->endpointReference() != reference)
+        marks->setEndpointReference(reference);
+}
+
+/** Returns the id of the node that has this identity, by its MAC if there is one. */
+NodeID nodeOf(const DeviceIdentity& identity)
+{
+    NodeDB* const db = NodeDB::getDB();
+    NodeID found;
+    for (const NodeID& id : identity.isEmpty() ? QStringList() : db->nodeIdList()) {
+        const tqm::smart<const IPDeviceNode> node = db->node(id);
+        if (node.null() || identityOf(*node).compare(identity) != DeviceIdentity::eSame)
+            continue;
+        if (!identity.mac.isEmpty() && node->mac() == identity.mac)
+            return id;
+        if (found.isNull())
+            found = id;
+    }
+    return found;
+}
+
+/** Whether a device that was met may be the one that says the same of itself: it must not be
+ * somewhere else in this environment. */
+bool mayBeMet(const IPDeviceNode& known, const IPDeviceNode& met)
+{
+    return !isAddressConfirmed(known) || isSameHost(known.hostAddress(), met.hostAddress());
+}
+
+/** Gives the node of a device that was met, and made `met`, its place in this environment. */
+void bring(const NodeID& id, const NodeHint& hint, const IPDeviceNode& met)
+{
+    NodeDB* const db = NodeDB::getDB();
+    Node* const copy = db->beginUpdateNode(id, 0);
+    if (!copy) {
+        logLine(Log::eSurvived, "A device was met again while its node is edited: ", id);
+        return;
+    }
+    auto& node = static_cast<IPDeviceNode&>(*copy);
+    takeOver(node, hint);
+    if (node.mac().isEmpty())
+        node.setMac(met.mac());
+    takeReference(node, identityOf(met).reference);
+    node.setPort(met.port());
+    node.setSsl(met.ssl());
+    takeEnteredLogin(node, hint);
+    db->endUpdateNode(copy);
 }
 
 } // namespace
 
+bool isAddressConfirmed(const IPDeviceNode& node)
+{
+    const auto* const marks = dynamic_cast<const DeviceMarks*>(&node);
+    return !marks || marks->isAddressConfirmed();
+}
+
+QString unconfirmedAddress(const IPDeviceNode& node)
+{
+    const NodeDB* const db = NodeDB::getDB();
+    return QCoreApplication::translate("tq::DeviceMarks",
+        "The address %1 was not confirmed in the environment %2, and nothing tells without a login "
+        "whether %3 is there; when you have made sure, enter the address anew (set %4 IP=%1).")
+        .arg(node.hostAddress(), db->environments()->name(db->activeEnvironment()), node.name(),
+            node.id());
+}
+
 bool isDeviceOf(const IPDeviceNode& node, const NodeHint& hint)
 {
     const HintFacts facts = factsOf(hint);
-    if (!node.mac().isEmpty() && !facts.mac.isEmpty())
-        return node.mac() == facts.mac;
+    const auto match = identityOf(node).compare(identityOf(facts));
+    if (match != DeviceIdentity::eUnknown)
+        return match == DeviceIdentity::eSame;
+    if (!isAddressConfirmed(node))
+        return false;
     return isAt(node, facts) || (!facts.serviceId.isEmpty() && facts.serviceId == node.fullName());
 }
 
@@ -87,9 +173,8 @@ void takeOver(IPDeviceNode& node, const NodeHint& hint)
     const bool isNamed = !node.name().isEmpty() && !isSameHost(node.name(), node.hostAddress());
     if (!isNamed && !facts.name.isEmpty())
         node.setName(facts.name);
-    const bool isBetter = isIPv6(node.hostAddress()) && !isIPv6(facts.address);
-    if (!facts.address.isEmpty() && (isBetter || !isAt(node, facts)))
-        node.setHostAddress(facts.address);
+    takePlace(node, facts);
+    takeReference(node, identityOf(facts).reference);
     if (node.mac().isEmpty() && !facts.mac.isEmpty())
         node.setMac(facts.mac);
     if (node.fullName().isEmpty())
@@ -120,11 +205,11 @@ void fillFrom(const IPDeviceNode& node, NodeHint& hint)
     }
 }
 
-QString deviceId(const HintFacts& facts, int port)
+QString deviceId(const MACAddress& mac, const QUuid& otherwise)
 {
-    if (facts.mac.isEmpty())
-        return QStringLiteral("ip:%1:%2").arg(facts.address.toLower()).arg(port);
-    return QStringLiteral("mac:") + facts.mac.toString().remove(QLatin1Char(':')).toLower();
+    if (mac.isEmpty())
+        return QStringLiteral("uuid:") + otherwise.toString(QUuid::WithoutBraces);
+    return QStringLiteral("mac:") + mac.toString().remove(QLatin1Char(':')).toLower();
 }
 
 QString deviceName(const HintFacts& facts, const QString& ownName)
@@ -145,8 +230,10 @@ void describe(IPDeviceNode& node, const NodeHint& hint, const Endpoint& endpoint
     node.setFullName(facts.serviceId);
     node.setCreationService(facts.service);
     node.setShouldPersist(true);
+    takeReference(node, identityOf(facts).reference);
+    takeEnteredLogin(node, hint);
     if (const auto* const entered = dynamic_cast<const NodeHintIPDevice*>(&hint))
-        takeEnteredData(node, *entered);
+        entered->proxy().deepCopy(&node.proxy());
     if (const auto* const record = dynamic_cast<const NodeHintFromBonjour*>(&hint))
         takeService(node, *record);
 }
@@ -158,6 +245,20 @@ NodeID insertDevice(std::unique_ptr<IPDeviceNode> node, const NodeHint& hint)
     if (db->alreadyKnown(hint, known)) {
         db->nodeHintChanged(hint);
         return known;
+    }
+    const NodeID same = nodeOf(identityOf(*node));
+    if (const tqm::smart<const IPDeviceNode> other = db->node(same); !other.null()) {
+        if (mayBeMet(*other, *node)) {
+            bring(same, hint, *node);
+            return same;
+        }
+        // It may be that device met at a second address, or lie.
+        if (!node->mac().isEmpty() && other->mac() == node->mac()) {
+            logLine(Log::eSurvived,
+                "A device says the MAC of a known one, no node made: ", node->hostAddress(),
+                " like ", same);
+            return QString();
+        }
     }
     const QString id = node->id();
     if (!db->node(id).null()) {

@@ -48,6 +48,7 @@ void take(const SServiceInfo& record, HintFacts& facts)
         facts.address = record.hostName;
     facts.mac = record.mac;
     facts.model = record.model;
+    facts.serialNumber = record.serialNumber;
     const QList<Endpoint> told = endpointsOf(record);
     facts.isEndpointTold = !told.isEmpty();
     facts.endpoints = facts.isEndpointTold ? told : k_usual;
@@ -90,6 +91,11 @@ HintFacts factsOf(const NodeHint& hint)
         take(*entered, facts);
     }
     return facts;
+}
+
+bool isServiceName(const QString& serviceId)
+{
+    return serviceId.contains(QLatin1String("._"));
 }
 
 bool isSameHost(const QString& left, const QString& right)

@@ -29,6 +29,7 @@ struct HintFacts
     MACAddress mac;
     QString name;
     QString model;
+    QString serialNumber;
     QList<Endpoint> endpoints; ///< where to look for the device, the likeliest first; one at least
     bool isEndpointTold = false; ///< the hint itself names the first of them
     QString serviceId; ///< under which it announces itself, whatever its address
@@ -45,6 +46,9 @@ struct HintFacts
  * otherwise on the very port.
  */
 HintFacts factsOf(const NodeHint& hint);
+
+/** Returns whether a service's id is the full name of a DNS-SD service. */
+bool isServiceName(const QString& serviceId);
 
 /** Returns whether the two are one address or host name, however they are written. */
 bool isSameHost(const QString& left, const QString& right);

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "parts/nasnode.h"
 
-#include "parts/devicehints.h"
-
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
 
@@ -37,7 +35,7 @@ int smbPortOf(const NodeHint& hint)
     return isExact ? entered->port() : k_smbPort;
 }
 
-NASNode::NASNode(const QString& id) : NASDeviceNode(eNetworkStorageNode, id) { }
+NASNode::NASNode(const QString& id) : RecognisingNode(eNetworkStorageNode, id) { }
 
 Node* NASNode::clone() const
 {
@@ -54,7 +52,7 @@ QIcon NASNode::icon() const
 
 bool NASNode::updateField(const tqgen::BaseProperty& property)
 {
-    const bool isTaken = NASDeviceNode::updateField(property);
+    const bool isTaken = RecognisingNode::updateField(property);
     keepLoginSecret();
     return isTaken;
 }
@@ -72,11 +70,6 @@ void NASNode::keepLoginSecret()
         localUser(name).savePassword = false;
 }
 
-bool NASNode::isIdentical(const NodeHint& hint) const
-{
-    return isDeviceOf(*this, hint);
-}
-
 void NASNode::updateFromHint(const NodeHint& hint)
 {
     const auto* const said = dynamic_cast<const NodeHintFromBonjour*>(&hint);
@@ -87,11 +80,6 @@ void NASNode::updateFromHint(const NodeHint& hint)
     takeOver(*this, record);
     if (said->isResolved != 0 && isOfSmb(*said))
         setPort(said->port);
-}
-
-void NASNode::fillHint(NodeHint& hint) const
-{
-    fillFrom(*this, hint);
 }
 
 QString NASNode::shareUrl(const QString& share) const

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "devices/nasdevicenode.h"
+#include "parts/recognisingnode.h"
 
 namespace tq {
 
@@ -23,7 +24,7 @@ int smbPortOf(const NodeHint& hint);
  * it knows the name; `path` is "/" and the name, and `volume` is empty, until a person enters
  * something else: SMB tells neither the volume nor the folder behind a share.
  */
-class NASNode : public NASDeviceNode
+class NASNode : public RecognisingNode<NASDeviceNode>
 {
     Q_OBJECT
 
@@ -40,17 +41,11 @@ public:
     bool updateField(const tqgen::BaseProperty& property) override;
     void setSavePassword(bool save) override;
 
-    /** Recognises hints of every kind: by MAC where both have one, else by address. */
-    bool isIdentical(const NodeHint& hint) const override;
-
     /**
      * Takes over a changed address, the MAC while none is known, and what a DNS-SD record says; the
      * port only from one of the type _smb._tcp.
      */
     void updateFromHint(const NodeHint& hint) override;
-
-    /** Fills hints of every kind, logins of the active user included. */
-    void fillHint(NodeHint& hint) const override;
 
     /** Names the port only where it is not the usual one. */
     QString shareUrl(const QString& share) const override;

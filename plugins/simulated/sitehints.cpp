@@ -118,9 +118,7 @@ NodeHint* fromFolder(const site::DeviceSpec& device, const QHostAddress& address
 {
     NodeHint* const hint = described(device, address);
     hint->setSecondText(QStringLiteral("/recordings/") + device.name);
-    HintFacts facts;
-    facts.mac = MACAddress(device.mac);
-    hint->setThirdText(deviceId(facts, endpointOf(device).port));
+    hint->setThirdText(deviceId(MACAddress(device.mac)));
     return hint;
 }
 

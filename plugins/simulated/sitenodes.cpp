@@ -5,6 +5,7 @@
 #include "drivers/ipcamera/ipcameranode.h"
 #include "drivers/recordingfolder/recordingfoldernode.h"
 #include "drivers/recordingfolder/recordingfolders.h"
+#include "nodestore/nodedb.h"
 #include "parts/devicehints.h"
 #include "parts/nasnode.h"
 #include "simulated/sitehints_p.h"
@@ -66,6 +67,17 @@ Endpoint placeOf(ENodeType type, const NodeHint& hint, const site::DeviceSpec* d
     return device ? endpointOf(*device) : factsOf(hint).endpoints.first();
 }
 
+/** Two runs of a site give the same ids: a device without a known MAC has one of what the site
+ * knows, or else of its address. */
+QString newId(const HintFacts& facts, const site::DeviceSpec* device)
+{
+    const QString known = device ? device->mac : facts.address.toLower();
+    QUuid uuid = QUuid::createUuidV5(QUuid(), known);
+    while (!NodeDB::getDB()->node(deviceId(facts.mac, uuid)).null() && facts.mac.isEmpty())
+        uuid = QUuid::createUuidV5(uuid, known);
+    return deviceId(facts.mac, uuid);
+}
+
 void takeSite(IPDeviceNode& node, const site::DeviceSpec& device)
 {
     node.setModelInfo(modelOf(device, node.modelInfo()));
@@ -105,7 +117,7 @@ NodeID insertNode(ENodeType type, const NodeHint& hint, const site::DeviceSpec* 
     if (facts.mac.isEmpty() && device && device->onvif)
         facts.mac = MACAddress(device->mac); // one that can be asked tells it
     const Endpoint endpoint = placeOf(type, hint, device);
-    auto node = newDevice(type, deviceId(facts, endpoint.port));
+    auto node = newDevice(type, newId(facts, device));
     if (!node)
         return QString();
     describe(*node, hint, endpoint);

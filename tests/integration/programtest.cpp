@@ -4,10 +4,18 @@
 
 #include <QCryptographicHash>
 #include <QDir>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUuid>
 
 namespace tst {
+
+namespace {
+
+constexpr int k_patience = 30000; // ms
+
+} // namespace
 
 QByteArray contentOf(const QString& path)
 {
@@ -20,6 +28,11 @@ void write(const QString& path, const QByteArray& content)
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(content), qint64(content.size()));
+}
+
+QByteArray simulatedId(const QByteArray& address)
+{
+    return "uuid:" + QUuid::createUuidV5(QUuid(), address).toByteArray(QUuid::WithoutBraces);
 }
 
 ProgramTest::ProgramTest() = default;
@@ -46,7 +59,9 @@ Run ProgramTest::run(
     process.start(QStringLiteral(NODEDB_PROGRAM), arguments);
     process.write(input);
     process.closeWriteChannel();
-    if (!process.waitForFinished())
+    // Not blocked meanwhile: devices of the test's own answer the program.
+    QSignalSpy ended(&process, &QProcess::finished);
+    if (process.state() != QProcess::NotRunning && !ended.wait(k_patience))
         return {};
     return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
         process.readAllStandardOutput(), process.readAllStandardError() };

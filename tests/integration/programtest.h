@@ -32,6 +32,9 @@ struct Run
 QByteArray contentOf(const QString& path);
 void write(const QString& path, const QByteArray& content);
 
+/** Returns the id that the simulated driver gives a device which its site does not know. */
+QByteArray simulatedId(const QByteArray& address);
+
 /** A test that calls the program in a folder of its own. */
 class ProgramTest : public QObject
 {

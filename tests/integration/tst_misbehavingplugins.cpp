@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include <QCryptographicHash>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -87,7 +90,8 @@ void TestMisbehavingPlugins::aBrokenDriverIsNamedAndHarmsNothing()
     QVERIFY2(m_error.contains(sentence), m_error.constData());
     QVERIFY2(m_error.contains(line), m_error.constData());
     QCOMPARE(hashOf(m_store), before);
-    QCOMPARE(run(text(GOOD_PLUGINS), { text("show"), text("ip:192.0.2.1:80") }), 0);
+    QCOMPARE(run(text(GOOD_PLUGINS), { text("list") }), 0);
+    QVERIFY2(m_out.contains("192.0.2.1"), m_out.constData());
 }
 
 void TestMisbehavingPlugins::brokenNodesHarmNoOthers()
@@ -145,10 +149,12 @@ void TestMisbehavingPlugins::nodesHarmNoEntryButTheirOwn()
         return run(
             text(GOOD_PLUGINS), QStringList{ text("--plugins"), text(BROKEN_PLUGINS) } + arguments);
     };
-    const QString camera = text("ip:192.0.2.3:80");
     const QString store = m_folder.filePath(text("devices.db"));
     QFile::remove(store);
-    QCOMPARE(both({ text("add"), text("192.0.2.3"), text("--type"), text("2") }), 0);
+    QCOMPARE(
+        both({ text("--json"), text("add"), text("192.0.2.3"), text("--type"), text("2") }), 0);
+    const auto added = QJsonDocument::fromJson(m_out).object()[text("items")].toArray();
+    const QString camera = added[0].toObject()[text("ID")].toString();
     QCOMPARE(both({ text("add"), text("192.0.2.4"), text("--type"), text("18") }), 0);
     const QByteArray before = hashOf(store);
     const QString note = text("Note=") + text(QTest::currentDataTag());

@@ -47,10 +47,12 @@ private slots:
     void refusedCallsNameTheValueAndChangeNothing();
 
 private:
-    /** "NAS" stands for the id of the storage. */
+    /** "NAS" stands for the id of the storage, "CAMERA" for that of a camera. */
     Run nas(QByteArray arguments, const QByteArray& input = QByteArray()) const
     {
-        return onStore(k_plugins + "nas " + arguments.replace("NAS", "ip:192.0.2.20:445"), input);
+        arguments.replace("NAS", tst::simulatedId("192.0.2.20"));
+        arguments.replace("CAMERA", tst::simulatedId("192.0.2.9"));
+        return onStore(k_plugins + "nas " + arguments, input);
     }
 };
 
@@ -134,7 +136,7 @@ void TestNasCommand::refusedCallsNameTheValueAndChangeNothing_data()
     row("revoke NAS films anna", 1, "films");
     row("revoke NAS records eve", 1, "eve");
     row("revoke NAS records anna", 1, "anna");
-    row("shares ip:192.0.2.9:80", 1, "is no network storage");
+    row("shares CAMERA", 1, "is no network storage");
     row("read NAS", 1, "cannot read devices");
     row("paint NAS", 2, "paint");
 }

@@ -51,8 +51,7 @@ private:
     Run call(QByteArray arguments) const
     {
         for (const char n : { '1', '2', '3' })
-            arguments.replace(
-                QByteArray("N") + n, QByteArray("ip:192.0.2.") + n + QByteArray(":80"));
+            arguments.replace(QByteArray("N") + n, tst::simulatedId(QByteArray("192.0.2.") + n));
         return onStore(k_plugins + arguments);
     }
 
@@ -118,7 +117,7 @@ void TestViewCommand::viewsAreArrangedAndKept()
     QCOMPARE(places,
         QJsonArray({ text("vYard1"), text("nThree2"), text("vGate2"), text("nOne3"), text("nTwo3"),
             text("nOne1"), text("vSite1"), text("vGate2 again"), text("vYard2 again") }));
-    QCOMPARE(shown[1][text("IP")], call("list").item(2)[text("IP")]);
+    QCOMPARE(shown[1][text("IP")], call("show N3").item()[text("IP")]);
     QCOMPARE(shown[0][text("Under")].toString(), text("/"));
     QCOMPARE(shown[3][text("Under")], shown[2][text("ID")]);
     const QJsonArray holders = call("view list").item(1)[text("In")].toArray(); // Gate's
@@ -172,7 +171,7 @@ void TestViewCommand::refusedCallsNameTheValueAndChangeNothing_data()
     row("add N3 nothing --to Gate", 1, "\"nothing\"");
     row("add N3 --to Nowhere", 1, "\"Nowhere\"");
     row("add New --in Nowhere", 1, "\"Nowhere\"");
-    row("remove N2 N3 --from Gate", 1, "192.0.2.3:80\" does not stand in \"Gate\"");
+    row("remove N2 N3 --from Gate", 1, "\" does not stand in \"Gate\"");
     row("remove Gate Nowhere", 1, "\"Nowhere\"");
     row("move Gate --from Site --to Nowhere", 1, "\"Nowhere\"");
     row("add N1 --to Twin", 1, "several views are called \"Twin\": use the id");
@@ -180,7 +179,7 @@ void TestViewCommand::refusedCallsNameTheValueAndChangeNothing_data()
     row("rename Site \t\n", 1, "not \"\"");
     row("add New\nline", 1, "not \"New\\u000aline\"");
     row("add Gate\n", 1, "there is a view \"Gate\" already"); // names are trimmed
-    row("add N1", 1, "192.0.2.1:80");
+    row("add N1", 1, "uuid:");
     row("add /", 1, "\"/\"");
     row("rename / Top", 1, "the top");
     row("remove /", 1, "the top");

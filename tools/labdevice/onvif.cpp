@@ -4,6 +4,7 @@
 
 #include "labdevice/loginlog.h"
 #include "labdevice/soap.h"
+#include "labdevice/wsdiscovery.h"
 #include "simulated/site/site.h"
 
 #include <QDateTime>
@@ -74,6 +75,11 @@ void writeClock(QXmlStreamWriter& xml)
     xml.writeEndElement();
 }
 
+void writeReference(QXmlStreamWriter& xml, const DeviceSpec& device)
+{
+    xml.writeTextElement(ns::device, word("GUID"), endpointReferenceOf(device));
+}
+
 void writeInformation(QXmlStreamWriter& xml, const DeviceSpec& device)
 {
     const tq::site::OnvifSpec& onvif = *device.onvif;
@@ -116,6 +122,7 @@ struct Operation
 const Operation k_operations[] = {
     { "GetSystemDateAndTime", false,
         [](QXmlStreamWriter& xml, const DeviceSpec&) { writeClock(xml); } },
+    { "GetEndpointReference", false, writeReference },
     { "GetDeviceInformation", true, writeInformation },
     { "GetNetworkInterfaces", true, writeInterfaces },
 };

@@ -20,8 +20,8 @@ class LoginLog;
 inline const QByteArray k_onvifTarget = QByteArrayLiteral("/onvif/device_service");
 
 /**
- * The device service of a camera that speaks ONVIF: its clock for everybody, what it is and its
- * network interface for who has its login, faults for the rest.
+ * The device service of a camera that speaks ONVIF: its clock and its endpoint reference for
+ * everybody, what it is and its network interface for who has its login, faults for the rest.
  */
 class OnvifService
 {

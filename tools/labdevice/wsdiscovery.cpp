@@ -44,6 +44,11 @@ void declareNamespaces(QXmlStreamWriter& xml)
 
 } // namespace
 
+QString endpointReferenceOf(const tq::site::DeviceSpec& device)
+{
+    return urn(QUuid::createUuidV5(k_family, device.mac));
+}
+
 WsDiscovery::WsDiscovery(const tq::site::DeviceSpec& device, int version)
     : m_device(device), m_version(version)
 {
@@ -92,7 +97,7 @@ void WsDiscovery::answer(const SoapMessage& question, const Target& asker)
     if (question.body == std::pair(ns::discovery, word("Probe")) && isAskedFor(question))
         send(word("ProbeMatches"), word("ProbeMatch"), question.messageId, asker);
     else if (question.body == std::pair(ns::discovery, word("Resolve"))
-        && question.endpoint == endpoint())
+        && question.endpoint == endpointReferenceOf(m_device))
         send(word("ResolveMatches"), word("ResolveMatch"), question.messageId, asker);
 }
 
@@ -153,7 +158,7 @@ void WsDiscovery::writeHeader(
 void WsDiscovery::writeSelf(QXmlStreamWriter& xml, bool isLeaving) const
 {
     xml.writeStartElement(ns::addressing, word("EndpointReference"));
-    xml.writeTextElement(ns::addressing, word("Address"), endpoint());
+    xml.writeTextElement(ns::addressing, word("Address"), endpointReferenceOf(m_device));
     xml.writeEndElement();
     if (isLeaving)
         return;
@@ -173,11 +178,6 @@ QStringList WsDiscovery::scopes() const
     return { root + word("type/video_encoder"), root + word("Profile/Streaming"),
         root + word("name/") + encoded(m_device.title),
         root + word("hardware/") + encoded(m_device.onvif->model) };
-}
-
-QString WsDiscovery::endpoint() const
-{
-    return urn(QUuid::createUuidV5(k_family, m_device.mac));
 }
 
 QString WsDiscovery::serviceUrl() const

@@ -12,6 +12,9 @@ namespace lab {
 
 struct SoapMessage;
 
+/** Returns under which name a camera announces itself, whatever its address. */
+QString endpointReferenceOf(const tq::site::DeviceSpec& device);
+
 /**
  * Answers WS-Discovery for one camera on its own interface and from its own address: Probe for
  * anything that it is, and Resolve.
@@ -48,7 +51,6 @@ private:
         QXmlStreamWriter& xml, const QString& action, const QString& relatesTo, bool toAll) const;
     void writeSelf(QXmlStreamWriter& xml, bool isLeaving) const;
     QStringList scopes() const;
-    QString endpoint() const;
     QString serviceUrl() const;
 
     tq::site::DeviceSpec m_device;

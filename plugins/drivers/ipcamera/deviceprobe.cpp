@@ -4,8 +4,6 @@
 
 #include "drivers/ipcamera/weburl_p.h"
 
-#include <algorithm>
-
 namespace tq {
 
 namespace {
@@ -53,24 +51,14 @@ void DeviceProbe::takePage(const std::optional<WebProbe::Answer>& page)
 
 void DeviceProbe::askOnvif(const QUrl& service)
 {
-    OnvifClient::Target target{ m_target.host, service, m_target.proxy, {} };
-    if (isOfHint(endpointOf(service)))
-        target.login = m_target.login;
+    const OnvifClient::Target target{ m_target.host, service, m_target.proxy, {} };
     m_isOnvifDone = false;
     m_onvif = new OnvifClient(target, this);
     QObject::connect(m_onvif, &OnvifClient::finished, this, [this] {
         m_isOnvifDone = true;
         finishIfDone();
     });
-    m_onvif->ask({ eOnvifDateAndTime, eOnvifInformation, eOnvifInterfaces });
-}
-
-bool DeviceProbe::isOfHint(const Endpoint& endpoint) const
-{
-    return std::any_of(
-        m_target.endpoints.begin(), m_target.endpoints.end(), [&](const Endpoint& each) {
-            return each.port == endpoint.port && each.ssl == endpoint.ssl;
-        });
+    m_onvif->ask({ eOnvifDateAndTime, eOnvifReference, eOnvifInformation, eOnvifInterfaces });
 }
 
 void DeviceProbe::giveUp()

@@ -23,9 +23,8 @@ struct DeviceAnswer
  * Finds out, in 2 s at most and without blocking, whether a device answers over HTTP or HTTPS,
  * whether it speaks ONVIF, and what it says of itself.
  *
- * A service that the hint names is asked together with the page, the usual path after the page.
- * A login is used once a device has said without one that it speaks ONVIF, and only where the hint
- * leads itself: not where the page redirects.
+ * A service that the hint names is asked together with the page, the usual path after the page. No
+ * login is sent: what a device is known by must not depend on one.
  */
 class DeviceProbe : public QObject
 {
@@ -38,7 +37,6 @@ public:
         QList<Endpoint> endpoints; ///< one at least
         QUrl service; ///< on the same host; empty: not known
         QNetworkProxy proxy{ QNetworkProxy::NoProxy };
-        UserAndPassword login; ///< that a person gave for this very device; else blank
     };
 
     DeviceProbe(const Target& target, QObject* parent);
@@ -55,7 +53,6 @@ signals:
 private:
     void takePage(const std::optional<WebProbe::Answer>& page);
     void askOnvif(const QUrl& service);
-    bool isOfHint(const Endpoint& endpoint) const;
     void giveUp();
     void finishIfDone();
 

@@ -7,6 +7,7 @@
 #include "drivers/ipcamera/knownmac_p.h"
 #include "drivers/ipcamera/weburl_p.h"
 #include "nodestore/nodedb.h"
+#include "parts/deviceidentity.h"
 
 #include "platform/logline.h"
 
@@ -42,6 +43,11 @@ OnvifClient::Target targetOf(const IPDeviceNode& node, bool withLogin)
     return target;
 }
 
+DeviceIdentity::EMatch match(const IPCameraNode& node, const OnvifFacts& facts)
+{
+    return identityOf(node).compare({ facts.mac, facts.serialNumber, facts.reference });
+}
+
 bool isSameDevice(const OnvifClient::Target& left, const OnvifClient::Target& right)
 {
     return left.service == right.service && left.login == right.login;
@@ -52,9 +58,12 @@ bool isSameDevice(const OnvifClient::Target& left, const OnvifClient::Target& ri
 QString DeviceReads::begin(const NodeID& id)
 {
     const auto open = m_reads.constFind(id);
-    if (open != m_reads.cend() && open->isAsked)
+    if (open != m_reads.cend() && open->step != eTellingAnybody)
         return QString();
-    return start(id, true);
+    const tqm::smart<const IPCameraNode> node = NodeDB::getDB()->node(id);
+    if (node.null() || node->isAddressConfirmed())
+        return start(id, eReading);
+    return identityOf(*node).isEmpty() ? unconfirmedAddress(*node) : start(id, eIdentifying);
 }
 
 void DeviceReads::beginWithoutLogin(const NodeID& id)
@@ -68,11 +77,11 @@ void DeviceReads::startWaiting()
     while (!m_waiting.isEmpty() && m_reads.size() < k_mostOpen) {
         const NodeID id = m_waiting.dequeue();
         if (!m_reads.contains(id))
-            start(id, false);
+            start(id, eTellingAnybody);
     }
 }
 
-QString DeviceReads::start(const NodeID& id, bool isAsked)
+QString DeviceReads::start(const NodeID& id, EStep step)
 {
     const tqm::smart<const IPCameraNode> node = NodeDB::getDB()->node(id);
     if (node.null())
@@ -83,15 +92,15 @@ QString DeviceReads::start(const NodeID& id, bool isAsked)
         less->deleteLater(); // not now: its end may be under way, and finds it by its address
     QObject::connect(
         NodeDB::getDB(), &QObject::destroyed, this, &DeviceReads::abandonAll, Qt::UniqueConnection);
-    const OnvifClient::Target target = targetOf(*node, isAsked);
+    const OnvifClient::Target target = targetOf(*node, step == eReading);
     auto* const client = new OnvifClient(target, this);
-    m_reads.insert(id, { client, target, isAsked });
+    m_reads.insert(id, { client, target, step });
     // Queued: a slot of ours may end us, and no socket may stand in its signal then.
     QObject::connect(
         client, &OnvifClient::finished, this, [this, id, client] { end(id, client); },
         Qt::QueuedConnection);
     QTimer::singleShot(k_deadline, client, &OnvifClient::giveUp);
-    client->ask({ eOnvifInformation, eOnvifInterfaces });
+    client->ask({ eOnvifReference, eOnvifInformation, eOnvifInterfaces });
     return QString();
 }
 
@@ -110,23 +119,44 @@ void DeviceReads::end(const NodeID& id, const OnvifClient* client)
     const Read read = m_reads.take(id);
     const QPointer<DeviceReads> self(this);
     QString error = client->error();
-    if (error.isEmpty())
+    if (read.step == eIdentifying)
+        error = goOn(id, read);
+    else if (error.isEmpty())
         error = store(id, read);
     if (!self)
         return;
     read.client->deleteLater();
     startWaiting();
-    if (!read.isAsked)
+    if (read.step == eTellingAnybody || m_reads.contains(id))
         return;
     if (!error.isEmpty())
         logLine(Log::eSurvived, "Camera not read: ", id, ": ", error);
     emit finished(id, error);
 }
 
+/** Begins to read with the login, now that the device has said who it is. */
+QString DeviceReads::goOn(const NodeID& id, const Read& read)
+{
+    const tqm::smart<const IPCameraNode> node = NodeDB::getDB()->node(id);
+    if (node.null())
+        return tr("The camera was removed.");
+    switch (match(*node, read.client->facts())) {
+    case DeviceIdentity::eSame:
+        return start(id, eReading);
+    case DeviceIdentity::eOther:
+        return tr("The device at %1 is another device than %2; it was sent no login.")
+            .arg(node->hostAddress(), node->name());
+    case DeviceIdentity::eUnknown:
+        break;
+    }
+    return read.client->isReached() ? unconfirmedAddress(*node) : read.client->error();
+}
+
 /** Puts what was read into the node, if that is still about the device that was asked. */
 QString DeviceReads::store(const NodeID& id, const Read& read)
 {
     OnvifFacts facts = read.client->facts();
+    const OnvifFacts said = facts;
     if (!nodeWithMac(facts.mac).isNull())
         facts.mac = MACAddress();
     const QPointer<NodeDB> db(NodeDB::getDB());
@@ -134,9 +164,13 @@ QString DeviceReads::store(const NodeID& id, const Read& read)
     if (!copy || !db)
         return tr("The camera is being edited, or was removed.");
     auto* const camera = qobject_cast<IPCameraNode*>(copy);
-    const bool isSame = camera && isSameDevice(targetOf(*camera, read.isAsked), read.target);
-    if (isSame)
+    bool isSame = camera && isSameDevice(targetOf(*camera, read.step == eReading), read.target);
+    if (isSame && !camera->isAddressConfirmed())
+        isSame = match(*camera, said) == DeviceIdentity::eSame;
+    if (isSame) {
         camera->takeOver(facts);
+        camera->confirmAddress();
+    }
     db->endUpdateNode(copy);
     return isSame ? QString() : tr("The camera's address or login changed meanwhile.");
 }

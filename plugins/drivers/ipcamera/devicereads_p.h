@@ -24,7 +24,9 @@ public:
     DeviceReads() = default;
 
     /**
-     * Begins to read with the node's login of the active user, should the device ask for one.
+     * Begins to read with the node's login of the active user, should the device ask for one. Where
+     * the node's address was not confirmed in the active environment, the device is asked without
+     * a login first, and only the node's own is sent it and read; that confirms the address.
      * Returns one sentence when it cannot begin; else finished() comes, later and once. A call for
      * a node that is being read joins that read.
      */
@@ -38,17 +40,24 @@ signals:
     void finished(tq::NodeID id, QString error);
 
 private:
+    enum EStep {
+        eTellingAnybody, ///< nobody waits for the end; of the others, a program does
+        eIdentifying, ///< without a login as well
+        eReading
+    };
+
     struct Read
     {
         OnvifClient* client = nullptr; ///< a child
         OnvifClient::Target target;
-        bool isAsked = false; ///< by a program: somebody waits for the end
+        EStep step = eTellingAnybody;
     };
 
-    QString start(const NodeID& id, bool isAsked);
+    QString start(const NodeID& id, EStep step);
     void startWaiting();
     void abandonAll();
     void end(const NodeID& id, const OnvifClient* client);
+    QString goOn(const NodeID& id, const Read& read);
     static QString store(const NodeID& id, const Read& read);
 
     QHash<NodeID, Read> m_reads;

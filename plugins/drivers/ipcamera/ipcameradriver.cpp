@@ -6,7 +6,6 @@
 #include "drivers/ipcamera/deviceprobe_p.h"
 #include "drivers/ipcamera/devicereads_p.h"
 #include "drivers/ipcamera/ipcameranode.h"
-#include "drivers/ipcamera/knownmac_p.h"
 #include "drivers/ipcamera/weburl_p.h"
 #include "parts/devicehints.h"
 #include "parts/probequeue.h"
@@ -21,6 +20,8 @@
 #include <QCache>
 #include <QNetworkProxy>
 #include <QPointer>
+
+#include <algorithm>
 
 namespace tq {
 
@@ -51,15 +52,6 @@ QNetworkProxy proxyOf(const NodeHint& hint)
         QNetworkProxy::HttpProxy, proxy.proxyAddress(), quint16(proxy.proxyPort()));
 }
 
-/** Returns the login that a person entered together with this very device. */
-UserAndPassword loginOf(const NodeHint& hint)
-{
-    const auto* const entered = dynamic_cast<const NodeHintIPDevice*>(&hint);
-    const bool isByHand = entered && entered->furtherValue() == 0;
-    return isByHand ? UserAndPassword(entered->user(), entered->password(), false)
-                    : UserAndPassword();
-}
-
 /** Returns the URL of the service that the hint names, if it is one of the device itself. */
 QUrl serviceOf(const HintFacts& facts)
 {
@@ -81,17 +73,17 @@ QString modelOf(const HintFacts& facts, const DeviceAnswer& answer)
     return parts.join(QStringLiteral(", "));
 }
 
-/** Whether a new device says a MAC that a node has by now: it may be that device met at a second
- * address, or lie. */
-bool isElsewhere(const NodeHint& hint, const MACAddress& mac)
+/** Whether some camera's address is not confirmed in the active environment: a device that nobody
+ * recognises may be that one. */
+bool isAnyCameraUnconfirmed()
 {
-    const NodeID known = nodeWithMac(mac);
-    if (known.isNull() || !NodeDB::getDB()->lookupHint(hint).isNull())
-        return false;
-    logLine(Log::eSurvived,
-        "A device says the MAC of a known one, no camera made: ", factsOf(hint).address, " like ",
-        known);
-    return true;
+    NodeDB* const db = NodeDB::getDB();
+    const QList<ENodeType> cameras{ eIPCameraNode };
+    const QStringList ids = db->nodeIdList(&cameras, false);
+    return std::any_of(ids.begin(), ids.end(), [db](const NodeID& id) {
+        const tqm::smart<const IPCameraNode> node = db->node(id);
+        return !node.null() && !node->isAddressConfirmed();
+    });
 }
 
 /** Whether a record announces a device whose address is known: it is not probed. */
@@ -177,21 +169,13 @@ int IPCameraDriver::probe(int requestId, const NodeHint& hint)
         d->rejections.note(requestId, EProbeRejection::eNotAsked);
         return k_notOurs;
     }
-    const DeviceProbe::Target target{ facts.address, facts.endpoints, serviceOf(facts),
-        proxyOf(hint), loginOf(hint) };
-    const auto start = [this, requestId, key = keyOf(facts), target] {
-        auto* const device = new DeviceProbe(target, this);
-        const auto take = [this, device, requestId, key](const auto& answer) {
-            device->deleteLater();
-            if (!answer)
-                d->rejections.note(requestId, device->rejection());
-            endProbe(requestId, answer ? d->take(key, *answer) : k_notOurs);
-        };
-        // Queued: a slot of ours may end this driver, and no socket may stand in its signal then.
-        QObject::connect(device, &DeviceProbe::finished, this, take, Qt::QueuedConnection);
-        device->start();
+    const auto end = [this, requestId, key = keyOf(facts)](
+                         const auto& answer, EProbeRejection reason) {
+        if (!answer)
+            d->rejections.note(requestId, reason);
+        emit probeFinished(requestId, d->self, answer ? d->take(key, *answer) : k_notOurs);
     };
-    if (d->probes.add(start))
+    if (ask(hint, end))
         return 0;
     d->rejections.note(requestId, EProbeRejection::eTooMany);
     return k_notOurs;
@@ -202,10 +186,25 @@ EProbeRejection IPCameraDriver::rejection(int requestId) const
     return d->rejections.of(requestId);
 }
 
-void IPCameraDriver::endProbe(int requestId, int rank)
+/** Asks the device of a hint for what it tells anybody. Returns false, and `take` is not called,
+ * when too many are asked already. */
+bool IPCameraDriver::ask(const NodeHint& hint, const TakeAnswer& take)
 {
-    d->probes.ended();
-    emit probeFinished(requestId, d->self, rank);
+    const HintFacts facts = factsOf(hint);
+    const DeviceProbe::Target target{ facts.address, facts.endpoints, serviceOf(facts),
+        proxyOf(hint) };
+    const auto start = [this, target, take] {
+        auto* const device = new DeviceProbe(target, this);
+        const auto end = [this, device, take](const auto& answer) {
+            device->deleteLater();
+            d->probes.ended();
+            take(answer, device->rejection());
+        };
+        // Queued: a slot of ours may end this driver, and no socket may stand in its signal then.
+        QObject::connect(device, &DeviceProbe::finished, this, end, Qt::QueuedConnection);
+        device->start();
+    };
+    return d->probes.add(start);
 }
 
 NodeID IPCameraDriver::createNodeFromHint(const NodeHint& hint)
@@ -216,22 +215,24 @@ NodeID IPCameraDriver::createNodeFromHint(const NodeHint& hint)
         return QString();
     }
     const std::unique_ptr<DeviceAnswer> said(d->answers.take(keyOf(facts)));
+    const bool isTold = said || !isAnnounced(hint);
+    if (!isTold && isAnyCameraUnconfirmed() && NodeDB::getDB()->lookupHint(hint).isNull()) {
+        makeLater(hint);
+        return QString();
+    }
     DeviceAnswer answer;
     answer.endpoint = facts.endpoints.first();
     if (said)
         answer = *said;
-    if (facts.mac.isEmpty()) {
-        if (isElsewhere(hint, answer.onvif.mac))
-            return QString();
+    if (facts.mac.isEmpty())
         facts.mac = answer.onvif.mac;
-    }
-    auto node = std::make_unique<IPCameraNode>(deviceId(facts, answer.endpoint.port));
+    auto node = std::make_unique<IPCameraNode>(deviceId(facts.mac));
     describe(*node, hint, answer.endpoint);
     node->setName(deviceName(facts, answer.title));
     node->setModelInfo(modelOf(facts, answer));
     node->takeOver(answer.onvif);
     const NodeID id = insertDevice(std::move(node), hint);
-    if (!id.isNull() && isAnnounced(hint) && !said)
+    if (!id.isNull() && !isTold)
         readLater(id);
     return id;
 }
@@ -244,6 +245,26 @@ void IPCameraDriver::readLater(const NodeID& id)
             d->reads.beginWithoutLogin(id);
     };
     QMetaObject::invokeMethod(this, read, Qt::QueuedConnection);
+}
+
+/** Asks an announced device who it is, and makes its node then; not now, as above. */
+void IPCameraDriver::makeLater(const NodeHint& hint)
+{
+    const auto make = [this, hint = std::shared_ptr<const NodeHint>(hint.clone()),
+                          db = QPointer<NodeDB>(NodeDB::getDB())] {
+        const HintFacts facts = factsOf(*hint);
+        const auto end = [this, hint, db, facts](
+                             const std::optional<DeviceAnswer>& answer, EProbeRejection) {
+            DeviceAnswer silent;
+            silent.endpoint = facts.endpoints.first();
+            d->answers.insert(keyOf(facts), new DeviceAnswer(answer.value_or(silent)));
+            if (db)
+                createNodeFromHint(*hint);
+        };
+        if (db)
+            ask(*hint, end);
+    };
+    QMetaObject::invokeMethod(this, make, Qt::QueuedConnection);
 }
 
 QString IPCameraDriver::readDevice(const NodeID& id)

@@ -3,14 +3,13 @@
 #include "drivers/ipcamera/ipcameranode.h"
 
 #include "drivers/ipcamera/onviffacts_p.h"
-#include "parts/devicehints.h"
 
 #include <memory>
 
 namespace tq {
 
 IPCameraNode::IPCameraNode(const QString& id)
-    : IPDeviceNode(eIPCameraNode, id)
+    : RecognisingNode(eIPCameraNode, id)
     , m_serialNumber(tr("Serial number"), this, QStringLiteral("SerialNumber"))
 {
     m_serialNumber.createProperty(propertySet());
@@ -23,22 +22,12 @@ Node* IPCameraNode::clone() const
     return copy.release();
 }
 
-bool IPCameraNode::isIdentical(const NodeHint& hint) const
-{
-    return isDeviceOf(*this, hint);
-}
-
 void IPCameraNode::updateFromHint(const NodeHint& hint)
 {
     const QString model = modelInfo();
     tq::takeOver(*this, hint);
     if (!softwareVersion().isEmpty() && !model.isEmpty())
         setModelInfo(model);
-}
-
-void IPCameraNode::fillHint(NodeHint& hint) const
-{
-    fillFrom(*this, hint);
 }
 
 QString IPCameraNode::serialNumber() const
@@ -60,6 +49,8 @@ void IPCameraNode::takeOver(const OnvifFacts& facts)
         setSoftwareVersion(facts.firmware);
     if (!facts.serialNumber.isEmpty())
         setSerialNumber(facts.serialNumber);
+    if (!facts.reference.isEmpty())
+        setEndpointReference(facts.reference);
     if (mac().isEmpty())
         setMac(facts.mac);
 }

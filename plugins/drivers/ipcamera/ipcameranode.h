@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "devices/ipdevicenode.h"
+#include "parts/recognisingnode.h"
 
 namespace tq {
 
 struct OnvifFacts;
 
 /** A network camera, or any device that answers like one. */
-class IPCameraNode : public IPDeviceNode
+class IPCameraNode : public RecognisingNode<IPDeviceNode>
 {
     Q_OBJECT
 
@@ -18,9 +18,6 @@ public:
 
     Node* clone() const override;
 
-    /** Recognises hints of every kind: by MAC where both have one, else by address. */
-    bool isIdentical(const NodeHint& hint) const override;
-
     /**
      * Takes over a changed address, the MAC while none is known, and what a DNS-SD record says; not
      * the model that it names once the device itself has told more. IPv4 is never given up for IPv6
@@ -28,10 +25,7 @@ public:
      */
     void updateFromHint(const NodeHint& hint) override;
 
-    /** Fills hints of every kind, logins of the active user included. */
-    void fillHint(NodeHint& hint) const override;
-
-    QString serialNumber() const;
+    QString serialNumber() const override;
     void setSerialNumber(const QString& number);
 
     /** Takes over what the device says of itself: what it leaves out stays, and so does a known

@@ -24,6 +24,12 @@ QByteArray newNonce()
     return QByteArray(reinterpret_cast<const char*>(words.data()), sizeof words).toHex();
 }
 
+/** Whether a question needs no login, and so never gets one. */
+bool isForAnybody(EOnvifQuestion question)
+{
+    return question == eOnvifDateAndTime || question == eOnvifReference;
+}
+
 /** Whether the head lets the body be XML: many devices name another kind of it than they should. */
 bool mayBeXml(const WebAnswer& answer)
 {
@@ -85,14 +91,17 @@ void OnvifClient::takeAnswer()
 {
     const WebAnswer answer = m_exchange->answer();
     dropExchange();
+    m_isReached = m_isReached || answer.status() != 0;
     if (answer.status() == k_unauthorised && sendLogin(answer))
         return;
     QString fault;
     std::optional<XmlElement> response;
     if (mayBeXml(answer))
         response = onvifResponse(m_questions.first(), answer.body(), &fault);
-    if (!response || answer.status() != k_ok)
-        return fail(refusal(answer, fault));
+    if (!response || answer.status() != k_ok) {
+        const bool isUnknown = m_questions.first() == eOnvifReference && answer.status() != 0;
+        return isUnknown ? askNext() : fail(refusal(answer, fault));
+    }
     takeResponse(*response);
     askNext();
 }
@@ -102,7 +111,7 @@ void OnvifClient::takeAnswer()
 bool OnvifClient::sendLogin(const WebAnswer& answer)
 {
     const auto challenge = digestChallenge(answer.fields("www-authenticate"));
-    const bool isAllowed = challenge && m_questions.first() != eOnvifDateAndTime
+    const bool isAllowed = challenge && !isForAnybody(m_questions.first())
         && (m_challenges == 0 || (m_challenges == 1 && challenge->isStale));
     if (!isAllowed || digestAuthorization(*challenge, m_target.login, {}).isEmpty())
         return false;
@@ -118,6 +127,8 @@ void OnvifClient::takeResponse(const XmlElement& response)
     m_hasAnswered = true;
     if (m_questions.first() == eOnvifInformation)
         takeInformation(response, m_facts);
+    else if (m_questions.first() == eOnvifReference)
+        m_facts.reference = referenceOf(response);
     else if (m_questions.first() == eOnvifInterfaces)
         m_facts.mac = macOf(response, m_target.host);
 }
@@ -128,7 +139,7 @@ QString OnvifClient::refusal(const WebAnswer& answer, const QString& fault) cons
         return tr("The device did not answer.");
     if (answer.status() == k_unauthorised) {
         if (m_challenges > 0)
-            return tr("The device refused the login.");
+            return tr("The device refused the login of %1.").arg(m_target.login.user);
         return m_target.login.user.isEmpty()
             ? tr("The device asks for a login.")
             : tr("The device asks for a login in a way that is not answered.");

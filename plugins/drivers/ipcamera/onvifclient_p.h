@@ -22,7 +22,7 @@ class WebExchange;
  * Asks a device what it says of itself over ONVIF, one question after the other.
  *
  * The login goes to the one URL of the device's service, and there only in answer to a challenge
- * for a digest, never with eOnvifDateAndTime: whoever speaks ONVIF tells that to anybody. A
+ * for a digest, never with eOnvifDateAndTime and eOnvifReference: those are told to anybody. A
  * redirection is no answer. There is no time limit: the owner has one.
  */
 class OnvifClient : public QObject
@@ -43,7 +43,8 @@ public:
     ~OnvifClient() override;
     Q_DISABLE_COPY_MOVE(OnvifClient)
 
-    /** Asks the questions in order, up to the first without an answer. Once. */
+    /** Asks the questions in order, up to the first without an answer; a device may not know
+     * eOnvifReference. Once. */
     void ask(const QList<EOnvifQuestion>& questions);
 
     /** Finishes with what is there, unless it has finished. */
@@ -51,13 +52,16 @@ public:
 
     QUrl service() const { return m_target.service; }
 
+    /** Returns whether anything answered at all, be it with refusals. */
+    bool isReached() const { return m_isReached; }
+
     /** Returns whether there was a right answer to any question. */
     bool hasAnswered() const { return m_hasAnswered; }
 
     OnvifFacts facts() const { return m_facts; }
 
     /** Returns in one sentence why a question had no answer; empty when all had, and when only the
-     * network interfaces stay unknown, which are a bonus. */
+     * reference and the network interfaces stay unknown, which are a bonus. */
     QString error() const { return m_error; }
 
     /** Returns why there was no answer at all, when there was none. */
@@ -84,6 +88,7 @@ private:
     std::optional<DigestChallenge> m_challenge; ///< that the login answers
     quint32 m_uses = 0; ///< of the challenge
     int m_challenges = 0; ///< answered for this question
+    bool m_isReached = false;
     bool m_hasAnswered = false;
     OnvifFacts m_facts;
     QString m_error;

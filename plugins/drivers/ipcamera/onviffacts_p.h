@@ -15,6 +15,7 @@ struct OnvifFacts
     QString model;
     QString firmware; ///< its version
     QString serialNumber;
+    QString reference; ///< its endpoint reference in WS-Discovery
     MACAddress mac;
 
     /** Returns manufacturer and model as a person would write them; empty when both are. */

@@ -21,6 +21,8 @@ QByteArray nameOf(EOnvifQuestion question)
     switch (question) {
     case eOnvifDateAndTime:
         return "GetSystemDateAndTime";
+    case eOnvifReference:
+        return "GetEndpointReference";
     case eOnvifInformation:
         return "GetDeviceInformation";
     case eOnvifInterfaces:
@@ -99,6 +101,11 @@ void takeInformation(const XmlElement& response, OnvifFacts& facts)
     facts.model = textOf(response.child(u"Model"));
     facts.firmware = textOf(response.child(u"FirmwareVersion"));
     facts.serialNumber = textOf(response.child(u"SerialNumber"));
+}
+
+QString referenceOf(const XmlElement& response)
+{
+    return textOf(response.child(u"GUID"));
 }
 
 MACAddress macOf(const XmlElement& response, const QString& host)

@@ -12,6 +12,7 @@ namespace tq {
 /** What a camera's device service is asked. */
 enum EOnvifQuestion {
     eOnvifDateAndTime, ///< GetSystemDateAndTime: answered without a login by whoever speaks ONVIF
+    eOnvifReference, ///< GetEndpointReference: answered without a login by whoever knows it
     eOnvifInformation, ///< GetDeviceInformation
     eOnvifInterfaces ///< GetNetworkInterfaces
 };
@@ -32,6 +33,9 @@ std::optional<XmlElement> onvifResponse(
 
 /** Takes what a response to eOnvifInformation says. */
 void takeInformation(const XmlElement& response, OnvifFacts& facts);
+
+/** Returns the endpoint reference that a response to eOnvifReference says. */
+QString referenceOf(const XmlElement& response);
 
 /**
  * Returns the MAC of the interface that has the address `host`, as a response to eOnvifInterfaces

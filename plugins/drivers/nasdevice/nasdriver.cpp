@@ -195,7 +195,7 @@ NodeID NASDriver::createNodeFromHint(const NodeHint& hint)
     }
     watch(NodeDB::getDB());
     const Endpoint endpoint{ smbPortOf(hint), false };
-    auto node = std::make_unique<NASNode>(deviceId(facts, endpoint.port));
+    auto node = std::make_unique<NASNode>(deviceId(facts.mac));
     describe(*node, hint, endpoint);
     node->setName(deviceName(facts, QString()));
     node->setModelInfo(facts.model);
@@ -259,6 +259,8 @@ QString NASDriver::readDevice(const NodeID& id)
         return tr("There is no login for %1.").arg(node->name());
     if (node->password(false).isEmpty())
         return tr("The password of %1 on %2 is not known.").arg(node->user(false), node->name());
+    if (!isAddressConfirmed(*node)) // SMB tells nothing without a login that another might not
+        return unconfirmedAddress(*node);
     d->reading.insert(id, reachOf(*node));
     d->logins.use(*node); // by this read
     d->reads->add(readOf(*node), patience());
@@ -273,8 +275,11 @@ void NASDriver::readLater(const NodeID& id)
         const tqm::smart<const NASDeviceNode> node =
             d->db ? d->db->node(id) : tqm::smart<const Node>();
         // The end of an open read comes back to this.
-        if (!node.null() && !d->reading.contains(id) && d->logins.use(*node))
-            readDevice(id);
+        if (node.null() || d->reading.contains(id) || !d->logins.use(*node))
+            return;
+        const QString refusal = readDevice(id);
+        if (!refusal.isEmpty())
+            logLine(Log::eSurvived, "Shares are not read: ", refusal);
     };
     QMetaObject::invokeMethod(this, read, Qt::QueuedConnection);
 }

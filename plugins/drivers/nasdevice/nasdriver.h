@@ -63,7 +63,8 @@ public:
     QString driverName() const override;
     tqm::smart<NodeHint> createNodeHint(ENodeType type) override;
 
-    /** Refuses nodes without an address, without a login, or whose password is not known. */
+    /** Refuses nodes without an address, without a login, or whose password is not known, and those
+     * whose address was not confirmed in the active environment: another storage may be there. */
     QString readDevice(const NodeID& id) override;
     QtSignal readFinishedSignal() override;
     EProbeRejection rejection(int requestId) const override;

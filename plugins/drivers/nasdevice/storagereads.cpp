@@ -119,7 +119,7 @@ QString StorageReads::errorOf(const Running& running, const ShareAnswer& answer)
     if (answer.outcome == ShareAnswer::eRead)
         return QString();
     if (answer.outcome == ShareAnswer::eRefused)
-        return tr("%1 refused the login of %2.").arg(read.host, read.question.login.user);
+        return tr("The device refused the login of %1.").arg(read.question.login.user);
     if (!running.relay->failure().isEmpty())
         return tr("%1 cannot be reached: %2.").arg(read.host, running.relay->failure());
     return tr("%1 broke off: %2.").arg(read.host, answer.reason);

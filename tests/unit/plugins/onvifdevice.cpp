@@ -123,7 +123,11 @@ std::optional<QByteArray> OnvifDevice::choose(const WebRequest& request)
         return "HTTP/1.1 307 There\r\nLocation: " + manner.redirect + "\r\n\r\n";
     if (request.target != manner.path)
         return QByteArray("HTTP/1.1 404 No\r\n\r\n");
-    const bool isOpen = request.body.contains("GetSystemDateAndTime") || manner.user.isEmpty();
+    const bool isReference = request.body.contains("GetEndpointReference");
+    if (isReference && manner.reference.isEmpty())
+        return QByteArray("HTTP/1.1 400 No\r\n\r\n");
+    const bool isOpen =
+        isReference || request.body.contains("GetSystemDateAndTime") || manner.user.isEmpty();
     if (isOpen)
         return soapAnswer(tell(request));
     if (!isRight(login))
@@ -164,6 +168,9 @@ QByteArray OnvifDevice::tell(const WebRequest& request) const
             "<d:Manufacturer>" + manner.manufacturer + "</d:Manufacturer><d:Model>" + manner.model
                 + "</d:Model><d:FirmwareVersion>2.1.4</d:FirmwareVersion>"
                   "<d:SerialNumber>HG-0007</d:SerialNumber>");
+    if (request.body.contains("GetEndpointReference"))
+        return response(
+            "GetEndpointReferenceResponse", "<d:GUID>" + manner.reference + "</d:GUID>");
     if (request.body.contains("GetNetworkInterfaces"))
         return response("GetNetworkInterfacesResponse",
             networkInterface("02:77:0a:4d:00:ff", "192.0.2.77")

@@ -18,6 +18,7 @@ struct OnvifManner
     QByteArray manufacturer = "Harbour";
     QByteArray model = "Gatekeeper 7";
     QByteArray mac = "02:77:0A:4D:00:0B";
+    QByteArray reference = {}; ///< its endpoint reference, for anybody; empty: it does not know
     QByteArray user = {}; ///< who is told more than the time; empty: anybody
     QByteArray password = {};
     QByteArray challenges = {}; ///< instead of the usual one for a digest: lines of a head

@@ -1,18 +1,20 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-#include "parts/devicehints.h"
+#include "parts/deviceidentity.h"
 #include "parts/nasnode.h"
 #include "parts/probequeue.h"
+#include "parts/recognisingnode.h"
 
 #include "discovery/nodehintfromarp.h"
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
+#include "environments/environments.h"
+#include "persistence/memorydestination.h"
 #include "shared/databasefixture.h"
 
 #include <QTest>
 
 using namespace tq;
-using tst::DeviceNode;
 using tst::text;
 
 namespace {
@@ -45,11 +47,10 @@ NodeHintIPDevice probed(const char* address, const char* endpoint)
 }
 
 /** A device that its own node class recognises by the shared rules. */
-class HintedDevice : public DeviceNode
+class HintedDevice : public RecognisingNode<IPDeviceNode>
 {
 public:
-    explicit HintedDevice(const QString& id) : DeviceNode(id) { }
-    bool isIdentical(const NodeHint& hint) const override { return isDeviceOf(*this, hint); }
+    explicit HintedDevice(const QString& id) : RecognisingNode(tst::k_deviceType, id) { }
     void updateFromHint(const NodeHint& hint) override { takeOver(*this, hint); }
     Node* clone() const override
     {
@@ -57,6 +58,9 @@ public:
         deepCopy(copy);
         return copy;
     }
+    QString serialNumber() const override { return serial; }
+
+    QString serial;
 };
 
 } // namespace
@@ -67,6 +71,12 @@ class TestDeviceHints : public QObject
 
 private slots:
     void recognisesByMacElseAddressElseService();
+    void macsCountMoreThanSerialNumbersAndThoseMoreThanReferences();
+    void atAnotherSiteOnlyWhatTheDeviceSaysCounts_data();
+    void atAnotherSiteOnlyWhatTheDeviceSaysCounts();
+    void aDeviceThatIsMetAgainHasOneNode_data();
+    void aDeviceThatIsMetAgainHasOneNode();
+    void marksAreKeptForEachEnvironment();
     void followsAServiceToAnotherAddress();
     void otherServicesLeaveTheWebPort();
     void theFirstServiceNamesTheDevice();
@@ -96,6 +106,133 @@ void TestDeviceHints::recognisesByMacElseAddressElseService()
     SServiceInfo other = service("10.0.0.1");
     other.mac = MACAddress(text("02:00:00:00:00:12"));
     QVERIFY(!isDeviceOf(node, NodeHintFromBonjour(other)));
+}
+
+void TestDeviceHints::macsCountMoreThanSerialNumbersAndThoseMoreThanReferences()
+{
+    DeviceIdentity left{ MACAddress(k_mac), text("s1"), text("urn:uuid:1") };
+    DeviceIdentity right{ MACAddress(k_mac), text("s2"), text("urn:uuid:1") };
+    QCOMPARE(left.compare(right), DeviceIdentity::eSame);
+    left.mac = MACAddress();
+    QCOMPARE(left.compare(right), DeviceIdentity::eOther);
+    right.serialNumber.clear();
+    QCOMPARE(left.compare(right), DeviceIdentity::eSame);
+    right.reference.clear();
+    QCOMPARE(left.compare(right), DeviceIdentity::eUnknown);
+}
+
+void TestDeviceHints::atAnotherSiteOnlyWhatTheDeviceSaysCounts_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QString>("told");
+    QTest::addColumn<bool>("isHere");
+    QTest::addColumn<bool>("isThere");
+    enum { eMac, eService, eReference, eAddress, eSerial };
+    QTest::newRow("an address") << int(eAddress) << QString() << true << false;
+    QTest::newRow("a name that any site may have") << int(eService) << QString() << true << false;
+    QTest::newRow("its MAC") << int(eMac) << k_mac << true << true;
+    QTest::newRow("another's MAC") << int(eMac) << text("02:00:00:00:00:12") << false << false;
+    QTest::newRow("its reference") << int(eReference) << text("URN:UUID:1") << true << true;
+    QTest::newRow("its serial number") << int(eSerial) << text("s1") << true << true;
+    QTest::newRow("another's serial number") << int(eSerial) << text("S2") << false << false;
+    QTest::newRow("another's reference") << int(eReference) << text("urn:uuid:2") << false << false;
+}
+
+void TestDeviceHints::atAnotherSiteOnlyWhatTheDeviceSaysCounts()
+{
+    QFETCH(int, kind);
+    QFETCH(QString, told);
+    tst::Database f;
+    HintedDevice node(text("n"));
+    takeOver(node, NodeHintFromBonjour(service("10.0.0.1")));
+    takeOver(node, probed("10.0.0.1", "urn:uuid:1"));
+    node.setMac(MACAddress(k_mac));
+    node.serial = text("S1");
+    NodeHintIPDevice entered;
+    entered.setHostAddress(text("10.0.0.1"));
+    const NodeHintFromARP seen(text("10.0.0.1"), MACAddress(told));
+    const NodeHintFromBonjour announced(service("10.0.0.1"));
+    const NodeHintIPDevice match = probed("10.0.0.1", told.toUtf8().constData());
+    SServiceInfo record = service("10.0.0.1");
+    record.serialNumber = told;
+    const NodeHintFromBonjour numbered(record);
+    const QList<const NodeHint*> hints{ &seen, &announced, &match, &entered, &numbered };
+    const NodeHint& hint = *hints[kind];
+    QTEST(isDeviceOf(node, hint), "isHere");
+    NodeHintIPDevice filled;
+    node.setUser(text("joe"), text("secret"));
+    f.db->setActiveEnvironment(f.db->environments()->add(text("Site B")));
+    QCOMPARE(node.hostAddress(), text("10.0.0.1"));
+    QTEST(isDeviceOf(node, hint), "isThere");
+    node.fillHint(filled);
+    QCOMPARE(filled.user(), QString());
+    takeOver(node, seen);
+    QVERIFY(isDeviceOf(node, entered));
+}
+
+void TestDeviceHints::aDeviceThatIsMetAgainHasOneNode_data()
+{
+    QTest::addColumn<bool>("isMacKnown");
+    QTest::addColumn<bool>("isElsewhere");
+    QTest::addColumn<int>("nodes");
+    QTest::newRow("by its MAC") << true << false << 1;
+    QTest::newRow("by its reference") << false << false << 1;
+    // It may lie then: the other one is in this environment as well.
+    QTest::newRow("by its MAC, at two addresses") << true << true << 1;
+    QTest::newRow("by its reference, at two addresses") << false << true << 2;
+}
+
+void TestDeviceHints::aDeviceThatIsMetAgainHasOneNode()
+{
+    QFETCH(bool, isMacKnown);
+    QFETCH(bool, isElsewhere);
+    tst::Database f;
+    const auto make = [&](const char* address) {
+        NodeHintIPDevice hint;
+        hint.setHostAddress(text(address));
+        auto node = std::make_unique<HintedDevice>(deviceId({}));
+        describe(*node, hint, { 8080, false });
+        node->setEndpointReference(text("urn:uuid:1"));
+        if (isMacKnown)
+            node->setMac(MACAddress(k_mac));
+        return insertDevice(std::move(node), hint);
+    };
+    const QString id = make("10.0.0.1");
+    if (!isElsewhere)
+        f.db->setActiveEnvironment(f.db->environments()->add(text("Site B")));
+    QCOMPARE(make("10.0.0.2") == id, !isElsewhere);
+    QTEST(int(f.db->nodeIdList().size()), "nodes");
+    const tqm::smart<const IPDeviceNode> node = f.db->node(id);
+    QCOMPARE(node->hostAddress(), text(isElsewhere ? "10.0.0.1" : "10.0.0.2"));
+}
+
+void TestDeviceHints::marksAreKeptForEachEnvironment()
+{
+    tst::Database f;
+    const QString siteA = f.db->activeEnvironment();
+    HintedDevice node(text("n"));
+    node.setHostAddress(text("10.0.0.1"));
+    const QString siteB = f.db->environments()->add(text("Site B"));
+    MemoryDestination store;
+    node.save(&store);
+    MemoryDestination from; // an entry without marks
+    node.IPDeviceNode::save(&from);
+    for (MemoryDestination* const source : { &store, &from }) {
+        f.db->setActiveEnvironment(siteA);
+        HintedDevice loaded(text("n"));
+        loaded.load(source);
+        const std::unique_ptr<Node> copy(loaded.clone());
+        QVERIFY(copy->boolProperty(text("AddressConfirmed"), false));
+        f.db->setActiveEnvironment(siteB);
+        QVERIFY(!copy->boolProperty(text("AddressConfirmed"), true));
+        QCOMPARE(copy->stringProperty(text("IP"), QString()), text("10.0.0.1"));
+        copy->setStringProperty(text("IP"), text("10.0.0.1"));
+        QVERIFY(copy->boolProperty(text("AddressConfirmed"), false));
+        static_cast<HintedDevice&>(*copy).forgetAddress(siteA);
+        f.db->setActiveEnvironment(siteA);
+        QCOMPARE(copy->stringProperty(text("IP"), text("x")), QString());
+        QVERIFY(!copy->boolProperty(text("AddressConfirmed"), true));
+    }
 }
 
 void TestDeviceHints::followsAServiceToAnotherAddress()
@@ -166,12 +303,12 @@ void TestDeviceHints::scannersThatMeetADeviceAtOnceMakeOneNode()
     const NodeHintFromBonjour announced(service("10.0.0.1"));
     const NodeHintFromARP seen(text("10.0.0.1"), MACAddress(k_mac));
     const auto make = [](const NodeHint& hint) {
-        auto node = std::make_unique<HintedDevice>(deviceId(factsOf(hint), 8080));
+        auto node = std::make_unique<HintedDevice>(deviceId(factsOf(hint).mac));
         describe(*node, hint, { 8080, false });
         return insertDevice(std::move(node), hint);
     };
     const QString id = make(announced);
-    QCOMPARE(id, text("ip:10.0.0.1:8080"));
+    QVERIFY(id.startsWith(text("uuid:")));
     QCOMPARE(make(seen), id);
     QCOMPARE(f.db->nodeIdList(), QStringList(id));
     // The one that stays knows what both said.
@@ -183,13 +320,13 @@ void TestDeviceHints::scannersThatMeetADeviceAtOnceMakeOneNode()
 void TestDeviceHints::idsAndNames()
 {
     const HintFacts seen = factsOf(NodeHintFromARP(text("10.0.0.1"), MACAddress(k_mac)));
-    QCOMPARE(deviceId(seen, 80), text("mac:020000000011"));
+    QCOMPARE(deviceId(seen.mac), text("mac:020000000011"));
+    QVERIFY(deviceId({}) != deviceId({}));
     QCOMPARE(deviceName(seen, QString()), text("10.0.0.1"));
     QCOMPARE(deviceName(seen, text("Gate")), text("Gate"));
     NodeHintIPDevice hint;
     hint.setHostAddress(text(" Camera.Test "));
     hint.setName(text("Mine"));
-    QCOMPARE(deviceId(factsOf(hint), 443), text("ip:camera.test:443"));
     QCOMPARE(deviceName(factsOf(hint), text("Gate")), text("Mine"));
     hint.setFurtherValue(eWSDiscoveryService);
     QCOMPARE(deviceName(factsOf(hint), text("Gate")), text("Gate"));

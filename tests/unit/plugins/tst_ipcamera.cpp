@@ -317,8 +317,8 @@ void TestIPCamera::makesNodesOfEnteredDevices()
     QSignalSpy inserted(db, &NodeDB::nodeInserted);
     db->newNodeHint(hint);
     QVERIFY(inserted.wait(k_bound));
-    const QString id = text("ip:127.0.0.1:") + QString::number(device.serverPort());
-    QCOMPARE(inserted.first().first().toString(), id);
+    const QString id = inserted.first().first().toString();
+    QVERIFY(id.startsWith(text("uuid:")));
     const tqm::smart<const IPDeviceNode> node = db->node(id);
     QCOMPARE(node->name(), text("Hall"));
     QCOMPARE(node->user(false), text("root"));
@@ -333,11 +333,10 @@ void TestIPCamera::makesNodesOfEnteredDevices()
     // Another scanner may have been quicker: then there is a node already.
     QCOMPARE(m_driver->createNodeFromHint(hint), id);
     QCOMPARE(inserted.size(), 1);
-    NodeHintIPDevice other;
-    other.setHostAddress(text("127.0.0.2"));
-    db->insertNode(new tst::DeviceNode(text("ip:127.0.0.2:80")));
+    const NodeHintFromARP other(text("127.0.0.2"), MACAddress(text("02:00:00:00:00:11")));
+    db->insertNode(new tst::DeviceNode(text("mac:020000000011")));
     QVERIFY(m_driver->createNodeFromHint(other).isNull());
-    QCOMPARE(m_fixture->log.linesWith(text("ip:127.0.0.2:80")).size(), 1);
+    QCOMPARE(m_fixture->log.linesWith(text("mac:020000000011")).size(), 1);
     QCOMPARE(m_fixture->log.linesWith(text("secret")), QStringList());
 
     // A hint that the node fills makes an equal device elsewhere.

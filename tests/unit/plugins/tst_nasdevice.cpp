@@ -7,6 +7,7 @@
 #include "discovery/nodehintipdevice.h"
 #include "drivers/nasdevice/sharereading_p.h"
 #include "drivers/nasdevice/smbnegotiation_p.h"
+#include "environments/environments.h"
 #include "parts/nasnode.h"
 #include "shared/databasefixture.h"
 
@@ -363,6 +364,14 @@ void TestNASDevice::refusesToReadWhatItCannot()
     copy->setUser(text("anna"), QString());
     m_fixture->db->endUpdateNode(copy);
     QCOMPARE(reader->readDevice(id), text("The password of anna on Barn is not known."));
+    // At another site, the address is somebody else's for all that is known.
+    NodeDB* const db = m_fixture->db;
+    db->setActiveEnvironment(db->environments()->add(text("Site B")));
+    setLogin(id);
+    const QString refusal = reader->readDevice(id);
+    QVERIFY2(
+        refusal.contains(text("was not confirmed in the environment Site B")), qPrintable(refusal));
+    QTRY_COMPARE(m_fixture->log.linesWith(refusal).size(), 1); // nor is it read by itself
 }
 
 void TestNASDevice::choosesShares()

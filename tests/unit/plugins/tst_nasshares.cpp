@@ -324,7 +324,7 @@ void TestNASShares::leavesTheNodeAloneWhenRefused()
     auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
     copy->setUser(text("anna"), text("not-her-word"));
     m_fixture->db->endUpdateNode(copy);
-    QCOMPARE(nextError(), text("127.0.0.1 refused the login of anna."));
+    QCOMPARE(nextError(), text("The device refused the login of anna."));
     QCOMPARE(stateOf(node(id)), before);
     QCOMPARE(node(id)->localUser(text("anna")).password, k_annas);
     QCOMPARE(m_fixture->log.linesWith(text("2 ")).filter(text("refused the login")).size(), 1);

@@ -8,10 +8,12 @@
 #include "shared/databasefixture.h"
 
 #include "platform/pluginloader.h"
+#include "platform/properties/properties.h"
 
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
+#include <QUuid>
 
 using namespace tq;
 using plugin::Loader;
@@ -36,7 +38,7 @@ private slots:
     void keepsWhatIsTold();
     void asksTheServiceThatTheHintNames();
     void givesNoLoginThatWasNotGiven();
-    void usesTheLoginOfAnEnteredDevice();
+    void whatADeviceIsKnownByDoesNotDependOnALogin();
     void takesNoLoginElsewhere();
     void survivesHostileAnswers_data();
     void survivesHostileAnswers();
@@ -200,25 +202,18 @@ void TestOnvif::givesNoLoginThatWasNotGiven()
     QVERIFY(!device.requests().contains("secret"));
 }
 
-void TestOnvif::usesTheLoginOfAnEnteredDevice()
+void TestOnvif::whatADeviceIsKnownByDoesNotDependOnALogin()
 {
     const OnvifDevice device(locked());
     QCOMPARE(rankOf(hintWithLogin(device)), 10);
     const auto node = make(hintWithLogin(device));
-    QCOMPARE(node->id(), k_id);
-    QCOMPARE(node->modelInfo(), k_model);
-    QVERIFY(!device.requests().contains("secret"));
-    QCOMPARE(device.logins().size(), 2);
-
-    // Who does not speak ONVIF gets none, whatever it asks for.
-    OnvifManner manner = locked();
-    manner.path = "/elsewhere";
-    const OnvifDevice other(manner);
-    const WebDevice asks("HTTP/1.1 401 No\r\nWWW-Authenticate: Digest nonce=a\r\n\r\n");
-    QCOMPARE(rankOf(hintWithLogin(other)), 50);
-    QCOMPARE(rankOf(hintWithLogin(asks)), 50);
-    QVERIFY(other.logins().isEmpty());
-    QVERIFY(!asks.requests().contains("Authorization"));
+    QVERIFY(QUuid::fromString(node->id().mid(5)).version() == QUuid::Random);
+    QVERIFY(node->id().startsWith(text("uuid:")));
+    QVERIFY(device.logins().isEmpty());
+    // What the login tells later changes no id.
+    QCOMPARE(read(node->id()), QString());
+    QCOMPARE(m_fixture->db->node(node->id())->stringProperty(text("MAC"), QString()),
+        text("02:77:0a:4d:00:0b"));
 }
 
 void TestOnvif::takesNoLoginElsewhere()
@@ -363,14 +358,15 @@ void TestOnvif::leavesTheNodeWithoutAnswer_data()
     QTest::addColumn<QByteArray>("challenges");
     QTest::addColumn<QString>("error");
     QTest::addColumn<int>("logins");
-    QTest::newRow("wrong login") << QByteArray() << text("The device refused the login.") << 1;
+    QTest::newRow("wrong login") << QByteArray() << text("The device refused the login of root.")
+                                 << 1;
     const QString otherWay = text("The device asks for a login in a way that is not answered.");
     QTest::newRow("Basic") << QByteArray("WWW-Authenticate: Basic realm=\"a\"\r\n") << otherWay
                            << 0;
     QTest::newRow("none") << QByteArray("X: y\r\n") << otherWay << 0;
     QTest::newRow("stale for ever")
         << QByteArray("WWW-Authenticate: Digest nonce=\"a\", stale=true\r\n")
-        << text("The device refused the login.") << 2;
+        << text("The device refused the login of root.") << 2;
 }
 
 void TestOnvif::leavesTheNodeWithoutAnswer()
@@ -424,11 +420,15 @@ void TestOnvif::readsWhatAnnouncedDevicesTellAnybody()
     m_fixture->db->newNodeHint(announcementOf(device));
     m_fixture->db->newNodeHint(announcementOf(closed));
     // A login that the program knows at once is still nobody's wish to use it.
-    const QString other = text("ip:127.0.0.2:%1").arg(closed.serverPort());
+    const auto at = [this](const char* address) {
+        const tqgen::StringProperty wanted(text("IP"), QString(), text(address));
+        return m_fixture->db->search(wanted, eIPCameraNode).value(0);
+    };
+    const QString other = at("127.0.0.2");
     Node* const copy = m_fixture->db->beginUpdateNode(other, -1);
     static_cast<IPDeviceNode*>(copy)->setUser(text("root"), text("secret"));
     m_fixture->db->endUpdateNode(copy);
-    const QString id = text("ip:127.0.0.1:%1").arg(device.serverPort());
+    const QString id = at("127.0.0.1");
     QCOMPARE(m_fixture->db->node(id)->modelInfo(), text("X1"));
     QTRY_COMPARE_WITH_TIMEOUT(updated.size(), 2, k_bound);
     QCOMPARE(m_fixture->db->node(id)->modelInfo(), k_model);

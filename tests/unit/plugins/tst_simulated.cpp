@@ -14,6 +14,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUuid>
 
 using namespace tq;
 using plugin::Loader;
@@ -285,7 +286,8 @@ void TestSimulated::foldersAndStrangersHaveTypedHints()
     QCOMPARE(scan.story.events.last(), text("refused "));
     hint.setNodeType(eIPCameraNode);
     scan.db->newNodeHint(hint);
-    QCOMPARE(scan.story.events.last(), text("new ip:10.77.0.99:80"));
+    const QUuid id = QUuid::createUuidV5(QUuid(), text("10.77.0.99"));
+    QCOMPARE(scan.story.events.last(), text("new uuid:") + id.toString(QUuid::WithoutBraces));
 }
 
 void TestSimulated::storagesHoldTheirShares()
