@@ -34,8 +34,10 @@ Outcome DeviceRead::run(IDeviceReader& reader)
     const StopSignal stop;
     connect(&stop, &StopSignal::received, &m_loop, &QEventLoop::quit);
     const QString refusal = reader.readDevice(m_id);
-    if (!refusal.isEmpty())
+    if (!refusal.isEmpty()) {
+        m_error = refusal;
         return Outcome::refused(QStringLiteral("%1 cannot be read: %2").arg(quoted(m_id), refusal));
+    }
     int seconds = 0;
     QTimer timer;
     connect(&timer, &QTimer::timeout, this, [&] {
@@ -73,6 +75,23 @@ void DeviceRead::showProgress(int seconds) const
     if (seconds > 0)
         std::fprintf(stderr, "%d s: the device is being read; Ctrl-C ends", seconds);
     std::fflush(stderr);
+}
+
+Outcome tryLogin(Invocation& call, const QString& id)
+{
+    const auto driver = call.database().nodeDriver(id);
+    auto* const reader = dynamic_cast<IDeviceReader*>(driver.get());
+    if (!reader)
+        return Outcome::refused(QStringLiteral("its driver cannot try logins"));
+    DeviceRead read(id);
+    const Outcome outcome = read.run(*reader);
+    QString reason = read.reason();
+    if (outcome.isDone() || reason.isEmpty())
+        return outcome;
+    reason.replace(0, 1, reason.at(0).toLower());
+    if (reason.endsWith(QLatin1Char('.')))
+        reason.chop(1);
+    return Outcome::refused(reason);
 }
 
 Outcome readDevice(Invocation& call, const QString& id)

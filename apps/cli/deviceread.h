@@ -31,6 +31,9 @@ public:
      * it takes on a terminal. Refused with the reader's sentence when that failed. */
     Outcome run(IDeviceReader& reader);
 
+    /** Returns why the reader could not read, in its own sentence; empty where it did not say. */
+    QString reason() const { return m_error.value_or(QString()); }
+
 private slots:
     void finished(tq::NodeID id, QString error);
 
@@ -41,6 +44,12 @@ private:
     QEventLoop m_loop;
     std::optional<QString> m_error;
 };
+
+/**
+ * Lets the driver of a new node try the node's login, and read with it. Refused with the driver's
+ * words as part of a sentence.
+ */
+Outcome tryLogin(Invocation& call, const QString& id);
 
 /** Lets the driver of a node read its device into the node, and saves. The store is open. */
 Outcome readDevice(Invocation& call, const QString& id);

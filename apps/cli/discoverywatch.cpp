@@ -41,12 +41,21 @@ bool hasMoved(const QSet<QString>& heard, const QString& address, const QString&
     return isIPv4(address) && isIPv4(keptAddress) && !heard.contains(keptAddress);
 }
 
-/** Whether a hint of a known device tells its MAC, or the service under which it announces itself,
- * while its node has none. */
+/** Whether a device was met in an environment where nothing had confirmed its address yet. */
+bool isUnconfirmed(const Node& node)
+{
+    return !node.boolProperty(QStringLiteral("AddressConfirmed"), true);
+}
+
+/** Whether a hint of a known device tells its MAC, or an id under which it announces itself, while
+ * its node has none. */
 bool tellsMore(const HintRecord& hint, const Node& node)
 {
+    const bool isReference = !hint.serviceId.contains(QLatin1String("._"));
+    const bool lacksReference = isReference && node.hasProperty(text("EndpointReference"))
+        && kept(node, "EndpointReference").isEmpty();
     return (!hint.mac.isEmpty() && kept(node, "MAC").isEmpty())
-        || (!hint.serviceId.isEmpty() && kept(node, "FullName").isEmpty());
+        || (!hint.serviceId.isEmpty() && (lacksReference || kept(node, "FullName").isEmpty()));
 }
 
 } // namespace
@@ -173,7 +182,8 @@ void DiscoveryWatch::met(const NodeHint& hint, const QString& id)
     const HintRecord record = recordOf(hint);
     QSet<QString>& heard = m_heard[id];
     heard.insert(record.address);
-    if (hasMoved(heard, record.address, kept(*node, "IP")) || tellsMore(record, *node))
+    if (hasMoved(heard, record.address, kept(*node, "IP")) || tellsMore(record, *node)
+        || isUnconfirmed(*node))
         m_database.nodeHintChanged(hint);
 }
 

@@ -249,7 +249,8 @@ void TestCommandLine::convertingKeepsEverything()
 void TestCommandLine::passwordsAreNeitherShownNorTakenFromTheCommandLine()
 {
     write(path("secret"), k_canary + '\n');
-    const Run added = onStore("add 192.0.2.5 --type 2 --user joe --password-file secret --verbose");
+    const Run added =
+        onStore("add 192.0.2.5 --type 2 --user joe --password-file secret --unchecked --verbose");
     QCOMPARE(added.code, 0);
     QVERIFY(contentOf(m_store).contains(k_canary.toBase64()));
     const QByteArray id = added.item()[text("ID")].toString().toUtf8();

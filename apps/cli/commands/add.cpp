@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "cli/commands/commands.h"
+#include "cli/deviceread.h"
 #include "cli/discoverywatch.h"
 #include "cli/inputrules.h"
 #include "cli/invocation.h"
@@ -28,19 +29,21 @@ const QString k_port = QStringLiteral("port");
 const QString k_ssl = QStringLiteral("ssl");
 const QString k_user = QStringLiteral("user");
 const QString k_name = QStringLiteral("name");
+const QString k_unchecked = QStringLiteral("unchecked");
 constexpr int k_probeTimeout = 15000; // ms
 constexpr int k_creationTimeout = 2000; // ms
 
 void addOptions(QCommandLineParser& parser)
 {
     parser.addOptions({
-        { k_type, QStringLiteral("Make a node of this type, without asking the device."),
+        { k_type, QStringLiteral("Make a node of this type, without asking the device for it."),
             QStringLiteral("T") },
         { k_port, QStringLiteral("The port of its web server (80, or 443 with --ssl)."),
             QStringLiteral("PORT") },
         { k_ssl, QStringLiteral("It is reached over TLS.") },
         { k_user, QStringLiteral("The user to log in as; its password is asked for."),
             QStringLiteral("USER") },
+        { k_unchecked, QStringLiteral("Store the login without trying it.") },
         { k_name, QStringLiteral("Its name for people."), QStringLiteral("NAME") },
     });
     addPasswordOptions(parser);
@@ -105,6 +108,7 @@ Outcome judge(const std::optional<DeviceEvent>& fate, const NodeHintIPDevice& hi
         return Outcome::refused(QStringLiteral("no driver made a node of %1").arg(address));
     switch (fate->fate) {
     case DeviceEvent::eNew:
+    case DeviceEvent::eChanged: // a known device was met in this environment
         return Outcome::done();
     case DeviceEvent::eNotOurs:
         return Outcome::refused(rejectionText(rejectionOf(fate->request), hint.hostAddress()));
@@ -115,6 +119,19 @@ Outcome judge(const std::optional<DeviceEvent>& fate, const NodeHintIPDevice& hi
         return Outcome::refused(
             QStringLiteral("%1 is known already, as %2").arg(address, quoted(fate->nodeId)));
     }
+}
+
+/** Tries the login that came with a device: one that it refuses is not to be found out later. */
+Outcome checkLogin(Invocation& call, const NodeHintIPDevice& hint, const QString& id)
+{
+    if (hint.user().isEmpty() || call.options().isSet(k_unchecked))
+        return Outcome::done();
+    const Outcome outcome = tryLogin(call, id);
+    return outcome.isDone()
+        ? outcome
+        : Outcome::refused(QStringLiteral("%1 was not added: %2; --%3 stores a "
+                                          "login without trying it")
+                               .arg(quoted(hint.hostAddress()), outcome.sentence, k_unchecked));
 }
 
 Outcome add(Invocation& call)
@@ -134,13 +151,21 @@ Outcome add(Invocation& call)
         if (!fate)
             fate = event;
     });
+    // That of a known device shows nowhere else when it was only confirmed to be here.
+    QString metAgain;
+    QObject::connect(
+        &database, &NodeDB::nodeUpdated, &watch, [&](const NodeID& id) { metAgain = id; });
     database.newNodeHint(hint);
     waitForFate(watch, fate);
+    if (!fate && !metAgain.isEmpty())
+        fate = DeviceEvent{ DeviceEvent::eChanged, metAgain, {}, {} };
     outcome = judge(fate, hint);
     if (outcome.isDone())
-        outcome = call.save();
+        outcome = checkLogin(call, hint, fate->nodeId);
     if (outcome.isDone())
-        call.output().addItems({ fate->device }, nodeColumns());
+        outcome = call.save();
+    if (const auto node = outcome.isDone() ? database.node(fate->nodeId) : nullptr)
+        call.output().addItems({ nodeSummary(database, *node) }, nodeColumns());
     return outcome;
 }
 

@@ -4,14 +4,18 @@
 #include "cli/inputrules.h"
 #include "cli/invocation.h"
 
+#include "devices/ipdevicenode.h"
 #include "environments/environments.h"
 #include "nodestore/nodedb.h"
+
+#include <QCommandLineParser>
 
 namespace tq::cli {
 
 namespace {
 
 const QString k_idOrName = QStringLiteral("ID-or-NAME");
+const QString k_empty = QStringLiteral("empty");
 
 QJsonObject item(const NodeDB& database, const QString& id)
 {
@@ -94,6 +98,22 @@ Outcome list(Invocation& call)
     return outcome;
 }
 
+/** Takes back the addresses that a new environment took over. */
+Outcome forgetAddresses(Invocation& call, const QString& environment)
+{
+    Outcome outcome;
+    for (const QString& id : call.database().nodeIdList()) {
+        const tqm::smart<const IPDeviceNode> device = call.database().node(id);
+        if (device.null() || !outcome.isDone())
+            continue;
+        outcome = call.edit(id, [&](Node& copy) {
+            static_cast<IPDeviceNode&>(copy).forgetAddress(environment);
+            return Outcome::done();
+        });
+    }
+    return outcome;
+}
+
 Outcome add(Invocation& call)
 {
     const QString name = call.arguments().first();
@@ -103,7 +123,9 @@ Outcome add(Invocation& call)
     if (!outcome.isDone())
         return outcome;
     const QString id = call.database().environments()->add(name);
-    return saveAndPrint(call, { id });
+    if (call.options().isSet(k_empty))
+        outcome = forgetAddresses(call, id);
+    return outcome.isDone() ? saveAndPrint(call, { id }) : outcome;
 }
 
 Outcome rename(Invocation& call)
@@ -146,6 +168,8 @@ Outcome use(Invocation& call)
 
 Outcome environment(Invocation& call)
 {
+    if (call.options().isSet(k_empty) && call.arguments().first() != QLatin1String("add"))
+        return Outcome::usage(QStringLiteral("--%1 goes with environment add").arg(k_empty));
     return call.runAction({
         { QStringLiteral("list"), QStringLiteral("nothing"), {}, 0, 0, {}, list },
         { QStringLiteral("add"), QStringLiteral("NAME"), {}, 1, 1, {}, add },
@@ -159,10 +183,16 @@ Outcome environment(Invocation& call)
 
 QList<Command> environmentCommands()
 {
+    const auto addOptions = [](QCommandLineParser& parser) {
+        parser.addOption({ k_empty,
+            QStringLiteral("Let the new environment begin without addresses, instead of with those "
+                           "of the active one.") });
+    };
     return { { QStringLiteral("environment"),
-        QStringLiteral("list | add NAME | rename %1 NAME | remove %1 | use %1").arg(k_idOrName),
-        QStringLiteral("List and edit the environments, and choose the active one."), 1, 3, {},
-        environment } };
+        QStringLiteral("list | add NAME [--empty] | rename %1 NAME | remove %1 | use %1")
+            .arg(k_idOrName),
+        QStringLiteral("List and edit the environments, and choose the active one."), 1, 3,
+        addOptions, environment } };
 }
 
 } // namespace tq::cli
