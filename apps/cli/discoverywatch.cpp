@@ -185,6 +185,19 @@ void DiscoveryWatch::met(const NodeHint& hint, const QString& id)
     if (hasMoved(heard, record.address, kept(*node, "IP")) || tellsMore(record, *node)
         || isUnconfirmed(*node))
         m_database.nodeHintChanged(hint);
+    confirm(id, record.address);
+}
+
+/** No hint changes what a person entered; but that the device is where they said is no change. */
+void DiscoveryWatch::confirm(const QString& id, const QString& address)
+{
+    const auto node = m_database.node(id);
+    if (!node || !isUnconfirmed(*node) || kept(*node, "IP") != address)
+        return;
+    if (Node* const copy = m_database.beginUpdateNode(id, 0)) {
+        copy->setStringProperty(text("IP"), address);
+        m_database.endUpdateNode(copy);
+    }
 }
 
 void DiscoveryWatch::updated(const QString& id)

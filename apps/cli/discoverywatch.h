@@ -72,6 +72,7 @@ private:
     void attributeChanges(); ///< those that a probe which was just decided led to
     void tellOfNode(DeviceEvent::EFate fate, const QString& id);
     void met(const NodeHint& hint, const QString& id);
+    void confirm(const QString& id, const QString& address);
     void updated(const QString& id);
 
     NodeDB& m_database;

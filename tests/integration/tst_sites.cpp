@@ -38,6 +38,7 @@ private slots:
     void theCameraOfAnotherSiteIsAnother();
     void theIdDoesNotDependOnTheLogin_data();
     void theIdDoesNotDependOnTheLogin();
+    void aScanConfirmsWhereDevicesAre();
     void anEmptyEnvironmentTakesNoAddressesOver();
     void storesFromBeforeKeepIdsAndTheActiveAddresses();
 
@@ -72,6 +73,10 @@ void TestSites::theCameraOfAnotherSiteIsAnother()
     QVERIFY2(first.code == 0, first.error);
     const QByteArray id = idOf(first);
     QCOMPARE(first.item()[text("MAC")].toString(), text("02:77:0a:4d:00:0b"));
+
+    // Another web server at a known address is that device's, on whatever port.
+    const Run again = add(OnvifDevice(), QByteArray());
+    QVERIFY2(again.error.contains("is known already, as \"" + id), again.error);
 
     // At site B, quite another camera answers at the same address.
     goTo("Harbour");
@@ -127,6 +132,21 @@ void TestSites::theIdDoesNotDependOnTheLogin()
     }
     QVERIFY2(run.error.contains("the device refused the login of root"), run.error);
     QVERIFY(!hashes().contains(text("devices.db")));
+}
+
+void TestSites::aScanConfirmsWhereDevicesAre()
+{
+    // Two that a person entered, whose data no scan changes; one told its MAC.
+    const QByteArray id = idOf(onStore("--simulate small add 10.77.0.11"));
+    QCOMPARE(id, QByteArray("mac:025a17000011"));
+    const QByteArray other = idOf(onStore("--simulate small add 10.77.0.12"));
+    goTo("Harbour");
+    QCOMPARE(onStore("list --where AddressConfirmed=yes").items().size(), 0);
+    QCOMPARE(onStore("--simulate small scan --for 2 --speed 100").code, 0);
+    QCOMPARE(valueOf(id, "AddressConfirmed").toBool(), true);
+    // Nobody can tell it from another site's at that address, which is there now.
+    QCOMPARE(valueOf(other, "AddressConfirmed").toBool(), false);
+    QCOMPARE(onStore("list --where IP=10.77.0.12").items().size(), 2);
 }
 
 void TestSites::anEmptyEnvironmentTakesNoAddressesOver()
