@@ -140,6 +140,8 @@ QString DeviceReads::goOn(const NodeID& id, const Read& read)
     const tqm::smart<const IPCameraNode> node = NodeDB::getDB()->node(id);
     if (node.null())
         return tr("The camera was removed.");
+    if (!isSameDevice(targetOf(*node, false), read.target))
+        return tr("The camera's address changed meanwhile.");
     switch (match(*node, read.client->facts())) {
     case DeviceIdentity::eSame:
         return start(id, eReading);
