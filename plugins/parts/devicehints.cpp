@@ -151,9 +151,9 @@ QString unconfirmedAddress(const IPDeviceNode& node)
     const NodeDB* const db = NodeDB::getDB();
     return QCoreApplication::translate("tq::DeviceMarks",
         "The address %1 was not confirmed in the environment %2, and nothing tells without a login "
-        "whether %3 is there; when you have made sure, enter the address anew (set %4 IP=%1).")
-        .arg(node.hostAddress(), db->environments()->name(db->activeEnvironment()), node.name(),
-            node.id());
+        "whether the device there is this one; when you have made sure, enter the address anew "
+        "(set %3 IP=%1).")
+        .arg(node.hostAddress(), db->environments()->name(db->activeEnvironment()), node.id());
 }
 
 bool isDeviceOf(const IPDeviceNode& node, const NodeHint& hint)

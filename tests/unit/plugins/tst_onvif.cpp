@@ -13,7 +13,6 @@
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
-#include <QUuid>
 
 using namespace tq;
 using plugin::Loader;
@@ -38,7 +37,6 @@ private slots:
     void keepsWhatIsTold();
     void asksTheServiceThatTheHintNames();
     void givesNoLoginThatWasNotGiven();
-    void whatADeviceIsKnownByDoesNotDependOnALogin();
     void takesNoLoginElsewhere();
     void survivesHostileAnswers_data();
     void survivesHostileAnswers();
@@ -200,20 +198,6 @@ void TestOnvif::givesNoLoginThatWasNotGiven()
     QCOMPARE(m_fixture->db->nodeIdList().size(), 1);
     QCOMPARE(device.logins(), QList<QByteArray>());
     QVERIFY(!device.requests().contains("secret"));
-}
-
-void TestOnvif::whatADeviceIsKnownByDoesNotDependOnALogin()
-{
-    const OnvifDevice device(locked());
-    QCOMPARE(rankOf(hintWithLogin(device)), 10);
-    const auto node = make(hintWithLogin(device));
-    QVERIFY(QUuid::fromString(node->id().mid(5)).version() == QUuid::Random);
-    QVERIFY(node->id().startsWith(text("uuid:")));
-    QVERIFY(device.logins().isEmpty());
-    // What the login tells later changes no id.
-    QCOMPARE(read(node->id()), QString());
-    QCOMPARE(m_fixture->db->node(node->id())->stringProperty(text("MAC"), QString()),
-        text("02:77:0a:4d:00:0b"));
 }
 
 void TestOnvif::takesNoLoginElsewhere()
