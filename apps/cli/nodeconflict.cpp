@@ -14,11 +14,14 @@ namespace tq::cli {
 namespace {
 
 /** Returns where a device is surely reached in the active environment, as HOST and port; empty when
- * nobody knows. */
+ * nobody knows. Nodes that do not say whether their address was confirmed count as confirmed. */
 QString confirmedAddress(const IPDeviceNode& node)
 {
     const QString host = node.hostAddress().toLower();
-    return host.isEmpty() ? QString() : QStringLiteral("%1 port %2").arg(host).arg(node.port());
+    const bool isConfirmed = node.boolProperty(text("AddressConfirmed"), true);
+    return host.isEmpty() || !isConfirmed
+        ? QString()
+        : QStringLiteral("%1 port %2").arg(host).arg(node.port());
 }
 
 } // namespace
