@@ -19,9 +19,8 @@ QString confirmedAddress(const IPDeviceNode& node)
 {
     const QString host = node.hostAddress().toLower();
     const bool isConfirmed = node.boolProperty(text("AddressConfirmed"), true);
-    return host.isEmpty() || !isConfirmed
-        ? QString()
-        : QStringLiteral("%1 port %2").arg(host).arg(node.port());
+    return host.isEmpty() || !isConfirmed ? QString()
+                                          : QStringLiteral("%1 port %2").arg(host).arg(node.port());
 }
 
 } // namespace

@@ -18,10 +18,11 @@ namespace tq {
  * .sqlite (SQLite) or in .ini or .conf (INI).
  *
  * Returns null, and one sentence that names the value or the path in `error` (may be null), when
- * the store cannot be used: an unknown kind, a missing store that is not to be created, a folder that
- * does not exist or cannot be written, a file that cannot be read or is not a sound store. Such a
- * file is left as it is. For writing, a file with more than one hard link or mounted by itself is
- * refused as well, and so is an SQLite store on a network file system: changes could be lost there.
+ * the store cannot be used: an unknown kind, a missing store that is not to be created, a folder
+ * that does not exist or cannot be written, a file that cannot be read or is not a sound store.
+ * Such a file is left as it is. For writing, a file with more than one hard link or mounted by
+ * itself is refused as well, and so is an SQLite store on a network file system: changes could be
+ * lost there.
  *
  * A program that saves over what it has loaded takes a StoreLock first.
  */
