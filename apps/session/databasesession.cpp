@@ -123,7 +123,7 @@ QString DatabaseSession::open(const QString& store, OpenMode mode)
         return tr("the store %1 is open already").arg(inQuotes(m_store->location()));
     QString error;
     if (mode != OpenMode::ReadOnly)
-        error = prepare(store);
+        error = prepare(store, mode);
     m_storeName = m_lock ? m_lock->store() : store;
     if (error.isEmpty())
         m_store = openStore(m_storeName, &error, mode);
@@ -136,13 +136,13 @@ QString DatabaseSession::open(const QString& store, OpenMode mode)
     return error;
 }
 
-QString DatabaseSession::prepare(const QString& store)
+QString DatabaseSession::prepare(const QString& store, OpenMode mode)
 {
     if (store == defaultStore())
         makeDefaultFolder();
     // Each session saves everything it holds: a second writer would undo what the first one saved.
     QString error;
-    m_lock = StoreLock::take(store, &error);
+    m_lock = StoreLock::take(store, &error, mode);
     return error;
 }
 

@@ -82,7 +82,7 @@ public:
     QString location() const;
 
 private:
-    QString prepare(const QString& store);
+    QString prepare(const QString& store, OpenMode mode);
     QString load();
     void tellKept() const;
     QString reopen(const StoreNode& inMemory);

@@ -56,7 +56,7 @@ std::unique_ptr<IStore> openStore(const QString& urlOrPath, QString* error, Open
     const StoreName name = parsed(urlOrPath);
     QString reason;
     std::unique_ptr<IStore> store;
-    if (mode == OpenMode::ReadWrite)
+    if (mode != OpenMode::ReadOnly)
         reason = whyNotChangeable(resolvedStore(urlOrPath));
     if (error)
         *error = reason;

@@ -171,7 +171,7 @@ int lockedSideFile(const QString& store, QString& error)
 
 } // namespace
 
-std::unique_ptr<StoreLock> StoreLock::take(const QString& urlOrPath, QString* error)
+std::unique_ptr<StoreLock> StoreLock::take(const QString& urlOrPath, QString* error, OpenMode mode)
 {
     const QString store = resolvedStore(urlOrPath);
     const QString path = storeFilePath(store);
@@ -179,7 +179,7 @@ std::unique_ptr<StoreLock> StoreLock::take(const QString& urlOrPath, QString* er
     QString reason;
     int file = -1;
     if (!path.isEmpty()) {
-        reason = whyNoStoreAt(path, OpenMode::ReadWrite, exists);
+        reason = whyNoStoreAt(path, mode, exists);
         if (reason.isEmpty())
             file = lockedSideFile(path, reason);
         if (reason.isEmpty())

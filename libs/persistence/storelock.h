@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "persistence/istore.h"
 #include "persistence/persistence_export.h"
 
 #include <QString>
@@ -24,13 +25,13 @@ class PERSISTENCE_EXPORT StoreLock
 {
 public:
     /**
-     * Takes the lock of the store (named as for openStore()), which need not exist. Returns null,
-     * and one sentence in `error` (may be null), when another program has it, when it cannot be had
-     * for whatever reason, and when the store may not be changed where it is; nothing waits. A
-     * store without a file is locked by nobody.
+     * Takes the lock of the store, named and to be opened as for openStore(). Returns null, and one
+     * sentence in `error` (may be null), when the store is missing and not to be created, when
+     * another program has the lock, when it cannot be had for whatever reason, and when the store
+     * may not be changed where it is; nothing waits. A store without a file is locked by nobody.
      */
     [[nodiscard]] static std::unique_ptr<StoreLock> take(
-        const QString& urlOrPath, QString* error = nullptr);
+        const QString& urlOrPath, QString* error = nullptr, OpenMode mode = OpenMode::ReadWrite);
 
     ~StoreLock();
     Q_DISABLE_COPY_MOVE(StoreLock)

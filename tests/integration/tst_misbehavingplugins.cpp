@@ -149,19 +149,19 @@ void TestMisbehavingPlugins::nodesHarmNoEntryButTheirOwn()
         return run(
             text(GOOD_PLUGINS), QStringList{ text("--plugins"), text(BROKEN_PLUGINS) } + arguments);
     };
-    const QString store = m_folder.filePath(text("devices.db"));
-    QFile::remove(store);
+    m_store = m_folder.filePath(text("unruly.db"));
+    QFile::remove(m_store);
     QCOMPARE(
         both({ text("--json"), text("add"), text("192.0.2.3"), text("--type"), text("2") }), 0);
     const auto added = QJsonDocument::fromJson(m_out).object()[text("items")].toArray();
     const QString camera = added[0].toObject()[text("ID")].toString();
     QCOMPARE(both({ text("add"), text("192.0.2.4"), text("--type"), text("18") }), 0);
-    const QByteArray before = hashOf(store);
+    const QByteArray before = hashOf(m_store);
     const QString note = text("Note=") + text(QTest::currentDataTag());
     QCOMPARE(both({ text("set"), text("unruly"), note }), 1);
     QVERIFY2(m_error.contains("unruly, driver misbehaving: " + line), m_error.constData());
     QVERIFY2(m_error.contains("\"unruly\" (its earlier entry stays)"), m_error.constData());
-    QVERIFY(hashOf(store) != before); // saved all the same
+    QVERIFY(hashOf(m_store) != before); // saved all the same
     QCOMPARE(both({ text("set"), camera, text("Note=mine") }), 0);
     QCOMPARE(both({ text("show"), camera }), 0);
     QVERIFY2(m_out.contains("mine"), m_out.constData());

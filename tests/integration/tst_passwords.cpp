@@ -61,7 +61,7 @@ private:
     {
         process.setStandardInputFile(text(terminal.name.data()));
         process.start(text(NODEDB_PROGRAM),
-            text("--store %1 add 192.0.2.5 --type 2 --user joe")
+            text("--store %1 add 192.0.2.5 --type 2 --unchecked --user joe")
                 .arg(m_store)
                 .split(QLatin1Char(' ')));
     }
@@ -123,9 +123,9 @@ void TestPasswords::anEmptyPasswordHasToBeSaid_data()
     row("set ID --password-file .", 1);
     row("set ID --no-password --password-stdin", 2);
     row("set ID --no-password", 0);
-    row("add 192.0.2.6 --type 2 --user joe", 1);
-    row("add 192.0.2.6 --type 2 --user joe --password-stdin", 1);
-    row("add 192.0.2.6 --type 2 --user joe --no-password", 0);
+    row("add 192.0.2.6 --type 2 --unchecked --user joe", 1);
+    row("add 192.0.2.6 --type 2 --unchecked --user joe --password-stdin", 1);
+    row("add 192.0.2.6 --type 2 --unchecked --user joe --no-password", 0);
     row("settings set GlobalPassword --password-stdin", 1);
     row("settings set GlobalPassword --no-password", 0);
 }
@@ -136,7 +136,7 @@ void TestPasswords::anEmptyPasswordHasToBeSaid()
     QFETCH(int, code);
     tst::write(path("empty"), "\n");
     const Run added =
-        onStore("add 192.0.2.5 --type 2 --user joe --password-stdin", k_secret + "\nmore");
+        onStore("add 192.0.2.5 --type 2 --unchecked --user joe --password-stdin", k_secret + "\nmore");
     QCOMPARE(added.code, 0);
     call.replace("ID", added.item()[text("ID")].toString().toUtf8());
     const auto before = hashes();

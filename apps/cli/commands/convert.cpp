@@ -31,7 +31,7 @@ Outcome takeTarget(
     if (isThere() && !isForced)
         return Outcome::refused(isTaken.arg(quoted(to)));
     QString error;
-    lock = StoreLock::take(to, &error);
+    lock = StoreLock::take(to, &error, OpenMode::Create);
     if (!lock)
         return Outcome::refused(error);
     // Another program may have made it before we had the lock.

@@ -29,7 +29,7 @@ QString text(const char* utf8)
 int hold(const QString& store)
 {
     QString error;
-    const auto lock = StoreLock::take(store, &error);
+    const auto lock = StoreLock::take(store, &error, OpenMode::Create);
     std::puts(qUtf8Printable(lock ? text("held") : error));
     std::fflush(stdout);
     while (lock && std::getchar() != EOF) { }
@@ -74,6 +74,7 @@ private slots:
     void allNamesOfAStoreAreOneLock();
     void whatLiesThereRefusesNothing_data();
     void whatLiesThereRefusesNothing();
+    void aMistypedNameLeavesNothing();
     void olderProgramsAreKeptOut();
     void storesThatCannotBeChangedSafelyAreRefused_data();
     void storesThatCannotBeChangedSafelyAreRefused();
@@ -128,12 +129,13 @@ void TestStoreLock::allNamesOfAStoreAreOneLock()
         {
             const Other other(m_store);
             QCOMPARE(other.said, QByteArray("held"));
-            QVERIFY(!StoreLock::take(name, &error));
+            QVERIFY(!StoreLock::take(name, &error, OpenMode::Create));
             QVERIFY2(error.contains(m_store), qPrintable(error));
             const QString who = text("process %1 (tst_storelock)").arg(other.process.processId());
             QVERIFY2(error.contains(who), qPrintable(error));
         }
-        const auto lock = StoreLock::take(name, &error); // the other one was killed
+        const auto lock =
+            StoreLock::take(name, &error, OpenMode::Create); // the other one was killed
         QVERIFY2(lock, qPrintable(error));
         QCOMPARE(lock->store(), text("sqlite:") + m_store);
         QVERIFY(Other(m_store).said.contains("is being changed by process "));
@@ -155,12 +157,20 @@ void TestStoreLock::whatLiesThereRefusesNothing()
     write("real/plain.ini.lock", content);
     ::chmod(QFile::encodeName(path("real/plain.ini.lock")).constData(), 0);
     QString error;
-    const auto lock = StoreLock::take(path("real/plain.ini"), &error);
+    const auto lock = StoreLock::take(path("real/plain.ini"), &error, OpenMode::Create);
     QVERIFY2(lock, qPrintable(error));
     QFile file(path("real/plain.ini.lock"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     const bool isForeign = content.startsWith('[');
     QVERIFY(isForeign ? file.readAll() == content : file.readLine().toInt() == ::getpid());
+}
+
+void TestStoreLock::aMistypedNameLeavesNothing()
+{
+    QString error;
+    QVERIFY(!StoreLock::take(m_store, &error));
+    QVERIFY2(error.contains(m_store), qPrintable(error));
+    QVERIFY(!QFile::exists(m_store + text(".lock")));
 }
 
 void TestStoreLock::olderProgramsAreKeptOut()
@@ -169,7 +179,7 @@ void TestStoreLock::olderProgramsAreKeptOut()
     older.setStaleLockTime(0);
     QVERIFY(older.tryLock());
     QString error;
-    QVERIFY(!StoreLock::take(m_store, &error));
+    QVERIFY(!StoreLock::take(m_store, &error, OpenMode::Create));
     older.unlock(); // removes the file
     {
         const Other other(m_store);
@@ -218,7 +228,7 @@ void TestStoreLock::storesThatCannotBeChangedSafelyAreRefused()
     QVERIFY2(other.said.contains(file.toUtf8()), other.said.constData());
     QString error;
     const bool hasNames = sentence == "has 2 names"; // which needs no lock to be refused
-    QCOMPARE(!openStore(file, &error), hasNames);
+    QCOMPARE(!openStore(file, &error, OpenMode::Create), hasNames);
     QCOMPARE(error.toUtf8(), hasNames ? other.said : QByteArray());
     QVERIFY(!hasNames || openStore(file, &error, OpenMode::ReadOnly));
 }
