@@ -135,8 +135,8 @@ void TestPasswords::anEmptyPasswordHasToBeSaid()
     QFETCH(QByteArray, call);
     QFETCH(int, code);
     tst::write(path("empty"), "\n");
-    const Run added =
-        onStore("add 192.0.2.5 --type 2 --unchecked --user joe --password-stdin", k_secret + "\nmore");
+    const Run added = onStore(
+        "add 192.0.2.5 --type 2 --unchecked --user joe --password-stdin", k_secret + "\nmore");
     QCOMPARE(added.code, 0);
     call.replace("ID", added.item()[text("ID")].toString().toUtf8());
     const auto before = hashes();

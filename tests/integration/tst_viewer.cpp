@@ -152,7 +152,7 @@ void TestViewer::devicesInNoViewAreShownAndFound()
 {
     NodeDB::getDB()->insertNode(
         new tst::DeviceNode(QStringLiteral("west"), QStringLiteral("10.0.0.9"), eIPCameraNode));
-    NodeDB::getDB()->save(openStore(m_store).get(), true);
+    NodeDB::getDB()->save(openStore(m_store, nullptr, OpenMode::Create).get(), true);
     NodeDB::freeDB();
     for (const char* row : { "Not in a view", "west" }) // which --select wants to be shown
         QVERIFY(!picture({ text("--select"), text(row) }).isNull());
