@@ -77,9 +77,11 @@ QString optionalPathError(const QString& name, const QVariant& value)
 
 QString macError(const QString& name, const QVariant& value)
 {
-    return MACAddress::parse(value.toString())
+    const auto mac = MACAddress::parse(value.toString());
+    return mac && (mac->isEmpty() || mac->isOneDevices())
         ? QString()
-        : wants(name, QStringLiteral("a hardware address such as 00:11:22:aa:bb:cc"), value);
+        : wants(name,
+            QStringLiteral("the hardware address of one device, such as 00:11:22:aa:bb:cc"), value);
 }
 
 QString exceptionsError(const QString&, const QVariant& value)

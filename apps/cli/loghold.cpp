@@ -58,7 +58,7 @@ bool repeats(const QString& sentence, const QString& line)
         if (reason.endsWith(QLatin1Char('.')))
             reason.chop(1);
         // One word is a value, which two different sentences may name.
-        if (reason.contains(QLatin1Char(' ')) && sentence.contains(reason))
+        if (reason.contains(QLatin1Char(' ')) && sentence.contains(reason, Qt::CaseInsensitive))
             return true;
     }
     return false;

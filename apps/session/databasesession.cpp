@@ -130,6 +130,7 @@ QString DatabaseSession::open(const QString& store, OpenMode mode)
     if (m_store)
         error = load();
     if (!error.isEmpty()) {
+        m_storeName.clear();
         m_store.reset();
         m_lock.reset();
     }
@@ -158,6 +159,7 @@ QString DatabaseSession::load()
         m_store->endReading();
     }
     m_hasChanges = false;
+    m_updated.clear();
     tellKept();
     if (isWhole && m_store->isUsable())
         return QString();
@@ -182,6 +184,22 @@ void DatabaseSession::tellKept() const
             undecided.size() > k_most ? QStringLiteral(", …") : QString());
 }
 
+/** Returns which changes of nodes no save stores, since their entries stay as they are. */
+QString DatabaseSession::unstoredChanges() const
+{
+    QStringList ids;
+    for (const QString& id : m_kept.remaining(database()).undecided()) {
+        if (m_updated.contains(id))
+            ids.append(inQuotes(id));
+    }
+    return ids.isEmpty()
+        ? QString()
+        : tr(
+            "changes of nodes that do not say whether they should be stored (set ShouldPersist=yes "
+            "with them): %1")
+              .arg(ids.join(QStringLiteral(", ")));
+}
+
 /** Goes back to what is durable in the store, or was in memory before the save. */
 QString DatabaseSession::reopen(const StoreNode& inMemory)
 {
@@ -195,6 +213,11 @@ QString DatabaseSession::reopen(const StoreNode& inMemory)
 
 QString DatabaseSession::save()
 {
+    if (!m_store && !m_storeName.isEmpty()) { // an earlier save could not open it again
+        const QString error = reopen({});
+        if (!error.isEmpty())
+            return error;
+    }
     if (!m_store)
         return tr("no store is open");
     const QString where = inQuotes(m_store->location());
@@ -213,13 +236,13 @@ QString DatabaseSession::save()
             m_views->save(&store);
         });
         database().save(&target, false);
-        m_hasChanges = m_hasChanges && !target.isSynced();
-        if (target.isSynced() && earlier.isEmpty())
-            return QString();
         if (target.isSynced()) {
-            markChanged();
-            return tr("the store %1 was saved, but for nodes that could not be written: %2")
-                .arg(where, earlier.text());
+            const QString left = earlier.isEmpty()
+                ? unstoredChanges()
+                : tr("nodes that could not be written: ") + earlier.text();
+            m_hasChanges = !left.isEmpty();
+            return left.isEmpty() ? QString()
+                                  : tr("the store %1 was saved, but for %2").arg(where, left);
         }
         const QString reason = m_store->errorString();
         if (target.failed().isEmpty())
@@ -257,6 +280,8 @@ QString DatabaseSession::location() const
 void DatabaseSession::watchSettings()
 {
     NodeDB* const db = NodeDB::getDB();
+    QObject::connect(
+        db, &NodeDB::nodeUpdated, this, [this](const NodeID& id) { m_updated.insert(id); });
     for (const auto signal : { &NodeDB::environmentsChanged, &NodeDB::activeEnvironmentChanged,
              &NodeDB::globalPathChanged, &NodeDB::globalAuthenticationChanged })
         QObject::connect(db, signal, this, &DatabaseSession::markChanged);

@@ -85,6 +85,7 @@ private:
     QString prepare(const QString& store, OpenMode mode);
     QString load();
     void tellKept() const;
+    QString unstoredChanges() const;
     QString reopen(const StoreNode& inMemory);
     void watchSettings();
 
@@ -95,6 +96,7 @@ private:
     KeptEntries m_kept;
     QSet<int> m_relationTypes;
     bool m_isLoading = false;
+    QSet<NodeID> m_updated; ///< since the load
     bool m_hasChanges = false; ///< beside those that the database knows of
 };
 

@@ -129,7 +129,9 @@ int main(int argc, char** argv)
     const auto fail = [](auto why) { return qCritical("viewer: %s", qUtf8Printable(why)), 1; };
     const auto end = qScopeGuard([] { NodeDB::freeDB(), plugin::Loader::instance().clear(); });
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    const QString usual = u"The program nodedb uses sqlite:%1/nodedb/devices.db."_qs.arg(data);
+    const QString set = qEnvironmentVariable("NODEDB_STORE");
+    const QString used = set.isEmpty() ? u"sqlite:%1/nodedb/devices.db"_qs.arg(data) : set;
+    const QString usual = u"The program nodedb uses %1."_qs.arg(used);
     QCommandLineParser given;
     given.setApplicationDescription(
         u"Shows the devices of a store, and arranges them in views."_qs);

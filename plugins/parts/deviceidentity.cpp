@@ -20,6 +20,26 @@ QString plainReference(const QString& reference)
     return plain;
 }
 
+/** Whether it tells one device from another: many say "0000" or "unknown". */
+bool isProper(const QString& serialNumber)
+{
+    static const QStringList k_fillers{ QStringLiteral("unknown"), QStringLiteral("none"),
+        QStringLiteral("n/a"), QStringLiteral("default"), QStringLiteral("123456") };
+    return !k_fillers.contains(serialNumber, Qt::CaseInsensitive)
+        && serialNumber.count(serialNumber.left(1)) < serialNumber.size();
+}
+
+/** Whether both can be one model, with or without the maker's name. */
+bool mayBeSameModel(const QString& left, const QString& right)
+{
+    return left.contains(right, Qt::CaseInsensitive) || right.contains(left, Qt::CaseInsensitive);
+}
+
+MACAddress oneDevices(const MACAddress& mac)
+{
+    return mac.isOneDevices() ? mac : MACAddress();
+}
+
 DeviceIdentity::EMatch judge(bool isSame)
 {
     return isSame ? DeviceIdentity::eSame : DeviceIdentity::eOther;
@@ -31,8 +51,12 @@ DeviceIdentity::EMatch DeviceIdentity::compare(const DeviceIdentity& other) cons
 {
     if (!mac.isEmpty() && !other.mac.isEmpty())
         return judge(mac == other.mac);
-    if (!serialNumber.isEmpty() && !other.serialNumber.isEmpty())
-        return judge(serialNumber.compare(other.serialNumber, Qt::CaseInsensitive) == 0);
+    if (isProper(serialNumber) && isProper(other.serialNumber)) {
+        if (serialNumber.compare(other.serialNumber, Qt::CaseInsensitive) != 0)
+            return eOther;
+        if (mayBeSameModel(model, other.model))
+            return eSame;
+    }
     if (!reference.isEmpty() && !other.reference.isEmpty())
         return judge(plainReference(reference) == plainReference(other.reference));
     return eUnknown;
@@ -40,7 +64,7 @@ DeviceIdentity::EMatch DeviceIdentity::compare(const DeviceIdentity& other) cons
 
 DeviceIdentity identityOf(const IPDeviceNode& node)
 {
-    DeviceIdentity identity{ node.mac(), QString(), QString() };
+    DeviceIdentity identity{ oneDevices(node.mac()), QString(), QString(), node.modelInfo() };
     if (const auto* const marks = dynamic_cast<const DeviceMarks*>(&node)) {
         identity.serialNumber = marks->serialNumber();
         identity.reference = marks->endpointReference();
@@ -54,7 +78,8 @@ DeviceIdentity identityOf(const IPDeviceNode& node)
 DeviceIdentity identityOf(const HintFacts& facts)
 {
     const bool isReference = facts.service == eWSDiscoveryService;
-    return { facts.mac, facts.serialNumber, isReference ? facts.serviceId : QString() };
+    return { oneDevices(facts.mac), facts.serialNumber, isReference ? facts.serviceId : QString(),
+        facts.model };
 }
 
 } // namespace tq

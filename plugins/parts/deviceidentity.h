@@ -17,7 +17,11 @@ struct DeviceIdentity
         eOther
     };
 
-    /** Compares the MACs where both are known, else the serial numbers, else the references. */
+    /**
+     * Compares the MACs where both are known, else the serial numbers, else the references. Makers
+     * number their devices each for itself: equal serial numbers of different models say nothing,
+     * nor do such as "0000" or "unknown".
+     */
     EMatch compare(const DeviceIdentity& other) const;
 
     bool isEmpty() const { return mac.isEmpty() && serialNumber.isEmpty() && reference.isEmpty(); }
@@ -25,6 +29,7 @@ struct DeviceIdentity
     MACAddress mac;
     QString serialNumber;
     QString reference; ///< its endpoint reference in WS-Discovery
+    QString model = {}; ///< may come with the maker's name before it; tells no device from another
 };
 
 /** Returns what a node knows of its device. Nodes without DeviceMarks have no serial number; the

@@ -145,6 +145,8 @@ Outcome add(Invocation& call)
     NodeDB& database = call.database();
     if (database.readableNodeTypeNames().isEmpty())
         return Outcome::refused(QStringLiteral("there is no driver for any type of node"));
+    // The refusal says it in its own words.
+    call.output().log().leaveOut(QStringLiteral("No node driver available for nodehint: "));
     DiscoveryWatch watch(database);
     std::optional<DeviceEvent> fate;
     QObject::connect(&watch, &DiscoveryWatch::happened, &watch, [&](const DeviceEvent& event) {

@@ -80,7 +80,7 @@ Outcome saveAndPrint(Invocation& call, const QStringList& ids)
 /** Opens the store and finds the environment that the first argument means. */
 Outcome openAndFind(Invocation& call, QString& id)
 {
-    Outcome outcome = call.open(OpenMode::Create);
+    Outcome outcome = call.open(OpenMode::ReadWrite);
     if (outcome.isDone())
         outcome = find(call.database(), call.arguments().first(), id);
     return outcome;

@@ -73,6 +73,9 @@ Outcome relate(Invocation& call)
     const QString error = relationTypeError(relation.type, call.session().relationTypes());
     if (!error.isEmpty())
         return Outcome::refused(error);
+    if (relation.from == relation.to)
+        return Outcome::refused(
+            QStringLiteral("%1 cannot be related to itself").arg(quoted(relation.from)));
     if (relation.exists)
         return Outcome::refused(QStringLiteral("there is a %1 already").arg(sentence(relation)));
     call.database().addNodeRelation(relation.from, relation.to, relation.type);

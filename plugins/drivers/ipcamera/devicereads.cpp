@@ -45,7 +45,8 @@ OnvifClient::Target targetOf(const IPDeviceNode& node, bool withLogin)
 
 DeviceIdentity::EMatch match(const IPCameraNode& node, const OnvifFacts& facts)
 {
-    return identityOf(node).compare({ facts.mac, facts.serialNumber, facts.reference });
+    return identityOf(node).compare(
+        { facts.mac, facts.serialNumber, facts.reference, facts.fullModel() });
 }
 
 bool isSameDevice(const OnvifClient::Target& left, const OnvifClient::Target& right)
@@ -61,8 +62,8 @@ QString DeviceReads::begin(const NodeID& id)
     if (open != m_reads.cend() && open->step != eTellingAnybody)
         return QString();
     const tqm::smart<const IPCameraNode> node = NodeDB::getDB()->node(id);
-    if (node.null() || node->isAddressConfirmed())
-        return start(id, eReading);
+    if (node.null() || node->hostAddress().isEmpty() || node->isAddressConfirmed())
+        return start(id, eReading); // which refuses what it cannot read
     return identityOf(*node).isEmpty() ? unconfirmedAddress(*node) : start(id, eIdentifying);
 }
 

@@ -261,8 +261,8 @@ void IPCameraDriver::makeLater(const NodeHint& hint)
             if (db)
                 createNodeFromHint(*hint);
         };
-        if (db)
-            ask(*hint, end);
+        if (db && !ask(*hint, end))
+            end(std::nullopt, EProbeRejection::eTooMany); // better a node that says less than none
     };
     QMetaObject::invokeMethod(this, make, Qt::QueuedConnection);
 }
