@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "plugins/onvifdevice.h"
 
+#include "shared/servicerecord.h"
+
 #include <QCryptographicHash>
 
 namespace tst {
@@ -40,32 +42,12 @@ QByteArray parameter(const QByteArray& login, const QByteArray& name)
 
 } // namespace
 
-tq::NodeHintIPDevice hintFor(const WebDevice& device)
-{
-    tq::NodeHintIPDevice hint;
-    hint.setHostAddress(device.serverAddress().toString());
-    hint.setPort(device.serverPort());
-    hint.setSsl(device.isSecure());
-    return hint;
-}
-
-tq::NodeHintIPDevice hintWithLogin(const WebDevice& device, const char* password)
-{
-    tq::NodeHintIPDevice hint = hintFor(device);
-    hint.setUser(QStringLiteral("root"));
-    hint.setPassword(QString::fromUtf8(password));
-    return hint;
-}
-
 tq::NodeHintFromBonjour announcementOf(const WebDevice& device)
 {
-    tq::SServiceInfo record;
+    tq::SServiceInfo record = serviceRecord(
+        device.serverAddress().toString(), "_http._tcp", device.serverPort(), "Front door");
     record.serviceKind = 1;
-    record.address = device.serverAddress().toString();
-    record.serviceType = QStringLiteral("_http._tcp");
-    record.serviceName = QStringLiteral("Front door");
-    record.isResolved = 1;
-    record.port = device.serverPort();
+    record.fullName.clear(); // several devices announce themselves so
     record.model = QStringLiteral("X1");
     return tq::NodeHintFromBonjour(record);
 }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "discovery/nodehintfrombonjour.h"
-#include "discovery/nodehintipdevice.h"
 #include "plugins/webdevice.h"
 
 #include <QList>
@@ -56,10 +55,6 @@ private:
 
 /** Returns a device that tells "root" with "secret" more than the time, and nobody else. */
 OnvifManner locked();
-
-/** Returns the hint of a person that entered the device, without and with a login. */
-tq::NodeHintIPDevice hintFor(const WebDevice& device);
-tq::NodeHintIPDevice hintWithLogin(const WebDevice& device, const char* password = "secret");
 
 /** Returns the hint of a DNS-SD record that calls the device a camera. */
 tq::NodeHintFromBonjour announcementOf(const WebDevice& device);

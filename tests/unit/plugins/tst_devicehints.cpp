@@ -11,29 +11,16 @@
 #include "environments/environments.h"
 #include "persistence/memorydestination.h"
 #include "shared/databasefixture.h"
-
-#include <QTest>
+#include "shared/rows.h"
+#include "shared/servicerecord.h"
 
 using namespace tq;
+using tst::serviceRecord;
 using tst::text;
 
 namespace {
 
 const QString k_mac = QStringLiteral("02:00:00:00:00:11");
-
-SServiceInfo service(const char* address, const char* type = "_http._tcp", quint16 port = 8080)
-{
-    SServiceInfo record;
-    record.serviceName = text("cam");
-    record.fullName = text("cam.") + text(type) + text(".local");
-    record.serviceType = text(type);
-    record.address = text(address);
-    record.ipVersion = record.address.contains(QLatin1Char(':')) ? 6 : 4;
-    record.port = port;
-    record.isAvailable = 1;
-    record.isResolved = 1;
-    return record;
-}
 
 NodeHintIPDevice probed(const char* address, const char* endpoint)
 {
@@ -93,9 +80,9 @@ void TestDeviceHints::recognisesByMacElseAddressElseService()
     node.setHostAddress(text("10.0.0.1"));
     node.setFullName(text("cam._http._tcp.local"));
     QVERIFY(isDeviceOf(node, NodeHintFromARP(text("10.0.0.1"), MACAddress(k_mac))));
-    QVERIFY(isDeviceOf(node, NodeHintFromBonjour(service("10.0.0.2"))));
-    QVERIFY(!isDeviceOf(node, NodeHintFromBonjour(service("10.0.0.2", "_rtsp._tcp"))));
-    SServiceInfo both = service("fe80::1", "_rtsp._tcp");
+    QVERIFY(isDeviceOf(node, NodeHintFromBonjour(serviceRecord(text("10.0.0.2")))));
+    QVERIFY(!isDeviceOf(node, NodeHintFromBonjour(serviceRecord(text("10.0.0.2"), "_rtsp._tcp"))));
+    SServiceInfo both = serviceRecord(text("fe80::1"), "_rtsp._tcp");
     both.secondAddress = text("10.0.0.1");
     QVERIFY(isDeviceOf(node, NodeHintFromBonjour(both)));
     QVERIFY(!isDeviceOf(node, NodeHintFromBonjour(SServiceInfo())));
@@ -103,7 +90,7 @@ void TestDeviceHints::recognisesByMacElseAddressElseService()
     // Two known MACs decide, whatever else is the same.
     node.setMac(MACAddress(k_mac));
     QVERIFY(isDeviceOf(node, NodeHintFromARP(text("10.0.0.9"), MACAddress(k_mac))));
-    SServiceInfo other = service("10.0.0.1");
+    SServiceInfo other = serviceRecord(text("10.0.0.1"));
     other.mac = MACAddress(text("02:00:00:00:00:12"));
     QVERIFY(!isDeviceOf(node, NodeHintFromBonjour(other)));
 }
@@ -123,19 +110,16 @@ void TestDeviceHints::macsCountMoreThanSerialNumbersAndThoseMoreThanReferences()
 
 void TestDeviceHints::atAnotherSiteOnlyWhatTheDeviceSaysCounts_data()
 {
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("told");
-    QTest::addColumn<bool>("isHere");
-    QTest::addColumn<bool>("isThere");
+    const tst::Rows<int, QString, bool, bool> row("kind", "told", "isHere", "isThere");
     enum { eMac, eService, eReference, eAddress, eSerial };
-    QTest::newRow("an address") << int(eAddress) << QString() << true << false;
-    QTest::newRow("a name that any site may have") << int(eService) << QString() << true << false;
-    QTest::newRow("its MAC") << int(eMac) << k_mac << true << true;
-    QTest::newRow("another's MAC") << int(eMac) << text("02:00:00:00:00:12") << false << false;
-    QTest::newRow("its reference") << int(eReference) << text("URN:UUID:1") << true << true;
-    QTest::newRow("its serial number") << int(eSerial) << text("s1") << true << true;
-    QTest::newRow("another's serial number") << int(eSerial) << text("S2") << false << false;
-    QTest::newRow("another's reference") << int(eReference) << text("urn:uuid:2") << false << false;
+    row("an address", eAddress, {}, true, false);
+    row("a name that any site may have", eService, {}, true, false);
+    row("its MAC", eMac, k_mac, true, true);
+    row("another's MAC", eMac, "02:00:00:00:00:12", false, false);
+    row("its reference", eReference, "URN:UUID:1", true, true);
+    row("its serial number", eSerial, "s1", true, true);
+    row("another's serial number", eSerial, "S2", false, false);
+    row("another's reference", eReference, "urn:uuid:2", false, false);
 }
 
 void TestDeviceHints::atAnotherSiteOnlyWhatTheDeviceSaysCounts()
@@ -144,16 +128,16 @@ void TestDeviceHints::atAnotherSiteOnlyWhatTheDeviceSaysCounts()
     QFETCH(QString, told);
     tst::Database f;
     HintedDevice node(text("n"));
-    takeOver(node, NodeHintFromBonjour(service("10.0.0.1")));
+    takeOver(node, NodeHintFromBonjour(serviceRecord(text("10.0.0.1"))));
     takeOver(node, probed("10.0.0.1", "urn:uuid:1"));
     node.setMac(MACAddress(k_mac));
     node.serial = text("S1");
     NodeHintIPDevice entered;
     entered.setHostAddress(text("10.0.0.1"));
     const NodeHintFromARP seen(text("10.0.0.1"), MACAddress(told));
-    const NodeHintFromBonjour announced(service("10.0.0.1"));
+    const NodeHintFromBonjour announced(serviceRecord(text("10.0.0.1")));
     const NodeHintIPDevice match = probed("10.0.0.1", told.toUtf8().constData());
-    SServiceInfo record = service("10.0.0.1");
+    SServiceInfo record = serviceRecord(text("10.0.0.1"));
     record.serialNumber = told;
     const NodeHintFromBonjour numbered(record);
     const QList<const NodeHint*> hints{ &seen, &announced, &match, &entered, &numbered };
@@ -172,14 +156,12 @@ void TestDeviceHints::atAnotherSiteOnlyWhatTheDeviceSaysCounts()
 
 void TestDeviceHints::aDeviceThatIsMetAgainHasOneNode_data()
 {
-    QTest::addColumn<bool>("isMacKnown");
-    QTest::addColumn<bool>("isElsewhere");
-    QTest::addColumn<int>("nodes");
-    QTest::newRow("by its MAC") << true << false << 1;
-    QTest::newRow("by its reference") << false << false << 1;
+    const tst::Rows<bool, bool, int> row("isMacKnown", "isElsewhere", "nodes");
+    row("by its MAC", true, false, 1);
+    row("by its reference", false, false, 1);
     // It may lie then: the other one is in this environment as well.
-    QTest::newRow("by its MAC, at two addresses") << true << true << 1;
-    QTest::newRow("by its reference, at two addresses") << false << true << 2;
+    row("by its MAC, at two addresses", true, true, 1);
+    row("by its reference, at two addresses", false, true, 2);
 }
 
 void TestDeviceHints::aDeviceThatIsMetAgainHasOneNode()
@@ -260,12 +242,12 @@ void TestDeviceHints::otherServicesLeaveTheWebPort()
 {
     tst::Database f;
     HintedDevice node(text("n"));
-    takeOver(node, NodeHintFromBonjour(service("10.0.0.1", "_http._tcp", 8081)));
+    takeOver(node, NodeHintFromBonjour(serviceRecord(text("10.0.0.1"), "_http._tcp", 8081)));
     QCOMPARE(node.port(), 8081);
-    takeOver(node, NodeHintFromBonjour(service("10.0.0.1", "_rtsp._tcp", 554)));
+    takeOver(node, NodeHintFromBonjour(serviceRecord(text("10.0.0.1"), "_rtsp._tcp", 554)));
     QCOMPARE(node.port(), 8081);
     QVERIFY(!node.ssl());
-    takeOver(node, NodeHintFromBonjour(service("10.0.0.1", "_https._tcp", 8443)));
+    takeOver(node, NodeHintFromBonjour(serviceRecord(text("10.0.0.1"), "_https._tcp", 8443)));
     QCOMPARE(node.port(), 8443);
     QVERIFY(node.ssl());
 }
@@ -276,10 +258,10 @@ void TestDeviceHints::theFirstServiceNamesTheDevice()
     HintedDevice node(text("n"));
     takeOver(node, probed("10.0.0.1", "urn:uuid:1"));
     QCOMPARE(node.fullName(), text("urn:uuid:1"));
-    SServiceInfo record = service("fe80::1", "_rtsp._tcp");
+    SServiceInfo record = serviceRecord(text("fe80::1"), "_rtsp._tcp");
     record.serviceName = text("first");
     takeOver(node, NodeHintFromBonjour(record));
-    takeOver(node, NodeHintFromBonjour(service("fe80::1")));
+    takeOver(node, NodeHintFromBonjour(serviceRecord(text("fe80::1"))));
     takeOver(node, probed("fe80::1", "urn:uuid:1"));
     QCOMPARE(node.fullName(), record.fullName);
     QCOMPARE(node.serviceName(), text("first"));
@@ -300,7 +282,7 @@ void TestDeviceHints::theFirstServiceNamesTheDevice()
 void TestDeviceHints::scannersThatMeetADeviceAtOnceMakeOneNode()
 {
     tst::Database f;
-    const NodeHintFromBonjour announced(service("10.0.0.1"));
+    const NodeHintFromBonjour announced(serviceRecord(text("10.0.0.1")));
     const NodeHintFromARP seen(text("10.0.0.1"), MACAddress(k_mac));
     const auto make = [](const NodeHint& hint) {
         auto node = std::make_unique<HintedDevice>(deviceId(factsOf(hint).mac));

@@ -1,24 +1,19 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
+#include "plugins/script.h"
 #include "scanners/dnssd/servicetable_p.h"
-#include "shared/logcapture.h"
+#include "shared/databasefixture.h"
 
 #include "platform/logline.h"
-
-#include <QTest>
 
 #include <memory>
 
 #include <avahi-common/strlst.h>
 
 using namespace tq;
+using tst::text;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 constexpr int k_long = 1000; // ms; whatever waited for more is decided
 
@@ -97,86 +92,75 @@ Texts manyTexts(int count, int size)
 
 // Scripts of what the daemon says, and what is told of it.
 
-void addComings()
+void addComings(const tst::Scripts& row)
 {
-    QTest::newRow("reported once it is resolved and settled")
-        << "cam on 2;+1000;cam is 2 10.0.0.5 80 a;+499;+1"
-        << "new cam 10.0.0.5 80 a";
-    QTest::newRow("never resolved, never reported") << "cam on 2;+1000;cam off 2"
-                                                    << "";
-    QTest::newRow("gone before it settled") << "cam on 2;cam is 2 10.0.0.5 80 a;cam off 2;+1000"
-                                            << "";
-    QTest::newRow("resolved without an announcement") << "cam is 2 10.0.0.5 80 a;+1000"
-                                                      << "";
-    QTest::newRow("gone with its last place")
-        << "cam on 2;cam on 3;cam is 2 10.0.0.5 80 a;+1000;cam off 3;+1000;cam off 2"
-        << "new cam 10.0.0.5 80 a;gone cam 10.0.0.5 80 a";
-    QTest::newRow("comes back")
-        << "cam on 2;cam is 2 10.0.0.5 80 a;+1000;cam off 2;cam on 2;cam is 2 10.0.0.5 80 a;+1000"
-        << "new cam 10.0.0.5 80 a;gone cam 10.0.0.5 80 a;new cam 10.0.0.5 80 a";
+    row("reported once it is resolved and settled", "cam on 2;+1000;cam is 2 .5 80 a;+499;+1",
+        "new cam .5 80 a");
+    row("never resolved, never reported", "cam on 2;+1000;cam off 2", "");
+    row("gone before it settled", "cam on 2;cam is 2 .5 80 a;cam off 2;+1000", "");
+    row("resolved without an announcement", "cam is 2 .5 80 a;+1000", "");
+    row("gone with its last place",
+        "cam on 2;cam on 3;cam is 2 .5 80 a;+1000;cam off 3;+1000;cam off 2",
+        "new cam .5 80 a;gone cam .5 80 a");
+    row("comes back", "cam on 2;cam is 2 .5 80 a;+1000;cam off 2;cam on 2;cam is 2 .5 80 a;+1000",
+        "new cam .5 80 a;gone cam .5 80 a;new cam .5 80 a");
 }
 
-void addPlaces()
+void addPlaces(const tst::Scripts& row)
 {
-    QTest::newRow("both families are one, IPv4 first, whichever comes first")
-        << "cam on 26;cam is 26 2001:db8::5 80 a;+300;cam on 2;cam is 2 10.0.0.5 80 a;+1000"
-        << "new cam 10.0.0.5 2001:db8::5 80 a";
-    QTest::newRow("a second family is no change")
-        << "cam on 2;cam is 2 10.0.0.5 80 a;+1000;cam on 26;cam is 26 2001:db8::5 80 a;+1000;"
-           "cam off 26;+1000"
-        << "new cam 10.0.0.5 80 a";
-    QTest::newRow("but what the first one lost, it takes over")
-        << "cam on 2;cam on 26;cam is 2 10.0.0.5 80 a;cam is 26 2001:db8::5 80 a;+1000;"
-           "cam off 2;+1000"
-        << "new cam 10.0.0.5 2001:db8::5 80 a;changed cam 2001:db8::5 80 a";
-    QTest::newRow("several interfaces, the lowest one's address")
-        << "cam on 3;cam on 2;cam is 3 10.1.0.5 80 a;cam is 2 10.0.0.5 80 a;+1000"
-        << "new cam 10.0.0.5 80 a";
-    QTest::newRow("an interface that comes later moves nothing")
-        << "cam on 3;cam is 3 10.1.0.5 80 a;+1000;cam on 2;cam is 2 10.0.0.5 80 a;+1000;"
-           "cam off 3;+1000"
-        << "new cam 10.1.0.5 80 a;changed cam 10.0.0.5 80 a";
-    QTest::newRow("IPv6 gives way to IPv4, however late")
-        << "cam on 26;cam is 26 2001:db8::5 80 a;+1000;cam on 2;cam is 2 10.0.0.5 80 a;+1000"
-        << "new cam 2001:db8::5 80 a;changed cam 10.0.0.5 2001:db8::5 80 a";
-    QTest::newRow("global before link-local, and the loopback last")
-        << "cam on 1;cam on 26;cam on 36;cam is 1 127.0.0.1 80 a;cam is 26 fe80::5 80 a;"
-           "cam is 36 2001:db8::5 80 a;+1000"
-        << "new cam 2001:db8::5 127.0.0.1 80 a";
+    row("both families are one, IPv4 first, whichever comes first",
+        "cam on 26;cam is 26 2001:db8::5 80 a;+300;cam on 2;cam is 2 .5 80 a;+1000",
+        "new cam .5 2001:db8::5 80 a");
+    row("a second family is no change",
+        "cam on 2;cam is 2 .5 80 a;+1000;cam on 26;cam is 26 2001:db8::5 80 a;+1000;cam off 26;"
+        "+1000",
+        "new cam .5 80 a");
+    row("but what the first one lost, it takes over",
+        "cam on 2;cam on 26;cam is 2 .5 80 a;cam is 26 2001:db8::5 80 a;+1000;cam off 2;+1000",
+        "new cam .5 2001:db8::5 80 a;changed cam 2001:db8::5 80 a");
+    row("several interfaces, the lowest one's address",
+        "cam on 3;cam on 2;cam is 3 10.1.0.5 80 a;cam is 2 .5 80 a;+1000", "new cam .5 80 a");
+    row("an interface that comes later moves nothing",
+        "cam on 3;cam is 3 10.1.0.5 80 a;+1000;cam on 2;cam is 2 .5 80 a;+1000;cam off 3;+1000",
+        "new cam 10.1.0.5 80 a;changed cam .5 80 a");
+    row("IPv6 gives way to IPv4, however late",
+        "cam on 26;cam is 26 2001:db8::5 80 a;+1000;cam on 2;cam is 2 .5 80 a;+1000",
+        "new cam 2001:db8::5 80 a;changed cam .5 2001:db8::5 80 a");
+    row("global before link-local, and the loopback last",
+        "cam on 1;cam on 26;cam on 36;cam is 1 127.0.0.1 80 a;cam is 26 fe80::5 80 a;"
+        "cam is 36 2001:db8::5 80 a;+1000",
+        "new cam 2001:db8::5 127.0.0.1 80 a");
 }
 
-void addChanges()
+void addChanges(const tst::Scripts& row)
 {
-    QTest::newRow("texts, port, address; and nothing for the same again")
-        << "cam on 2;cam is 2 10.0.0.5 80 a;+1000;cam is 2 10.0.0.5 80 b;+1000;"
-           "cam is 2 10.0.0.5 81 b;+1000;cam is 2 10.0.0.6 81 b;+1000;cam is 2 10.0.0.6 81 b;+1000"
-        << "new cam 10.0.0.5 80 a;changed cam 10.0.0.5 80 b;changed cam 10.0.0.5 81 b;"
-           "changed cam 10.0.0.6 81 b";
-    QTest::newRow("in pieces, told as one")
-        << "cam on 2;cam on 3;cam is 2 10.0.0.5 80 a;cam is 3 10.1.0.5 80 a;+1000;"
-           "cam is 3 10.1.0.5 81 b;+100;cam is 2 10.0.0.5 81 a;cam is 2 10.0.0.5 81 b;+1000"
-        << "new cam 10.0.0.5 80 a;changed cam 10.0.0.5 81 b";
-    QTest::newRow("one of several addresses stays, whatever their order")
-        << "cam on 2;cam is 2 10.0.0.5 80 a;+1000;cam is 2 10.0.0.6 80 a;cam is 2 10.0.0.5 80 a;"
-           "cam is 2 10.0.0.6 80 a;+1000;cam is 2 10.0.0.6 80 a;+1000"
-        << "new cam 10.0.0.5 80 a;changed cam 10.0.0.6 80 a";
+    row("texts, port, address; and nothing for the same again",
+        "cam on 2;cam is 2 .5 80 a;+1000;cam is 2 .5 80 b;+1000;cam is 2 .5 81 b;+1000;"
+        "cam is 2 .6 81 b;+1000;cam is 2 .6 81 b;+1000",
+        "new cam .5 80 a;changed cam .5 80 b;changed cam .5 81 b;changed cam .6 81 b");
+    row("in pieces, told as one",
+        "cam on 2;cam on 3;cam is 2 .5 80 a;cam is 3 10.1.0.5 80 a;+1000;"
+        "cam is 3 10.1.0.5 81 b;+100;cam is 2 .5 81 a;cam is 2 .5 81 b;+1000",
+        "new cam .5 80 a;changed cam .5 81 b");
+    row("one of several addresses stays, whatever their order",
+        "cam on 2;cam is 2 .5 80 a;+1000;cam is 2 .6 80 a;cam is 2 .5 80 a;cam is 2 .6 80 a;"
+        "+1000;cam is 2 .6 80 a;+1000",
+        "new cam .5 80 a;changed cam .6 80 a");
 }
 
-void addRestarts()
+void addRestarts(const tst::Scripts& row)
 {
-    QTest::newRow("what is announced again is not new")
-        << "cam on 2;cam is 2 10.0.0.5 80 a;+1000;doubt;+1000;cam on 2;cam is 2 10.0.0.5 80 a;"
-           "+1000;decide"
-        << "new cam 10.0.0.5 80 a";
-    QTest::newRow("nor is it changed while the families come back one by one")
-        << "cam on 2;cam on 26;cam is 2 10.0.0.5 80 a;cam is 26 2001:db8::5 80 a;+1000;doubt;"
-           "cam on 26;cam is 26 2001:db8::5 80 a;+1000;cam on 2;+1000;decide;+1000"
-        << "new cam 10.0.0.5 2001:db8::5 80 a";
-    QTest::newRow("gone when it does not come back, changed when it comes back so")
-        << "cam on 2;cam is 2 10.0.0.5 80 a;nas on 2;nas is 2 10.0.0.6 445 a;+1000;doubt;"
-           "cam on 2;cam is 2 10.0.0.5 81 a;+1000;decide"
-        << "new cam 10.0.0.5 80 a;new nas 10.0.0.6 445 a;changed cam 10.0.0.5 81 a;"
-           "gone nas 10.0.0.6 445 a";
+    row("what is announced again is not new",
+        "cam on 2;cam is 2 .5 80 a;+1000;doubt;+1000;cam on 2;cam is 2 .5 80 a;+1000;decide",
+        "new cam .5 80 a");
+    row("nor is it changed while the families come back one by one",
+        "cam on 2;cam on 26;cam is 2 .5 80 a;cam is 26 2001:db8::5 80 a;+1000;doubt;cam on 26;"
+        "cam is 26 2001:db8::5 80 a;+1000;cam on 2;+1000;decide;+1000",
+        "new cam .5 2001:db8::5 80 a");
+    row("gone when it does not come back, changed when it comes back so",
+        "cam on 2;cam is 2 .5 80 a;nas on 2;nas is 2 .6 445 a;+1000;doubt;cam on 2;"
+        "cam is 2 .5 81 a;+1000;decide",
+        "new cam .5 80 a;new nas .6 445 a;changed cam .5 81 a;gone nas .6 445 a");
 }
 
 } // namespace
@@ -199,22 +183,16 @@ private slots:
 
 void TestDnsSd::theTableTells_data()
 {
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<QString>("told");
-    addComings();
-    addPlaces();
-    addChanges();
-    addRestarts();
+    const tst::Scripts row("script", "told");
+    addComings(row);
+    addPlaces(row);
+    addChanges(row);
+    addRestarts(row);
 }
 
 void TestDnsSd::theTableTells()
 {
-    QFETCH(const QString, script);
-    QFETCH(const QString, told);
-    Player player;
-    for (const QString& step : script.split(QLatin1Char(';')))
-        player.play(step);
-    QCOMPARE(player.told.join(QLatin1Char(';')), told);
+    tst::playScript<Player>();
 }
 
 void TestDnsSd::theTableIsBounded()
@@ -256,13 +234,13 @@ void TestDnsSd::typesAreAddedAndChanged()
 
 void TestDnsSd::badTypesAreNamed_data()
 {
-    QTest::addColumn<QString>("entry");
+    const tst::Rows<QString> row("entry");
     for (const char* const entry : { "_foo._tcp", "_foo._tcp=", "_foo._tcp=door", "_foo=camera",
              "foo._tcp=camera", "_foo._sctp=camera", "_foo._tcp=camera=storage", "=camera",
              "_a-name-of-17-chars._tcp="
              "camera",
              "_a._sub._foo._tcp=camera", "_f\noo._tcp=camera" })
-        QTest::newRow(escapedForLog(text(entry)).toUtf8().constData()) << text(entry);
+        row(escapedForLog(text(entry)).toUtf8().constData(), text(entry));
 }
 
 void TestDnsSd::badTypesAreNamed()

@@ -4,34 +4,18 @@
 #include "discovery/nodehintfromarp.h"
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
+#include "plugins/drivertest.h"
 #include "plugins/webdevice.h"
-#include "shared/databasefixture.h"
-
-#include "platform/pluginloader.h"
+#include "shared/servicerecord.h"
 
 #include <QPointer>
-#include <QSignalSpy>
-#include <QTest>
-
-#include <algorithm>
 
 using namespace tq;
-using plugin::Loader;
+using tst::serviceRecord;
 using tst::text;
 using tst::WebDevice;
 
 namespace {
-
-constexpr int k_bound = 10000; ///< ms; far more than a probe may take
-
-NodeHintIPDevice hintFor(const WebDevice& device)
-{
-    NodeHintIPDevice hint;
-    hint.setHostAddress(device.serverAddress().toString());
-    hint.setPort(device.serverPort());
-    hint.setSsl(device.isSecure());
-    return hint;
-}
 
 QByteArray page(const QByteArray& title, const QByteArray& server = "TinyWeb/1.0")
 {
@@ -41,13 +25,14 @@ QByteArray page(const QByteArray& title, const QByteArray& server = "TinyWeb/1.0
 
 } // namespace
 
-class TestIPCamera : public QObject
+class TestIPCamera : public tst::DriverTest
 {
     Q_OBJECT
 
+public:
+    TestIPCamera() : DriverTest(eIPCameraNode) { }
+
 private slots:
-    void init();
-    void cleanup();
     void ranksWhatAnswers_data();
     void ranksWhatAnswers();
     void sendsNoCredentials();
@@ -64,76 +49,32 @@ private slots:
     void recognisesItsDevice_data();
     void recognisesItsDevice();
     void takesOverChanges();
-
-private:
-    /** Probes one hint by itself and returns the answer; 0 when none came. */
-    int rankOf(const NodeHint& hint);
-
-    std::unique_ptr<tst::Database> m_fixture;
-    tqm::smart<INodeDriverComponent> m_driver;
 };
-
-void TestIPCamera::init()
-{
-    Loader::instance().addFolder(QStringLiteral(PLUGIN_FOLDER));
-    m_fixture = std::make_unique<tst::Database>();
-    m_driver = m_fixture->db->nodeDriver(eIPCameraNode);
-    QVERIFY(!m_driver.null());
-}
-
-void TestIPCamera::cleanup()
-{
-    m_driver.reset();
-    m_fixture.reset();
-    Loader::instance().clear();
-}
-
-int TestIPCamera::rankOf(const NodeHint& hint)
-{
-    const QtSignal signal = m_driver->probeFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
-    const int now = m_driver->probe(4711, hint);
-    if (now != 0)
-        return now;
-    if (spy.isEmpty() && !spy.wait(k_bound))
-        return 0;
-    const auto driver = spy.first().at(1).value<tqm::smart<INodeDriverComponent>>();
-    const bool isOurs = spy.size() == 1 && spy.first().at(0).toInt() == 4711 && driver == m_driver;
-    return isOurs ? spy.first().at(2).toInt() : 0;
-}
 
 void TestIPCamera::ranksWhatAnswers_data()
 {
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<bool>("secure");
-    QTest::addColumn<int>("rank");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("model");
+    const tst::Rows<QByteArray, bool, int, QString, QString> row(
+        "answer", "secure", "rank", "name", "model");
 
-    QTest::newRow("a web server") << page("Router") << false << 50 << text("Router")
-                                  << text("TinyWeb/1.0, Router");
-    QTest::newRow("a camera by its title")
-        << page("\n  Dome Camera &amp;amp;  7\t") << false << 20 << text("Dome Camera &amp; 7")
-        << text("TinyWeb/1.0, Dome Camera &amp; 7");
-    QTest::newRow("a camera by its server, locked")
-        << QByteArray("HTTP/1.0 401 No\r\nServer: IPCam httpd\r\nWWW-Authenticate: Basic "
-                      "realm=\"x\"\r\nContent-Length: 0\r\n\r\n")
-        << false << 20 << text("127.0.0.1") << text("IPCam httpd");
-    QTest::newRow("over TLS, a certificate of its own")
-        << page("Vault") << true << 50 << text("Vault") << text("TinyWeb/1.0, Vault");
-    QTest::newRow("not UTF-8") << page("Kamera T\xfcr") << false << 50 << text("Kamera Tür")
-                               << text("TinyWeb/1.0, Kamera Tür");
-    QTest::newRow("a title that would forge")
-        << page("a\x1b[2J\xe2\x80\xae"
-                "b\x07\r\n2 c")
-        << false << 50 << text("a [2J b 2 c") << text("TinyWeb/1.0, a [2J b 2 c");
-    QTest::newRow("endless texts")
-        << page(QByteArray(5000, 't'), QByteArray(3000, 's')) << false << 50
-        << QString(80, QLatin1Char('t'))
-        << QString(80, QLatin1Char('s')) + text(", ") + QString(80, QLatin1Char('t'));
-    QTest::newRow("no web server")
-        << QByteArray("SSH-2.0-OpenSSH_9\r\n") << false << -1 << QString() << QString();
-    QTest::newRow("closes at once") << QByteArray() << false << -1 << QString() << QString();
+    row("a web server", page("Router"), false, 50, "Router", "TinyWeb/1.0, Router");
+    row("a camera by its title", page("\n  Dome Camera &amp;amp;  7\t"), false, 20,
+        "Dome Camera &amp; 7", "TinyWeb/1.0, Dome Camera &amp; 7");
+    row("a camera by its server, locked",
+        "HTTP/1.0 401 No\r\nServer: IPCam httpd\r\nWWW-Authenticate: Basic "
+        "realm=\"x\"\r\nContent-Length: 0\r\n\r\n",
+        false, 20, "127.0.0.1", "IPCam httpd");
+    row("over TLS, a certificate of its own", page("Vault"), true, 50, "Vault",
+        "TinyWeb/1.0, Vault");
+    row("not UTF-8", page("Kamera T\xfcr"), false, 50, "Kamera Tür", "TinyWeb/1.0, Kamera Tür");
+    row("a title that would forge",
+        page("a\x1b[2J\xe2\x80\xae"
+             "b\x07\r\n2 c"),
+        false, 50, "a [2J b 2 c", "TinyWeb/1.0, a [2J b 2 c");
+    row("endless texts", page(QByteArray(5000, 't'), QByteArray(3000, 's')), false, 50,
+        QString(80, QLatin1Char('t')),
+        QString(80, QLatin1Char('s')) + text(", ") + QString(80, QLatin1Char('t')));
+    row("no web server", "SSH-2.0-OpenSSH_9\r\n", false, -1, {}, {});
+    row("closes at once", {}, false, -1, {}, {});
 }
 
 void TestIPCamera::ranksWhatAnswers()
@@ -157,9 +98,7 @@ void TestIPCamera::sendsNoCredentials()
 {
     const WebDevice device("HTTP/1.1 401 No\r\nSet-Cookie: a=b\r\nWWW-Authenticate: Basic "
                            "realm=\"x\"\r\nContent-Length: 0\r\n\r\n");
-    NodeHintIPDevice hint = hintFor(device);
-    hint.setUser(text("root"));
-    hint.setPassword(text("secret"));
+    const NodeHintIPDevice hint = hintWithLogin(device);
     m_fixture->db->setGlobalAuthentication(text("root"), text("secret"));
     QCOMPARE(rankOf(hint), 50);
     QCOMPARE(rankOf(hint), 50);
@@ -194,17 +133,12 @@ void TestIPCamera::followsRedirectionsOnTheSameHostOnly()
 
 void TestIPCamera::endsWithDevicesThatNeverEnd_data()
 {
-    QTest::addColumn<int>("manner");
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<int>("rank");
-    QTest::newRow("silence") << int(WebDevice::eSilent) << QByteArray() << -1;
-    QTest::newRow("a body drop by drop")
-        << int(WebDevice::eDripping) << QByteArray("HTTP/1.1 200 OK\r\nServer: Camera\r\n\r\n")
-        << 20;
-    QTest::newRow("a body without end")
-        << int(WebDevice::eEndless) << QByteArray("HTTP/1.1 200 OK\r\n\r\n") << 50;
-    QTest::newRow("a head without end")
-        << int(WebDevice::eEndless) << QByteArray("HTTP/1.1 200 OK\r\nX: ") << -1;
+    const tst::Rows<int, QByteArray, int> row("manner", "answer", "rank");
+    row("silence", WebDevice::eSilent, {}, -1);
+    row("a body drop by drop", WebDevice::eDripping, "HTTP/1.1 200 OK\r\nServer: Camera\r\n\r\n",
+        20);
+    row("a body without end", WebDevice::eEndless, "HTTP/1.1 200 OK\r\n\r\n", 50);
+    row("a head without end", WebDevice::eEndless, "HTTP/1.1 200 OK\r\nX: ", -1);
 }
 
 void TestIPCamera::endsWithDevicesThatNeverEnd()
@@ -220,12 +154,8 @@ void TestIPCamera::endsWithDevicesThatNeverEnd()
 void TestIPCamera::triesTheSecurePortAfterTheOther()
 {
     const WebDevice device(page("Vault"), WebDevice::eTls);
-    SServiceInfo record;
-    record.address = device.serverAddress().toString();
-    record.serviceType = text("_http._tcp");
-    record.serviceName = text("Front door");
-    record.isResolved = 1;
-    record.port = tst::closedPort();
+    SServiceInfo record =
+        serviceRecord(text("127.0.0.1"), "_http._tcp", tst::closedPort(), "Front door");
     record.securePort = device.serverPort();
     const NodeHintFromBonjour hint(record);
     QCOMPARE(rankOf(hint), 50);
@@ -263,21 +193,7 @@ void TestIPCamera::refusesWhatIsNoAddress()
 void TestIPCamera::probesManyAtATime()
 {
     const WebDevice device(page("Camera"));
-    const QtSignal signal = m_driver->probeFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
-    QList<int> ids;
-    for (int id = 100; id < 300; ++id) {
-        QCOMPARE(m_driver->probe(id, hintFor(device)), 0);
-        ids.append(id);
-    }
-    QTRY_COMPARE_WITH_TIMEOUT(spy.size(), ids.size(), k_bound);
-    QList<int> answered;
-    for (const auto& answer : spy) {
-        answered.append(answer.at(0).toInt());
-        QCOMPARE(answer.at(2).toInt(), 20);
-    }
-    std::sort(answered.begin(), answered.end());
-    QCOMPARE(answered, ids);
+    probeMany(hintFor(device), 20);
 }
 
 void TestIPCamera::diesWithProbesOpen()
@@ -308,10 +224,8 @@ void TestIPCamera::makesNodesOfEnteredDevices()
 {
     NodeDB* const db = m_fixture->db;
     const WebDevice device(page("Camera"));
-    NodeHintIPDevice hint = hintFor(device);
+    NodeHintIPDevice hint = hintWithLogin(device);
     hint.setName(text("Hall"));
-    hint.setUser(text("root"));
-    hint.setPassword(text("secret"));
     hint.setSavePassword(true);
     db->setActiveUser(text("ann"));
     QSignalSpy inserted(db, &NodeDB::nodeInserted);
@@ -365,36 +279,18 @@ void TestIPCamera::makesNodesOfTypedHints()
 
 void TestIPCamera::recognisesItsDevice_data()
 {
-    QTest::addColumn<QString>("nodeMac");
-    QTest::addColumn<QString>("nodeHost");
-    QTest::addColumn<QString>("hintMac");
-    QTest::addColumn<QString>("hintHost");
-    QTest::addColumn<bool>("identical");
+    const tst::Rows<QString, QString, QString, QString, bool> row(
+        "nodeMac", "nodeHost", "hintMac", "hintHost", "identical");
     const QString a = text("02:00:00:00:00:0a");
     const QString b = text("02:00:00:00:00:0b");
-    QTest::newRow("MAC, moved") << a << "192.0.2.1" << a << "192.0.2.2" << true;
-    QTest::newRow("other MAC, same address") << a << "192.0.2.1" << b << "192.0.2.1" << false;
-    QTest::newRow("no MAC in the node") << ""
-                                        << "192.0.2.1" << b << "192.0.2.1" << true;
-    QTest::newRow("no MAC in the hint") << a << "192.0.2.1"
-                                        << ""
-                                        << "192.0.2.1" << true;
-    QTest::newRow("no MAC, other address") << ""
-                                           << "192.0.2.1"
-                                           << ""
-                                           << "192.0.2.2" << false;
-    QTest::newRow("no MAC, no address") << ""
-                                        << ""
-                                        << ""
-                                        << "" << false;
-    QTest::newRow("IPv6 in two forms") << ""
-                                       << "2001:db8::1"
-                                       << ""
-                                       << "2001:DB8:0::1" << true;
-    QTest::newRow("names in two cases") << ""
-                                        << "cam.local"
-                                        << ""
-                                        << "CAM.local" << true;
+    row("MAC, moved", a, "192.0.2.1", a, "192.0.2.2", true);
+    row("other MAC, same address", a, "192.0.2.1", b, "192.0.2.1", false);
+    row("no MAC in the node", "", "192.0.2.1", b, "192.0.2.1", true);
+    row("no MAC in the hint", a, "192.0.2.1", "", "192.0.2.1", true);
+    row("no MAC, other address", "", "192.0.2.1", "", "192.0.2.2", false);
+    row("no MAC, no address", "", "", "", "", false);
+    row("IPv6 in two forms", "", "2001:db8::1", "", "2001:DB8:0::1", true);
+    row("names in two cases", "", "cam.local", "", "CAM.local", true);
 }
 
 void TestIPCamera::recognisesItsDevice()
@@ -433,14 +329,9 @@ void TestIPCamera::takesOverChanges()
     const auto device = [&] { return tqm::smart<const IPDeviceNode>(db->node(id)); };
     QCOMPARE(device()->hostAddress(), text("192.0.2.10"));
 
-    SServiceInfo record;
+    SServiceInfo record = serviceRecord(text("2001:db8::1"));
     record.mac = mac;
-    record.ipVersion = 6;
-    record.address = text("2001:db8::1");
     record.secondAddress = text("192.0.2.10");
-    record.isResolved = record.isAvailable = 1;
-    record.serviceType = text("_http._tcp");
-    record.port = 8080;
     record.model = text("X1");
     db->nodeHintChanged(NodeHintFromBonjour(record));
     QCOMPARE(device()->hostAddress(), text("192.0.2.10"));

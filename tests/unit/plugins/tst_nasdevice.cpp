@@ -1,7 +1,5 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-#include "discovery/idevicereader.h"
-#include "discovery/inodedrivercomponent.h"
 #include "discovery/nodehintfromarp.h"
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
@@ -9,24 +7,19 @@
 #include "drivers/nasdevice/smbnegotiation_p.h"
 #include "environments/environments.h"
 #include "parts/nasnode.h"
-#include "shared/databasefixture.h"
+#include "plugins/drivertest.h"
+#include "shared/servicerecord.h"
 
 #include "persistence/memorydestination.h"
-#include "platform/pluginloader.h"
 
 #include <QPointer>
-#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTest>
 
 using namespace tq;
-using plugin::Loader;
 using tst::text;
 
 namespace {
-
-constexpr int k_bound = 10000; ///< ms; far more than a probe may take
 
 /** Listens on loopback and says the same to everybody who said something; nothing if it is empty.
  */
@@ -79,26 +72,21 @@ NodeHintIPDevice entered(int port)
 
 SServiceInfo record(const char* type, quint16 port)
 {
-    SServiceInfo info;
-    info.serviceType = text(type);
-    info.serviceName = text("Barn");
-    info.address = text("192.0.2.20");
-    info.isResolved = 1;
-    info.isAvailable = 1;
+    SServiceInfo info = tst::serviceRecord(text("192.0.2.20"), type, port, "Barn");
     info.serviceKind = 2;
-    info.port = port;
     return info;
 }
 
 } // namespace
 
-class TestNASDevice : public QObject
+class TestNASDevice : public tst::DriverTest
 {
     Q_OBJECT
 
+public:
+    TestNASDevice() : DriverTest(eNetworkStorageNode) { }
+
 private slots:
-    void init();
-    void cleanup();
     void ranksServers_data();
     void ranksServers();
     void sendsNoLogin();
@@ -118,54 +106,16 @@ private slots:
     void sendsNoLoginAfterAMove();
 
 private:
-    /** Probes one hint by itself and returns the answer; 0 when none came. */
-    int rankOf(const NodeHint& hint);
-    tqm::smart<const NASDeviceNode> insert(const NodeHint& hint);
     void setLogin(const NodeID& id);
     void storeAndLoad();
 
     /** Returns whether a read ends that was asked for, or begins by itself when `isBegun`. */
     bool reads(const NodeID& id, bool isBegun = false);
-
-    std::unique_ptr<tst::Database> m_fixture;
-    tqm::smart<INodeDriverComponent> m_driver;
 };
-
-void TestNASDevice::init()
-{
-    Loader::instance().addFolder(QStringLiteral(PLUGIN_FOLDER));
-    m_fixture = std::make_unique<tst::Database>();
-    m_driver = m_fixture->db->nodeDriver(eNetworkStorageNode);
-    QVERIFY(!m_driver.null());
-}
-
-void TestNASDevice::cleanup()
-{
-    m_driver.reset();
-    m_fixture.reset();
-    Loader::instance().clear();
-}
-
-int TestNASDevice::rankOf(const NodeHint& hint)
-{
-    const QtSignal signal = m_driver->probeFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
-    const int now = m_driver->probe(7, hint);
-    if (now != 0)
-        return now;
-    return !spy.isEmpty() || spy.wait(k_bound) ? spy.first().at(2).toInt() : 0;
-}
-
-tqm::smart<const NASDeviceNode> TestNASDevice::insert(const NodeHint& hint)
-{
-    return m_fixture->db->node(m_driver->createNodeFromHint(hint));
-}
 
 void TestNASDevice::setLogin(const NodeID& id)
 {
-    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
-    copy->setUser(text("anna"), text("secret"));
-    m_fixture->db->endUpdateNode(copy);
+    edit<NASDeviceNode>(id, [](auto& node) { node.setUser(text("anna"), text("secret")); });
 }
 
 void TestNASDevice::storeAndLoad()
@@ -179,13 +129,11 @@ void TestNASDevice::storeAndLoad()
 
 bool TestNASDevice::reads(const NodeID& id, bool isBegun)
 {
-    auto* const reader = dynamic_cast<IDeviceReader*>(m_driver.get());
-    const QtSignal signal = reader->readFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
-    if (!isBegun && !reader->readDevice(id).isEmpty())
+    m_ended->clear();
+    if (!isBegun && !m_reader->readDevice(id).isEmpty())
         return false;
-    while (spy.isEmpty() || spy.last().first().toString() != id) {
-        if (!spy.wait(k_bound))
+    while (m_ended->isEmpty() || m_ended->last().first().toString() != id) {
+        if (!m_ended->wait(k_bound))
             return false;
     }
     return true;
@@ -193,22 +141,21 @@ bool TestNASDevice::reads(const NodeID& id, bool isBegun)
 
 void TestNASDevice::ranksServers_data()
 {
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<int>("rank");
-    QTest::newRow("a server") << choice() << 30;
-    QTest::newRow("and more of its answer") << choice(3, "\xc0") + QByteArray(64, 'x') << 30;
-    QTest::newRow("silence") << QByteArray() << -1;
-    QTest::newRow("half an answer") << choice().left(100) << -1;
-    QTest::newRow("an older protocol") << choice(4, "\xff") << -1;
-    QTest::newRow("an error") << choice(4 + 8, "\xbb") << -1;
-    QTest::newRow("another command") << choice(4 + 12, "\x01") << -1;
-    QTest::newRow("an echo of the request") << smbnegotiation::request() << -1;
-    QTest::newRow("no choice") << choice(4 + 64, "\x24") << -1;
-    QTest::newRow("a dialect nobody offered") << choice(4 + 68, "\x11") << -1;
-    QTest::newRow("too long") << choice(1, "\x7f") << -1;
-    QTest::newRow("too short") << choice(3, "\x7f") << -1;
-    QTest::newRow("a web server") << QByteArray("HTTP/1.1 400 Bad Request\r\n\r\n") << -1;
-    QTest::newRow("zeros") << QByteArray(100000, '\0') << -1;
+    const tst::Rows<QByteArray, int> row("answer", "rank");
+    row("a server", choice(), 30);
+    row("and more of its answer", choice(3, "\xc0") + QByteArray(64, 'x'), 30);
+    row("silence", {}, -1);
+    row("half an answer", choice().left(100), -1);
+    row("an older protocol", choice(4, "\xff"), -1);
+    row("an error", choice(4 + 8, "\xbb"), -1);
+    row("another command", choice(4 + 12, "\x01"), -1);
+    row("an echo of the request", smbnegotiation::request(), -1);
+    row("no choice", choice(4 + 64, "\x24"), -1);
+    row("a dialect nobody offered", choice(4 + 68, "\x11"), -1);
+    row("too long", choice(1, "\x7f"), -1);
+    row("too short", choice(3, "\x7f"), -1);
+    row("a web server", "HTTP/1.1 400 Bad Request\r\n\r\n", -1);
+    row("zeros", QByteArray(100000, '\0'), -1);
 }
 
 void TestNASDevice::ranksServers()
@@ -238,18 +185,7 @@ void TestNASDevice::sendsNoLogin()
 void TestNASDevice::probesManyAtATime()
 {
     const Peer peer(choice());
-    const QtSignal signal = m_driver->probeFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
-    QSet<int> ids;
-    for (int id = 1; id <= 200; ++id) {
-        QCOMPARE(m_driver->probe(id, entered(peer.serverPort())), 0);
-        ids.insert(id);
-    }
-    QTRY_COMPARE_WITH_TIMEOUT(spy.size(), ids.size(), k_bound);
-    for (const auto& answer : spy) {
-        QVERIFY(ids.remove(answer.at(0).toInt()));
-        QCOMPARE(answer.at(2).toInt(), 30);
-    }
+    probeMany(entered(peer.serverPort()), 30);
 }
 
 void TestNASDevice::diesWithProbesOpen()
@@ -302,20 +238,12 @@ void TestNASDevice::knowsThePortOfItsServer()
 
 void TestNASDevice::tellsWhereItsSharesAre_data()
 {
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<int>("port");
-    QTest::addColumn<QString>("share");
-    QTest::addColumn<QString>("url");
-    QTest::newRow("usual") << "192.0.2.9" << 445 << "records"
-                           << "smb://192.0.2.9/records";
-    QTest::newRow("another port") << "nas.local" << 4455 << "records"
-                                  << "smb://nas.local:4455/records";
-    QTest::newRow("IPv6") << "2001:db8::9" << 445 << "a b%2f\u00fc#?"
-                          << "smb://[2001:db8::9]/a%20b%252f%C3%BC%23%3F";
-    QTest::newRow("no address") << "" << 445 << "records"
-                                << "";
-    QTest::newRow("no host") << "a b" << 445 << "records"
-                             << "";
+    const tst::Rows<QString, int, QString, QString> row("host", "port", "share", "url");
+    row("usual", "192.0.2.9", 445, "records", "smb://192.0.2.9/records");
+    row("another port", "nas.local", 4455, "records", "smb://nas.local:4455/records");
+    row("IPv6", "2001:db8::9", 445, "a b%2f\u00fc#?", "smb://[2001:db8::9]/a%20b%252f%C3%BC%23%3F");
+    row("no address", "", 445, "records", "");
+    row("no host", "a b", 445, "records", "");
 }
 
 void TestNASDevice::tellsWhereItsSharesAre()
@@ -335,13 +263,12 @@ void TestNASDevice::tellsWhereItsSharesAre()
 
 void TestNASDevice::keepsItselfInAStore()
 {
-    const auto made = insert(entered(4455));
-    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(made->id(), 0));
-    copy->addLocalUser(text("anna"), text("secret"), true);
-    copy->addShare(text("records"), QString(), text("/records"));
-    copy->setAccessRights(text("records"), text("anna"), NASDeviceNode::eReadOnlyAccess);
-    m_fixture->db->endUpdateNode(copy);
-    const NodeID id = made->id();
+    const NodeID id = m_driver->createNodeFromHint(entered(4455));
+    edit<NASDeviceNode>(id, [](auto& node) {
+        node.addLocalUser(text("anna"), text("secret"), true);
+        node.addShare(text("records"), QString(), text("/records"));
+        node.setAccessRights(text("records"), text("anna"), NASDeviceNode::eReadOnlyAccess);
+    });
     storeAndLoad();
     const tqm::smart<const NASDeviceNode> node = m_fixture->db->node(id);
     QVERIFY(!node.null());
@@ -351,24 +278,20 @@ void TestNASDevice::keepsItselfInAStore()
 
 void TestNASDevice::refusesToReadWhatItCannot()
 {
-    auto* const reader = dynamic_cast<IDeviceReader*>(m_driver.get());
-    QVERIFY(reader);
-    QCOMPARE(reader->readDevice(text("x")), text("There is no network storage x."));
+    QCOMPARE(m_reader->readDevice(text("x")), text("There is no network storage x."));
     m_fixture->insertDevice(text("camera"), text("192.0.2.1"));
-    QCOMPARE(reader->readDevice(text("camera")), text("There is no network storage camera."));
+    QCOMPARE(m_reader->readDevice(text("camera")), text("There is no network storage camera."));
     NodeHintIPDevice hint = entered(4455);
     hint.setName(text("Barn"));
     const NodeID id = m_driver->createNodeFromHint(hint);
-    QCOMPARE(reader->readDevice(id), text("There is no login for Barn."));
-    auto* copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
-    copy->setUser(text("anna"), QString());
-    m_fixture->db->endUpdateNode(copy);
-    QCOMPARE(reader->readDevice(id), text("The password of anna on Barn is not known."));
+    QCOMPARE(m_reader->readDevice(id), text("There is no login for Barn."));
+    edit<NASDeviceNode>(id, [](auto& node) { node.setUser(text("anna"), QString()); });
+    QCOMPARE(m_reader->readDevice(id), text("The password of anna on Barn is not known."));
     // At another site, the address is somebody else's for all that is known.
     NodeDB* const db = m_fixture->db;
     db->setActiveEnvironment(db->environments()->add(text("Site B")));
     setLogin(id);
-    const QString refusal = reader->readDevice(id);
+    const QString refusal = m_reader->readDevice(id);
     QVERIFY2(
         refusal.contains(text("was not confirmed in the environment Site B")), qPrintable(refusal));
     QTRY_COMPARE(m_fixture->log.linesWith(refusal).size(), 1); // nor is it read by itself
@@ -440,12 +363,12 @@ void TestNASDevice::sendsNoLoginAfterAMove_data()
 {
     // l: a login is given, v: it is tried, r: that ends, s: store and load, m: the device moves,
     // U, u: another active user comes and goes
-    QTest::addColumn<QByteArray>("steps");
-    QTest::newRow("after a read") << QByteArray("lrm");
-    QTest::newRow("before a read") << QByteArray("lm");
-    QTest::newRow("during a read") << QByteArray("lvm");
-    QTest::newRow("from a store") << QByteArray("lrsm");
-    QTest::newRow("another user's login") << QByteArray("UlrumU");
+    const tst::Rows<QByteArray> row("steps");
+    row("after a read", "lrm");
+    row("before a read", "lm");
+    row("during a read", "lvm");
+    row("from a store", "lrsm");
+    row("another user's login", "UlrumU");
 }
 
 void TestNASDevice::sendsNoLoginAfterAMove()
@@ -455,7 +378,6 @@ void TestNASDevice::sendsNoLoginAfterAMove()
     const Peer after({}, text("127.0.0.2"), true);
     const Peer other({}, text("127.0.0.1"), true);
     SServiceInfo info = record("_smb._tcp", before.serverPort());
-    info.fullName = text("Barn._smb._tcp.local.");
     info.address = text("127.0.0.1");
     const NodeID id = m_driver->createNodeFromHint(NodeHintFromBonjour(info));
     info.address = text("127.0.0.2");

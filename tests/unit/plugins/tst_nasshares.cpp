@@ -1,12 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "devices/nasdevicenode.h"
-#include "discovery/idevicereader.h"
-#include "discovery/inodedrivercomponent.h"
 #include "discovery/nodehintipdevice.h"
 #include "drivers/nasdevice/smbrelay_p.h"
+#include "plugins/drivertest.h"
 #include "plugins/smbserver.h"
-#include "shared/databasefixture.h"
 
 #include "platform/pluginloader.h"
 
@@ -14,9 +12,7 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QPointer>
-#include <QSignalSpy>
 #include <QStorageInfo>
-#include <QTest>
 
 #include <csignal>
 
@@ -27,7 +23,6 @@ using tst::text;
 
 namespace {
 
-constexpr int k_bound = 30000; ///< ms; far more than a read may take
 const QString k_annas = QStringLiteral("an%na's w\u00f6rd");
 const QString k_bens = QStringLiteral("ben-secret");
 
@@ -69,14 +64,15 @@ QVariantList stateOf(const tqm::smart<const NASDeviceNode>& node)
 } // namespace
 
 /** The driver and a real server. */
-class TestNASShares : public QObject
+class TestNASShares : public tst::DriverTest
 {
     Q_OBJECT
 
+public:
+    TestNASShares() : DriverTest(eNetworkStorageNode) { }
+
 private slots:
     void initTestCase();
-    void init();
-    void cleanup();
     void isFoundWithoutALogin();
     void agreesWithWhatClientsCan();
     void readsEachOfManyShares();
@@ -97,19 +93,11 @@ private slots:
 private:
     /** Inserts a node of the server, or of what stands before it on another port. */
     NodeID insert(const QString& user, const QString& password, quint16 port = 0);
+    /** Inserts the server with anna's login, and waits until it was read by itself. */
+    NodeID insertRead();
     tqm::smart<const NASDeviceNode> node(const NodeID& id) { return m_fixture->db->node(id); }
 
-    /** Returns the error of the next read that ends. */
-    QString nextError();
-
-    /** Reads and returns the error. */
-    QString read(const NodeID& id);
-
     std::unique_ptr<SmbServer> m_server;
-    std::unique_ptr<tst::Database> m_fixture;
-    tqm::smart<INodeDriverComponent> m_driver;
-    IDeviceReader* m_reader = nullptr;
-    std::unique_ptr<QSignalSpy> m_ended;
 };
 
 void TestNASShares::initTestCase()
@@ -118,26 +106,6 @@ void TestNASShares::initTestCase()
     if (m_server->isMissing())
         QSKIP(qPrintable(m_server->problem()));
     QCOMPARE(m_server->problem(), QString());
-}
-
-void TestNASShares::init()
-{
-    Loader::instance().addFolder(QStringLiteral(PLUGIN_FOLDER));
-    m_fixture = std::make_unique<tst::Database>();
-    m_driver = m_fixture->db->nodeDriver(eNetworkStorageNode);
-    m_reader = dynamic_cast<IDeviceReader*>(m_driver.get());
-    QVERIFY(m_reader);
-    const QtSignal signal = m_reader->readFinishedSignal();
-    m_ended = std::make_unique<QSignalSpy>(signal.sender(), signal.signature().constData());
-    QVERIFY(m_ended->isValid());
-}
-
-void TestNASShares::cleanup()
-{
-    m_ended.reset();
-    m_driver.reset();
-    m_fixture.reset();
-    Loader::instance().clear();
 }
 
 NodeID TestNASShares::insert(const QString& user, const QString& password, quint16 port)
@@ -153,17 +121,11 @@ NodeID TestNASShares::insert(const QString& user, const QString& password, quint
     return m_driver->createNodeFromHint(hint);
 }
 
-QString TestNASShares::nextError()
+NodeID TestNASShares::insertRead()
 {
-    if (m_ended->isEmpty() && !m_ended->wait(k_bound))
-        return text("no end");
-    return m_ended->takeFirst().at(1).toString();
-}
-
-QString TestNASShares::read(const NodeID& id)
-{
-    const QString refusal = m_reader->readDevice(id);
-    return refusal.isEmpty() ? nextError() : refusal;
+    const NodeID id = insert(text("anna"), k_annas);
+    [&] { QCOMPARE(nextError(), QString()); }();
+    return id;
 }
 
 void TestNASShares::isFoundWithoutALogin()
@@ -189,9 +151,7 @@ void TestNASShares::agreesWithWhatClientsCan()
     QCOMPARE(node(id)->localUser(text("anna")), UserAndPassword(text("anna"), k_annas, true));
     QCOMPARE(node(id)->share(text("archive")).path, text("/archive"));
 
-    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
-    copy->addLocalUser(text("ben"), k_bens, false);
-    m_fixture->db->endUpdateNode(copy);
+    edit<NASDeviceNode>(id, [](auto& node) { node.addLocalUser(text("ben"), k_bens, false); });
     QCOMPARE(read(id), QString());
     const QList<UserAndPassword> users{ { text("anna"), k_annas, true },
         { text("ben"), k_bens, false } };
@@ -234,8 +194,7 @@ void TestNASShares::readsEachOfManyShares()
 
 void TestNASShares::changesNothingOnTheStorage()
 {
-    const NodeID id = insert(text("anna"), k_annas);
-    QCOMPARE(nextError(), QString());
+    const NodeID id = insertRead();
     const QFileInfo before(m_server->folderOf(text("records")));
     const QFile::Permissions permissions = before.permissions();
     const QDateTime modified = before.lastModified();
@@ -258,15 +217,15 @@ void TestNASShares::changesNothingOnTheStorage()
 void TestNASShares::keepsWhatItCannotKnow()
 {
     const NodeID id = insert(QString(), QString());
-    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
-    copy->addLocalUser(text("cleo"), QString(), true); // the password is not known
-    copy->addLocalUser(text("ben"), text("wrong"), true);
-    copy->addShare(text("vault"), text("volume1"), text("/mnt/vault"));
-    copy->addShare(text("gone"), QString(), QString());
-    for (const char* const name : { "cleo", "ben" })
-        copy->setAccessRights(text("vault"), text(name), NASDeviceNode::eReadOnlyAccess);
-    copy->setUser(text("anna"), k_annas);
-    m_fixture->db->endUpdateNode(copy);
+    edit<NASDeviceNode>(id, [](auto& node) {
+        node.addLocalUser(text("cleo"), QString(), true); // the password is not known
+        node.addLocalUser(text("ben"), text("wrong"), true);
+        node.addShare(text("vault"), text("volume1"), text("/mnt/vault"));
+        node.addShare(text("gone"), QString(), QString());
+        for (const char* const name : { "cleo", "ben" })
+            node.setAccessRights(text("vault"), text(name), NASDeviceNode::eReadOnlyAccess);
+        node.setUser(text("anna"), k_annas);
+    });
     QCOMPARE(nextError(), QString());
     QCOMPARE(node(id)->userNames(), QStringList({ text("cleo"), text("ben"), text("anna") }));
     QVERIFY(!node(id)->existsShare(text("gone")));
@@ -281,8 +240,7 @@ void TestNASShares::keepsWhatItCannotKnow()
 
 void TestNASShares::keepsRightsOnAShareThatIsBroken()
 {
-    const NodeID id = insert(text("anna"), k_annas);
-    QCOMPARE(nextError(), QString());
+    const NodeID id = insertRead();
     const auto before = node(id)->shares();
     const QString folder = m_server->folderOf(text("records"));
     QVERIFY(QDir().rename(folder, folder + text(".away")));
@@ -304,8 +262,7 @@ void TestNASShares::createsOnlyWhenAllowed()
     };
     if (!ask(text("setmode \\ +h; allinfo \\")) || !said.contains("attributes: HD"))
         QSKIP("the file system keeps no attributes of files");
-    const NodeID id = insert(text("anna"), k_annas);
-    QCOMPARE(nextError(), QString());
+    const NodeID id = insertRead();
     QCOMPARE(node(id)->accessRights(records, text("anna")), NASDeviceNode::eReadOnlyAccess);
     Loader::instance().setOption(text("nasdevice/writeTest"), text("create"));
     QCOMPARE(read(id), QString());
@@ -318,12 +275,9 @@ void TestNASShares::createsOnlyWhenAllowed()
 
 void TestNASShares::leavesTheNodeAloneWhenRefused()
 {
-    const NodeID id = insert(text("anna"), k_annas);
-    QCOMPARE(nextError(), QString());
+    const NodeID id = insertRead();
     const QVariantList before = stateOf(node(id));
-    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
-    copy->setUser(text("anna"), text("not-her-word"));
-    m_fixture->db->endUpdateNode(copy);
+    edit<NASDeviceNode>(id, [](auto& node) { node.setUser(text("anna"), text("not-her-word")); });
     QCOMPARE(nextError(), text("The device refused the login of anna."));
     QCOMPARE(stateOf(node(id)), before);
     QCOMPARE(node(id)->localUser(text("anna")).password, k_annas);
@@ -333,8 +287,7 @@ void TestNASShares::leavesTheNodeAloneWhenRefused()
 
 void TestNASShares::givesUpOnSilence()
 {
-    const NodeID id = insert(text("anna"), k_annas);
-    QCOMPARE(nextError(), QString());
+    const NodeID id = insertRead();
     const QVariantList before = stateOf(node(id));
     Loader::instance().setOption(text("nasdevice/timeout"), text("1"));
     m_server->send(SIGSTOP);
@@ -353,9 +306,7 @@ void TestNASShares::dropsTheAnswerOfAnotherDevice()
     m_server->send(SIGSTOP);
     const NodeID id = insert(text("anna"), k_annas);
     QCOMPARE(m_reader->readDevice(id), QString());
-    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
-    copy->setHostAddress(text("192.0.2.1"));
-    m_fixture->db->endUpdateNode(copy);
+    edit<NASDeviceNode>(id, [](auto& node) { node.setHostAddress(text("192.0.2.1")); });
     m_server->send(SIGCONT);
     QCOMPARE(nextError(), text("The storage's address or login changed meanwhile."));
     QCOMPARE(node(id)->shareNames(), QStringList());
@@ -368,9 +319,7 @@ void TestNASShares::dropsTheAnswerToAnotherLogin()
     m_server->send(SIGSTOP);
     const NodeID id = insert(text("anna"), k_annas);
     QCOMPARE(m_reader->readDevice(id), QString());
-    auto* const copy = dynamic_cast<NASDeviceNode*>(m_fixture->db->beginUpdateNode(id, 0));
-    copy->setUser(text("ben"), k_bens);
-    m_fixture->db->endUpdateNode(copy);
+    edit<NASDeviceNode>(id, [](auto& node) { node.setUser(text("ben"), k_bens); });
     m_server->send(SIGCONT);
     QCOMPARE(nextError(), text("The storage's address or login changed meanwhile."));
     QCOMPARE(nextError(), QString()); // with ben's
@@ -380,8 +329,7 @@ void TestNASShares::dropsTheAnswerToAnotherLogin()
 
 void TestNASShares::survivesConnectionsThatBreak()
 {
-    const NodeID good = insert(text("anna"), k_annas);
-    QCOMPARE(nextError(), QString());
+    const NodeID good = insertRead();
     m_fixture->db->removeNode(good);
     int broken = 0;
     for (int bytes = 100;; bytes *= 2) {
@@ -410,10 +358,10 @@ void TestNASShares::readsByItselfWhenALoginIsSet()
     QCOMPARE(m_reader->readDevice(id), text("There is no login for Barn."));
     m_fixture->db->setGlobalAuthentication(text("anna"), k_annas);
     QCOMPARE(m_reader->readDevice(id), text("There is no login for Barn."));
-    Node* const copy = m_fixture->db->beginUpdateNode(id, 0);
-    copy->setStringProperty(text("Password"), k_annas);
-    copy->setStringProperty(text("User"), text("anna"));
-    m_fixture->db->endUpdateNode(copy);
+    edit<NASDeviceNode>(id, [](auto& node) {
+        node.setStringProperty(text("Password"), k_annas);
+        node.setStringProperty(text("User"), text("anna"));
+    });
     QCOMPARE(nextError(), QString());
     QCOMPARE(node(id)->shareNames().size(), 4);
 
@@ -433,10 +381,8 @@ void TestNASShares::readsByItselfWhenALoginIsSet()
 void TestNASShares::waitsForTheEndOfAnEdit()
 {
     const NodeID id = insert(QString(), QString());
-    Node* copy = m_fixture->db->beginUpdateNode(id, 0);
-    static_cast<NASDeviceNode*>(copy)->setUser(text("anna"), k_annas);
-    m_fixture->db->endUpdateNode(copy);
-    copy = m_fixture->db->beginUpdateNode(id, 0);
+    edit<NASDeviceNode>(id, [](auto& node) { node.setUser(text("anna"), k_annas); });
+    Node* const copy = m_fixture->db->beginUpdateNode(id, 0);
     QSignalSpy asked(m_fixture->db, &NodeDB::beginUpdatingNode);
     QTRY_VERIFY_WITH_TIMEOUT(!asked.isEmpty(), k_bound); // it was read
     QVERIFY(m_ended->isEmpty());
@@ -477,8 +423,7 @@ void TestNASShares::boundsWhatItReads()
         QFile file(names.last());
         QVERIFY(file.open(QFile::WriteOnly));
     }
-    const NodeID id = insert(text("anna"), k_annas);
-    QCOMPARE(nextError(), QString());
+    const NodeID id = insertRead();
     for (const QString& name : names)
         QFile::remove(name);
     // A listing that is cut off shows that there is one, and nothing more.

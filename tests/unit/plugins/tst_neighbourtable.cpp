@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
+#include "plugins/script.h"
 #include "scanners/arp/neighbourmessages_p.h"
 #include "scanners/arp/subnetsweep_p.h"
 
 #include <QMap>
-#include <QTest>
 
 #include <algorithm>
 #include <cstring>
@@ -112,128 +112,101 @@ std::optional<Neighbour> read(const QByteArray& bytes)
 
 // Scripts of what the kernel says, and what is told of it.
 
-void addComings()
+void addComings(const tst::Scripts& row)
 {
-    QTest::newRow("nothing before the listing ends") << "list;10.0.0.5 a reachable;10.0.0.6 b stale"
-                                                     << "";
-    QTest::newRow("new, refreshed, gone")
-        << "list;10.0.0.5 a stale;end;10.0.0.5 a reachable;10.0.0.5 a stale;del 10.0.0.5 a"
-        << "new 10.0.0.5 a;gone 10.0.0.5 a";
-    QTest::newRow("a failed line has no MAC") << "list;end;10.0.0.5 a probe;10.0.0.5 - failed"
-                                              << "new 10.0.0.5 a;gone 10.0.0.5 a";
-    QTest::newRow("what is no device")
-        << "list;end;10.0.0.5 - incomplete;10.0.0.6 - failed;224.0.0.1 01:00:5e:00:00:01 noarp;"
-           "255.255.255.255 ff:ff:ff:ff:ff:ff noarp;127.0.0.1 00:00:00:00:00:00 noarp;ff02::1 a "
-           "stale;10.0.0.7 a stale proxy;10.0.0.8 00:00:00:00:00:00 stale;10.0.0.9 "
-           "01:00:5e:00:00:01 stale;0.0.0.0 a stale;10.0.0.10 a noarp;+9000"
-        << "";
-    QTest::newRow("IPv4 has a head start")
-        << "list;end;fe80::5 a stale;+1000;10.0.0.5 a stale;+9000"
-        << "new 10.0.0.5 a";
-    QTest::newRow("IPv6 alone, no change by IPv4 later")
-        << "list;fe80::5 a stale;2001:db8::5 a stale;end;+2000;10.0.0.5 a stale;+9000"
-        << "new 2001:db8::5 a";
-    QTest::newRow("an IPv6 device moves on")
-        << "list;2001:db8::5 a stale;end;+2000;2001:db8::6 a stale;2001:db8::5 - failed"
-        << "new 2001:db8::5 a;changed 2001:db8::6 a";
-    QTest::newRow("silent on IPv4 is not moved to IPv6, but to the next IPv4 address")
-        << "list;10.0.0.5 a stale;fe80::5 a stale;end;10.0.0.5 - failed;+9000;10.0.0.7 a stale"
-        << "new 10.0.0.5 a;changed 10.0.0.7 a";
+    row("nothing before the listing ends", "list;.5 a reachable;.6 b stale", "");
+    row("new, refreshed, gone", "list;.5 a stale;end;.5 a reachable;.5 a stale;del .5 a",
+        "new .5 a;gone .5 a");
+    row("a failed line has no MAC", "list;end;.5 a probe;.5 - failed", "new .5 a;gone .5 a");
+    row("what is no device",
+        "list;end;.5 - incomplete;.6 - failed;224.0.0.1 01:00:5e:00:00:01 noarp;"
+        "255.255.255.255 ff:ff:ff:ff:ff:ff noarp;127.0.0.1 00:00:00:00:00:00 noarp;"
+        "ff02::1 a stale;.7 a stale proxy;.8 00:00:00:00:00:00 stale;"
+        ".9 01:00:5e:00:00:01 stale;0.0.0.0 a stale;.10 a noarp;+9000",
+        "");
+    row("IPv4 has a head start", "list;end;fe80::5 a stale;+1000;.5 a stale;+9000", "new .5 a");
+    row("IPv6 alone, no change by IPv4 later",
+        "list;fe80::5 a stale;2001:db8::5 a stale;end;+2000;.5 a stale;+9000", "new 2001:db8::5 a");
+    row("an IPv6 device moves on",
+        "list;2001:db8::5 a stale;end;+2000;2001:db8::6 a stale;2001:db8::5 - failed",
+        "new 2001:db8::5 a;changed 2001:db8::6 a");
+    row("silent on IPv4 is not moved to IPv6, but to the next IPv4 address",
+        "list;.5 a stale;fe80::5 a stale;end;.5 - failed;+9000;.7 a stale",
+        "new .5 a;changed .7 a");
 }
 
-void addMoves()
+void addMoves(const tst::Scripts& row)
 {
-    QTest::newRow("moved: the old address fails")
-        << "list;10.0.0.5 a stale;end;+3000;10.0.0.9 a stale;10.0.0.5 a probe;+3000;10.0.0.5 - "
-           "failed;+9000;10.0.0.9 - failed"
-        << "new 10.0.0.5 a;ask 10.0.0.5;changed 10.0.0.9 a;gone 10.0.0.9 a";
-    QTest::newRow("moved: the old address stays silent")
-        << "list;10.0.0.5 a stale;end;+3000;10.0.0.9 a stale;+4900;+100;+9000"
-        << "new 10.0.0.5 a;ask 10.0.0.5;changed 10.0.0.9 a";
-    QTest::newRow("moved to and fro")
-        << "list;10.0.0.5 a stale;end;+3000;10.0.0.9 a stale;10.0.0.5 - failed;+3000;10.0.0.5 a "
-           "stale;10.0.0.9 - failed"
-        << "new 10.0.0.5 a;ask 10.0.0.5;changed 10.0.0.9 a;ask 10.0.0.9;changed 10.0.0.5 a";
-    QTest::newRow("a second address of a device that answers")
-        << "list;10.0.0.5 a reachable;end;+3000;10.0.0.9 a stale;10.0.0.5 a probe;10.0.0.5 a "
-           "reachable;+9000"
-        << "new 10.0.0.5 a;ask 10.0.0.5";
-    QTest::newRow("a second address is asked when the first goes much later")
-        << "list;10.0.0.5 a permanent;end;10.0.0.9 a stale;+60000;del 10.0.0.5 a;10.0.0.9 a "
-           "probe;10.0.0.9 a reachable"
-        << "new 10.0.0.5 a;ask 10.0.0.9;changed 10.0.0.9 a";
-    QTest::newRow("a line that the kernel trusts is asked until it may be")
-        << "list;10.0.0.5 a reachable;end;+3000;10.0.0.9 a stale;+5000;10.0.0.5 a delay;10.0.0.5 "
-           "- failed"
-        << "new 10.0.0.5 a;ask 10.0.0.5;ask 10.0.0.5;changed 10.0.0.9 a";
-    QTest::newRow("moved, but the kernel trusted the old address for long")
-        << "list;10.0.0.5 a reachable;end;+3000;10.0.0.9 a reachable;+5000;+5000;+5000;10.0.0.5 "
-           "- failed;10.0.0.9 a stale;10.0.0.9 a reachable"
-        << "new 10.0.0.5 a;ask 10.0.0.5;ask 10.0.0.5;ask 10.0.0.5;ask 10.0.0.5;ask "
-           "10.0.0.9;changed 10.0.0.9 a";
-    QTest::newRow("a flush is no move")
-        << "list;10.0.0.5 a permanent;10.0.0.9 a reachable;end;10.0.0.9 a probe;10.0.0.9 a "
-           "reachable;del 10.0.0.5 a;del 10.0.0.9 a"
-        << "ask 10.0.0.9;new 10.0.0.5 a;ask 10.0.0.9;gone 10.0.0.5 a";
+    row("moved: the old address fails",
+        "list;.5 a stale;end;+3000;.9 a stale;.5 a probe;+3000;.5 - failed;+9000;.9 - failed",
+        "new .5 a;ask .5;changed .9 a;gone .9 a");
+    row("moved: the old address stays silent",
+        "list;.5 a stale;end;+3000;.9 a stale;+4900;+100;+9000", "new .5 a;ask .5;changed .9 a");
+    row("moved to and fro",
+        "list;.5 a stale;end;+3000;.9 a stale;.5 - failed;+3000;.5 a stale;.9 - failed",
+        "new .5 a;ask .5;changed .9 a;ask .9;changed .5 a");
+    row("a second address of a device that answers",
+        "list;.5 a reachable;end;+3000;.9 a stale;.5 a probe;.5 a reachable;+9000",
+        "new .5 a;ask .5");
+    row("a second address is asked when the first goes much later",
+        "list;.5 a permanent;end;.9 a stale;+60000;del .5 a;.9 a probe;.9 a reachable",
+        "new .5 a;ask .9;changed .9 a");
+    row("a line that the kernel trusts is asked until it may be",
+        "list;.5 a reachable;end;+3000;.9 a stale;+5000;.5 a delay;.5 - failed",
+        "new .5 a;ask .5;ask .5;changed .9 a");
+    row("moved, but the kernel trusted the old address for long",
+        "list;.5 a reachable;end;+3000;.9 a reachable;+5000;+5000;+5000;.5 - failed;.9 a stale;"
+        ".9 a reachable",
+        "new .5 a;ask .5;ask .5;ask .5;ask .5;ask .9;changed .9 a");
+    row("a flush is no move",
+        "list;.5 a permanent;.9 a reachable;end;.9 a probe;.9 a reachable;del .5 a;del .9 a",
+        "ask .9;new .5 a;ask .9;gone .5 a");
 }
 
-void addChoices()
+void addChoices(const tst::Scripts& row)
 {
-    QTest::newRow("questions keep a pause") << "list;end;10.0.0.5 a stale;10.0.0.9 a stale;+1900"
-                                            << "new 10.0.0.5 a";
-    QTest::newRow("and are asked after it")
-        << "list;end;10.0.0.5 a stale;10.0.0.9 a stale;+1900;+100"
-        << "new 10.0.0.5 a;ask 10.0.0.5";
-    QTest::newRow("gone and back") << "list;10.0.0.5 a stale;end;10.0.0.5 - failed;10.0.0.5 a stale"
-                                   << "new 10.0.0.5 a;gone 10.0.0.5 a;new 10.0.0.5 a";
-    QTest::newRow("gone and back elsewhere")
-        << "list;10.0.0.5 a stale;end;10.0.0.5 - failed;10.0.0.9 a stale"
-        << "new 10.0.0.5 a;gone 10.0.0.5 a;new 10.0.0.9 a;changed 10.0.0.9 a";
-    QTest::newRow("two addresses at first: one is left over from a move")
-        << "list;10.0.0.5 a stale;10.0.0.9 a stale;end;10.0.0.9 a probe;10.0.0.9 a "
-           "reachable;10.0.0.5 - failed;+9000"
-        << "ask 10.0.0.5;ask 10.0.0.9;new 10.0.0.9 a";
-    QTest::newRow("two addresses at first: both answer")
-        << "list;10.0.0.9 a stale;10.0.0.5 a stale;end;10.0.0.9 a reachable;10.0.0.5 a reachable"
-        << "ask 10.0.0.5;ask 10.0.0.9;new 10.0.0.5 a";
-    QTest::newRow("two addresses at first: only one answers in time")
-        << "list;10.0.0.5 a stale;10.0.0.9 a stale;end;10.0.0.9 a reachable;+5000"
-        << "ask 10.0.0.5;ask 10.0.0.9;new 10.0.0.9 a";
-    QTest::newRow("two addresses at first: none answers")
-        << "list;10.0.0.5 a stale;10.0.0.9 a stale;end;+5000;+9000"
-        << "ask 10.0.0.5;ask 10.0.0.9;new 10.0.0.5 a";
-    QTest::newRow("another device takes an address over")
-        << "list;10.0.0.5 a stale;end;10.0.0.5 b stale"
-        << "new 10.0.0.5 a;gone 10.0.0.5 a;new "
-           "10.0.0.5 b";
-    QTest::newRow("a second listing shows what went unnoticed")
-        << "list;10.0.0.5 a stale;10.0.0.6 b stale;end;list;10.0.0.6 b stale;10.0.0.7 c stale;end"
-        << "new 10.0.0.5 a;new 10.0.0.6 b;new 10.0.0.7 c;gone 10.0.0.5 a";
+    row("questions keep a pause", "list;end;.5 a stale;.9 a stale;+1900", "new .5 a");
+    row("and are asked after it", "list;end;.5 a stale;.9 a stale;+1900;+100", "new .5 a;ask .5");
+    row("gone and back", "list;.5 a stale;end;.5 - failed;.5 a stale",
+        "new .5 a;gone .5 a;new .5 a");
+    row("gone and back elsewhere", "list;.5 a stale;end;.5 - failed;.9 a stale",
+        "new .5 a;gone .5 a;new .9 a;changed .9 a");
+    row("two addresses at first: one is left over from a move",
+        "list;.5 a stale;.9 a stale;end;.9 a probe;.9 a reachable;.5 - failed;+9000",
+        "ask .5;ask .9;new .9 a");
+    row("two addresses at first: both answer",
+        "list;.9 a stale;.5 a stale;end;.9 a reachable;.5 a reachable", "ask .5;ask .9;new .5 a");
+    row("two addresses at first: only one answers in time",
+        "list;.5 a stale;.9 a stale;end;.9 a reachable;+5000", "ask .5;ask .9;new .9 a");
+    row("two addresses at first: none answers", "list;.5 a stale;.9 a stale;end;+5000;+9000",
+        "ask .5;ask .9;new .5 a");
+    row("another device takes an address over", "list;.5 a stale;end;.5 b stale",
+        "new .5 a;gone .5 a;new .5 b");
+    row("a second listing shows what went unnoticed",
+        "list;.5 a stale;.6 b stale;end;list;.6 b stale;.7 c stale;end",
+        "new .5 a;new .6 b;new .7 c;gone .5 a");
 }
 
-void addConfirmations()
+void addConfirmations(const tst::Scripts& row)
 {
-    QTest::newRow("stale for 15 s: asked, and again after a minute")
-        << "list;10.0.0.5 a reachable;end;confirm;+90000;10.0.0.5 a stale;+14900;+100;10.0.0.5 a "
-           "probe;10.0.0.5 a reachable;10.0.0.5 a stale;+59900;+100"
-        << "new 10.0.0.5 a;ask 10.0.0.5;ask 10.0.0.5";
-    QTest::newRow("one that went off is gone")
-        << "list;10.0.0.5 a stale;10.0.0.6 b stale;end;confirm;+15000;10.0.0.5 a probe;10.0.0.5 - "
-           "failed;10.0.0.6 b probe;10.0.0.6 b reachable;+15000"
-        << "new 10.0.0.5 a;new 10.0.0.6 b;ask 10.0.0.5;ask 10.0.0.6;gone 10.0.0.5 a";
-    QTest::newRow("one that went off is gone in both families")
-        << "list;10.0.0.5 a stale;fe80::5 a stale;end;confirm;+15000;10.0.0.5 - failed;+250;"
-           "fe80::5 - failed"
-        << "new 10.0.0.5 a;ask 10.0.0.5;ask fe80::5;gone 10.0.0.5 a";
-    QTest::newRow("the kernel drops lines of devices that are there")
-        << "list;10.0.0.5 a stale;end;confirm;del 10.0.0.5 a;+250;10.0.0.5 - incomplete;10.0.0.5 a "
-           "reachable;+9000;list;end;+0;10.0.0.5 a reachable;+9000"
-        << "new 10.0.0.5 a;miss 10.0.0.5;miss 10.0.0.5";
-    QTest::newRow("the kernel drops lines of devices that went off")
-        << "list;10.0.0.5 a stale;10.0.0.6 b stale;end;confirm;del 10.0.0.5 a;del 10.0.0.6 b;+250;"
-           "10.0.0.5 - failed;+4900;+100"
-        << "new 10.0.0.5 a;new 10.0.0.6 b;miss 10.0.0.5;miss 10.0.0.6;gone 10.0.0.5 a;gone "
-           "10.0.0.6 b";
+    row("stale for 15 s: asked, and again after a minute",
+        "list;.5 a reachable;end;confirm;+90000;.5 a stale;+14900;+100;.5 a probe;"
+        ".5 a reachable;.5 a stale;+59900;+100",
+        "new .5 a;ask .5;ask .5");
+    row("one that went off is gone",
+        "list;.5 a stale;.6 b stale;end;confirm;+15000;.5 a probe;.5 - failed;.6 b probe;"
+        ".6 b reachable;+15000",
+        "new .5 a;new .6 b;ask .5;ask .6;gone .5 a");
+    row("one that went off is gone in both families",
+        "list;.5 a stale;fe80::5 a stale;end;confirm;+15000;.5 - failed;+250;fe80::5 - failed",
+        "new .5 a;ask .5;ask fe80::5;gone .5 a");
+    row("the kernel drops lines of devices that are there",
+        "list;.5 a stale;end;confirm;del .5 a;+250;.5 - incomplete;.5 a reachable;+9000;list;"
+        "end;+0;.5 a reachable;+9000",
+        "new .5 a;miss .5;miss .5");
+    row("the kernel drops lines of devices that went off",
+        "list;.5 a stale;.6 b stale;end;confirm;del .5 a;del .6 b;+250;.5 - failed;+4900;+100",
+        "new .5 a;new .6 b;miss .5;miss .6;gone .5 a;gone .6 b");
 }
 
 } // namespace
@@ -255,24 +228,16 @@ private slots:
 
 void TestNeighbourTable::tellsWhatBecomesOfDevices_data()
 {
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<QString>("told");
-
-    addComings();
-    addMoves();
-    addChoices();
-    addConfirmations();
+    const tst::Scripts row("script", "told");
+    addComings(row);
+    addMoves(row);
+    addChoices(row);
+    addConfirmations(row);
 }
 
 void TestNeighbourTable::tellsWhatBecomesOfDevices()
 {
-    QFETCH(QString, script);
-    QFETCH(QString, told);
-    Player player;
-    const QStringList steps = script.split(QLatin1Char(';'));
-    for (const QString& step : steps)
-        player.play(step);
-    QCOMPARE(player.told.join(QLatin1Char(';')), told);
+    tst::playScript<Player>();
 }
 
 void TestNeighbourTable::asksARouterOnceForManyAddresses()
@@ -354,24 +319,14 @@ void TestNeighbourTable::survivesMessagesThatLie()
 
 void TestNeighbourTable::sweepsTheHostsOfASubnet_data()
 {
-    QTest::addColumn<QString>("own");
-    QTest::addColumn<int>("prefixLength");
-    QTest::addColumn<QString>("first");
-    QTest::addColumn<QString>("last");
-    QTest::newRow("24") << "10.1.2.3" << 24 << "10.1.2.1"
-                        << "10.1.2.254";
-    QTest::newRow("20") << "10.1.18.3" << 20 << "10.1.16.1"
-                        << "10.1.31.254";
-    QTest::newRow("30") << "10.1.2.6" << 30 << "10.1.2.5"
-                        << "10.1.2.6";
-    QTest::newRow("31") << "10.1.2.6" << 31 << "10.1.2.6"
-                        << "10.1.2.7";
-    QTest::newRow("32 has nobody else") << "10.1.2.6" << 32 << ""
-                                        << "";
-    QTest::newRow("19 is too large") << "10.1.2.6" << 19 << ""
-                                     << "";
-    QTest::newRow("0 is too large") << "10.1.2.6" << 0 << ""
-                                    << "";
+    const tst::Rows<QString, int, QString, QString> row("own", "prefixLength", "first", "last");
+    row("24", "10.1.2.3", 24, "10.1.2.1", "10.1.2.254");
+    row("20", "10.1.18.3", 20, "10.1.16.1", "10.1.31.254");
+    row("30", "10.1.2.6", 30, "10.1.2.5", "10.1.2.6");
+    row("31", "10.1.2.6", 31, "10.1.2.6", "10.1.2.7");
+    row("32 has nobody else", "10.1.2.6", 32, "", "");
+    row("19 is too large", "10.1.2.6", 19, "", "");
+    row("0 is too large", "10.1.2.6", 0, "", "");
 }
 
 void TestNeighbourTable::sweepsTheHostsOfASubnet()

@@ -1,38 +1,33 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-#include "discovery/idevicereader.h"
 #include "discovery/nodehintfrombonjour.h"
 #include "discovery/nodehintipdevice.h"
 #include "persistence/memorydestination.h"
+#include "plugins/drivertest.h"
 #include "plugins/onvifdevice.h"
-#include "shared/databasefixture.h"
 
-#include "platform/pluginloader.h"
 #include "platform/properties/properties.h"
 
 #include <QPointer>
-#include <QSignalSpy>
-#include <QTest>
 
 using namespace tq;
-using plugin::Loader;
 using namespace tst;
 
 namespace {
 
-constexpr int k_bound = 20000; ///< ms; far more than anything may take
 const QString k_model = QStringLiteral("Harbour Gatekeeper 7");
 const QString k_id = QStringLiteral("mac:02770a4d000b");
 
 } // namespace
 
-class TestOnvif : public QObject
+class TestOnvif : public tst::DriverTest
 {
     Q_OBJECT
 
+public:
+    TestOnvif() : DriverTest(eIPCameraNode) { }
+
 private slots:
-    void init();
-    void cleanup();
     void winsOverTheBarePage();
     void keepsWhatIsTold();
     void asksTheServiceThatTheHintNames();
@@ -51,44 +46,10 @@ private slots:
     void diesWithExchangesOpen();
 
 private:
-    /** Probes one hint by itself and returns the answer; 0 when none came. */
-    int rankOf(const NodeHint& hint);
     tqm::smart<const IPDeviceNode> make(const NodeHint& hint);
     /** Makes the node of what a person enters as a camera, and returns its id. */
     QString enter(NodeHintIPDevice hint);
-    QString read(const QString& id);
-
-    std::unique_ptr<Database> m_fixture;
-    tqm::smart<INodeDriverComponent> m_driver;
-    tqm::smart<IDeviceReader> m_reader;
 };
-
-void TestOnvif::init()
-{
-    Loader::instance().addFolder(QStringLiteral(PLUGIN_FOLDER));
-    m_fixture = std::make_unique<Database>();
-    m_driver = m_fixture->db->nodeDriver(eIPCameraNode);
-    m_reader = m_driver;
-    QVERIFY(!m_driver.null());
-    QVERIFY(!m_reader.null());
-}
-
-void TestOnvif::cleanup()
-{
-    m_reader.reset();
-    m_driver.reset();
-    m_fixture.reset();
-    Loader::instance().clear();
-}
-
-int TestOnvif::rankOf(const NodeHint& hint)
-{
-    const QtSignal signal = m_driver->probeFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
-    if (m_driver->probe(4711, hint) != 0 || !spy.wait(k_bound))
-        return 0;
-    return spy.first().at(2).toInt();
-}
 
 /** Makes the node of a hint, and hands it out. */
 tqm::smart<const IPDeviceNode> TestOnvif::make(const NodeHint& hint)
@@ -100,19 +61,6 @@ QString TestOnvif::enter(NodeHintIPDevice hint)
 {
     hint.setNodeType(eIPCameraNode);
     return m_driver->createNodeFromHint(hint);
-}
-
-/** Reads a device and returns the error; "late" when no end came. */
-QString TestOnvif::read(const QString& id)
-{
-    const QtSignal signal = m_reader->readFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
-    const QString refusal = m_reader->readDevice(id);
-    if (!refusal.isEmpty())
-        return refusal;
-    if (!spy.wait(k_bound) || spy.size() != 1 || spy.first().at(0).toString() != id)
-        return text("late");
-    return spy.first().at(1).toString();
 }
 
 void TestOnvif::winsOverTheBarePage()
@@ -225,14 +173,12 @@ void TestOnvif::takesNoLoginElsewhere()
 
 void TestOnvif::survivesHostileAnswers_data()
 {
-    QTest::addColumn<QByteArray>("answer");
-    QTest::addColumn<int>("manner");
-    QTest::addColumn<int>("rank");
+    const Rows<QByteArray, int, int> rows("answer", "rank", "manner");
     const QByteArray right = dateAndTime();
     const QByteArray size = QByteArray::number(right.size(), 16);
-    const auto row = [](const char* name, const QByteArray& answer, int rank,
+    const auto row = [&](const char* name, const QByteArray& answer, int rank,
                          WebDevice::EManner manner = WebDevice::ePlain) {
-        QTest::newRow(name) << answer << int(manner) << rank;
+        rows(name, answer, rank, manner);
     };
     row("in chunks",
         soapAnswer("6;x=y\r\n" + right.left(6) + "\r\n" + QByteArray::number(right.size() - 6, 16)
@@ -250,7 +196,7 @@ void TestOnvif::survivesHostileAnswers_data()
         50, WebDevice::eEndless);
     row("drop by drop", soapAnswer("<"), 50, WebDevice::eDripping);
     row("a body without end", soapAnswer(right), 50, WebDevice::eEndless);
-    row("a head without end", "HTTP/1.1 200 OK\r\nX: ", 0, WebDevice::eEndless);
+    row("a head without end", "HTTP/1.1 200 OK\r\nX: ", -1, WebDevice::eEndless);
     row("a page", soapAnswer("<!DOCTYPE html><html><body>Gate</body></html>"), 50);
     row("right but a page",
         QByteArray(soapAnswer(right)).replace("application/soap+xml", "text/html"), 50);
@@ -268,7 +214,7 @@ void TestOnvif::survivesHostileAnswers()
     QFETCH(int, manner);
     QFETCH(int, rank);
     const WebDevice device(answer, WebDevice::EManner(manner));
-    QCOMPARE(rankOf(hintFor(device)), rank == 0 ? -1 : rank);
+    QCOMPARE(rankOf(hintFor(device)), rank);
     QTRY_VERIFY(device.isLeft());
 }
 
@@ -318,12 +264,8 @@ void TestOnvif::readsIntoTheNode()
     const OnvifDevice device(manner);
     const QString id = enter(hintWithLogin(device));
     QSignalSpy updated(m_fixture->db, &NodeDB::nodeUpdated);
-    const QtSignal signal = m_reader->readFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
     QCOMPARE(m_reader->readDevice(id), QString());
-    QCOMPARE(m_reader->readDevice(id), QString()); // joins
-    QVERIFY(spy.wait(k_bound));
-    QCOMPARE(spy.first(), (QList<QVariant>{ id, QString() }));
+    QCOMPARE(read(id), QString()); // joins
     QCOMPARE(updated.size(), 1);
     const tqm::smart<const IPDeviceNode> node = m_fixture->db->node(id);
     QCOMPARE(node->modelInfo(), k_model);
@@ -334,23 +276,17 @@ void TestOnvif::readsIntoTheNode()
     // The first was too old, the second right, and its nonce good for the other question.
     QCOMPARE(device.logins().size(), 3);
     QCOMPARE(read(id), QString());
-    QCOMPARE(spy.size(), 2);
 }
 
 void TestOnvif::leavesTheNodeWithoutAnswer_data()
 {
-    QTest::addColumn<QByteArray>("challenges");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<int>("logins");
-    QTest::newRow("wrong login") << QByteArray() << text("The device refused the login of root.")
-                                 << 1;
+    const Rows<QByteArray, QString, int> row("challenges", "error", "logins");
+    row("wrong login", {}, "The device refused the login of root.", 1);
     const QString otherWay = text("The device asks for a login in a way that is not answered.");
-    QTest::newRow("Basic") << QByteArray("WWW-Authenticate: Basic realm=\"a\"\r\n") << otherWay
-                           << 0;
-    QTest::newRow("none") << QByteArray("X: y\r\n") << otherWay << 0;
-    QTest::newRow("stale for ever")
-        << QByteArray("WWW-Authenticate: Digest nonce=\"a\", stale=true\r\n")
-        << text("The device refused the login of root.") << 2;
+    row("Basic", "WWW-Authenticate: Basic realm=\"a\"\r\n", otherWay, 0);
+    row("none", "X: y\r\n", otherWay, 0);
+    row("stale for ever", "WWW-Authenticate: Digest nonce=\"a\", stale=true\r\n",
+        "The device refused the login of root.", 2);
 }
 
 void TestOnvif::leavesTheNodeWithoutAnswer()
@@ -376,13 +312,10 @@ void TestOnvif::leavesWhatChangedMeanwhile()
     NodeDB* const db = m_fixture->db;
     const OnvifDevice device;
     const QString id = enter(hintFor(device));
-    const QtSignal signal = m_reader->readFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
     const auto errorAfter = [&](const std::function<void()>& change) {
-        spy.clear();
         const QString refusal = m_reader->readDevice(id);
         change();
-        return refusal.isEmpty() && spy.wait(k_bound) ? spy.first().at(1).toString() : QString();
+        return refusal.isEmpty() && m_ended->wait(k_bound) ? nextError() : QString();
     };
     Node* open = nullptr;
     QVERIFY(!errorAfter([&] { open = db->beginUpdateNode(id, -1); }).isEmpty());
@@ -398,8 +331,6 @@ void TestOnvif::readsWhatAnnouncedDevicesTellAnybody()
     const OnvifDevice device;
     const OnvifDevice closed(locked(), WebDevice::ePlain, text("127.0.0.2"));
     m_fixture->db->setGlobalAuthentication(text("root"), text("secret"));
-    const QtSignal signal = m_reader->readFinishedSignal();
-    QSignalSpy ended(signal.sender(), signal.signature().constData());
     QSignalSpy updated(m_fixture->db, &NodeDB::nodeUpdated);
     m_fixture->db->newNodeHint(announcementOf(device));
     m_fixture->db->newNodeHint(announcementOf(closed));
@@ -409,16 +340,14 @@ void TestOnvif::readsWhatAnnouncedDevicesTellAnybody()
         return m_fixture->db->search(wanted, eIPCameraNode).value(0);
     };
     const QString other = at("127.0.0.2");
-    Node* const copy = m_fixture->db->beginUpdateNode(other, -1);
-    static_cast<IPDeviceNode*>(copy)->setUser(text("root"), text("secret"));
-    m_fixture->db->endUpdateNode(copy);
+    edit(other, [](auto& node) { node.setUser(text("root"), text("secret")); });
     const QString id = at("127.0.0.1");
     QCOMPARE(m_fixture->db->node(id)->modelInfo(), text("X1"));
     QTRY_COMPARE_WITH_TIMEOUT(updated.size(), 2, k_bound);
     QCOMPARE(m_fixture->db->node(id)->modelInfo(), k_model);
     QTRY_VERIFY(closed.isLeft());
     QVERIFY(closed.logins().isEmpty());
-    QVERIFY(ended.isEmpty());
+    QVERIFY(m_ended->isEmpty());
 }
 
 void TestOnvif::diesWithExchangesOpen()

@@ -1,84 +1,35 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-#include "discovery/idevicereader.h"
 #include "discovery/nodehintfrombonjour.h"
-#include "discovery/nodehintipdevice.h"
 #include "environments/environments.h"
+#include "plugins/drivertest.h"
 #include "plugins/onvifdevice.h"
-#include "shared/databasefixture.h"
-
-#include "platform/pluginloader.h"
-
-#include <QSignalSpy>
-#include <QTest>
 
 using namespace tq;
-using plugin::Loader;
 using namespace tst;
 
-namespace {
-
-constexpr int k_bound = 20000; ///< ms; far more than anything may take
-
-} // namespace
-
 /** Cameras of several sites that use the same private addresses. */
-class TestOnvifSites : public QObject
+class TestOnvifSites : public tst::DriverTest
 {
     Q_OBJECT
 
+public:
+    TestOnvifSites() : DriverTest(eIPCameraNode) { }
+
 private slots:
-    void init();
-    void cleanup();
     void asksWhoIsThereBeforeALoginIsSent_data();
     void asksWhoIsThereBeforeALoginIsSent();
     void anAnnouncedDeviceOfAnotherSiteIsAskedFirst();
-
-private:
-    /** Reads a device and returns the error. */
-    QString read(const QString& id);
-
-    std::unique_ptr<Database> m_fixture;
-    tqm::smart<INodeDriverComponent> m_driver;
 };
-
-void TestOnvifSites::init()
-{
-    Loader::instance().addFolder(QStringLiteral(PLUGIN_FOLDER));
-    m_fixture = std::make_unique<Database>();
-    m_driver = m_fixture->db->nodeDriver(eIPCameraNode);
-    QVERIFY(!m_driver.null());
-}
-
-void TestOnvifSites::cleanup()
-{
-    m_driver.reset();
-    m_fixture.reset();
-    Loader::instance().clear();
-}
-
-QString TestOnvifSites::read(const QString& id)
-{
-    const tqm::smart<IDeviceReader> reader(m_driver);
-    const QtSignal signal = reader->readFinishedSignal();
-    QSignalSpy spy(signal.sender(), signal.signature().constData());
-    const QString refusal = reader->readDevice(id);
-    if (!refusal.isEmpty())
-        return refusal;
-    return spy.wait(k_bound) ? spy.first().at(1).toString() : text("late");
-}
 
 void TestOnvifSites::asksWhoIsThereBeforeALoginIsSent_data()
 {
-    QTest::addColumn<QByteArray>("reference");
-    QTest::addColumn<bool>("isOpen"); // and has another MAC
-    QTest::addColumn<QString>("said");
-    QTest::newRow("itself") << QByteArray("URN:uuid:a") << false << QString();
-    QTest::newRow("another by reference")
-        << QByteArray("urn:uuid:b") << false << text("another device");
-    QTest::newRow("another by MAC, which counts more")
-        << QByteArray("urn:uuid:a") << true << text("another device");
-    QTest::newRow("it does not tell") << QByteArray() << false << text("was not confirmed in");
+    // isOpen: and has another MAC
+    const Rows<QByteArray, bool, QString> row("reference", "isOpen", "said");
+    row("itself", "URN:uuid:a", false, {});
+    row("another by reference", "urn:uuid:b", false, "another device");
+    row("another by MAC, which counts more", "urn:uuid:a", true, "another device");
+    row("it does not tell", {}, false, "was not confirmed in");
 }
 
 void TestOnvifSites::asksWhoIsThereBeforeALoginIsSent()

@@ -6,6 +6,7 @@
 #include "persistence/storefactory.h"
 #include "shared/calllogdestination.h"
 #include "shared/databasefixture.h"
+#include "shared/rows.h"
 #include "simulated/sightings_p.h"
 
 #include "platform/pluginloader.h"
@@ -13,7 +14,6 @@
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QUuid>
 
 using namespace tq;
@@ -186,13 +186,12 @@ void TestSimulated::asksAndAnswersAsTheSiteSays_data()
 {
     const QString gate = text("new mac:020000000001");
     const QString clock = text("new mac:020000000002");
-    QTest::addColumn<QByteArray>("probe");
-    QTest::addColumn<QStringList>("events");
-    QTest::newRow("at once") << QByteArray("at once") << QStringList{ gate, clock };
-    QTest::newRow("late") << QByteArray("late") << QStringList{ clock, gate };
-    QTest::newRow("twice") << QByteArray("twice") << QStringList{ gate, clock };
-    QTest::newRow("never") << QByteArray("never") << QStringList{ clock };
-    QTest::newRow("refused") << QByteArray("refused") << QStringList{ text("refused "), clock };
+    const tst::Rows<QByteArray, QStringList> row("probe", "events");
+    row("at once", "at once", QStringList{ gate, clock });
+    row("late", "late", QStringList{ clock, gate });
+    row("twice", "twice", QStringList{ gate, clock });
+    row("never", "never", QStringList{ clock });
+    row("refused", "refused", QStringList{ text("refused "), clock });
 }
 
 void TestSimulated::asksAndAnswersAsTheSiteSays()
@@ -215,12 +214,11 @@ void TestSimulated::asksAndAnswersAsTheSiteSays()
 
 void TestSimulated::devicesAppearAsEveryScannerReportsThem_data()
 {
-    QTest::addColumn<QByteArray>("by");
-    QTest::addColumn<int>("service");
-    QTest::newRow("neighbours") << QByteArray("arp") << int(eARPService);
-    QTest::newRow("records") << QByteArray("dnssd") << int(eDNSSDService);
-    QTest::newRow("answers") << QByteArray("wsdiscovery") << int(eWSDiscoveryService);
-    QTest::newRow("by hand") << QByteArray("ipdevice") << int(eManualService);
+    const tst::Rows<QByteArray, int> row("by", "service");
+    row("neighbours", "arp", eARPService);
+    row("records", "dnssd", eDNSSDService);
+    row("answers", "wsdiscovery", eWSDiscoveryService);
+    row("by hand", "ipdevice", eManualService);
 }
 
 void TestSimulated::devicesAppearAsEveryScannerReportsThem()
@@ -308,22 +306,19 @@ void TestSimulated::storagesHoldTheirShares()
 
 void TestSimulated::badSitesCostOneLine_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("sentence");
-    QTest::newRow("no option") << QString() << "the option simulated/site names no site file";
-    QTest::newRow("no file") << m_folder.filePath(text("none")) << "site file ";
-    QTest::newRow("no address") << site(R"({"name": "a"})") << "device 1: \"address\" is missing";
+    const tst::Rows<QString, QString> row("path", "sentence");
+    row("no option", {}, "the option simulated/site names no site file");
+    row("no file", m_folder.filePath(text("none")), "site file ");
+    row("no address", site(R"({"name": "a"})"), "device 1: \"address\" is missing");
 }
 
 void TestSimulated::badSitesCostOneLine()
 {
     QFETCH(const QString, path);
     QFETCH(const QString, sentence);
-    Loader::instance().setOption(option(), path);
-    const tst::Database fixture;
-    fixture.db->startScanners("simulated", 0, 0);
+    const Scan scan(path, 0);
     QVERIFY(!scanner()->isRunning());
-    const QStringList lines = fixture.log.linesWith(text("2 "));
+    const QStringList lines = scan.fixture.log.linesWith(text("2 "));
     QCOMPARE(lines.size(), 1);
     QVERIFY2(lines.first().contains(sentence), qPrintable(lines.first()));
 }
@@ -413,18 +408,15 @@ void TestSimulated::shippedDriversLoadWhatIsSaved()
     QVERIFY(types.contains(eIPCameraNode) && types.contains(eRecordingFolderNode));
 
     use(SIMULATED_FOLDER);
-    Loader::instance().setOption(option(), shipped("small.json"));
     const auto store = openStore(text("memory:"));
     tst::CallLogDestination simulated;
     {
-        const tst::Database fixture;
-        const Story story(fixture.db);
-        fixture.db->startScanners("simulated", 0, k_fast);
-        QTRY_COMPARE_WITH_TIMEOUT(story.events.filter(text("lost ")).size(), 1, k_patience);
-        for (const QString& id : fixture.db->nodeIdList(&types, true))
-            fixture.db->removeNode(id);
-        fixture.db->save(store.get(), false);
-        fixture.db->save(&simulated, false);
+        const Scan scan(shipped("small.json"));
+        QTRY_COMPARE_WITH_TIMEOUT(scan.story.events.filter(text("lost ")).size(), 1, k_patience);
+        for (const QString& id : scan.db->nodeIdList(&types, true))
+            scan.db->removeNode(id);
+        scan.db->save(store.get(), false);
+        scan.db->save(&simulated, false);
     }
     use(PLUGIN_FOLDER);
     const auto back = openStore(text("memory:"));

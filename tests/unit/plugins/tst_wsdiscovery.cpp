@@ -1,32 +1,19 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "parts/boundedxml.h"
+#include "plugins/script.h"
+#include "plugins/wsmessages.h"
 #include "scanners/wsdiscovery/devicetable_p.h"
 
-#include <QTest>
-
 using namespace tq;
+using tst::device;
+using tst::envelope;
 
 namespace {
 
 const QList<Subnet> k_subnets = { { QHostAddress(QStringLiteral("10.0.0.1")), 24 },
     { QHostAddress(QStringLiteral("10.9.0.1")), 16 },
     { QHostAddress(QStringLiteral("fd00::1")), 64 } };
-
-/** An envelope of a peer that has its own prefixes. */
-QByteArray envelope(const QByteArray& content, const QByteArray& header = QByteArray())
-{
-    return "<e:Envelope xmlns:e='http://www.w3.org/2003/05/soap-envelope' "
-           "xmlns:w='http://schemas.xmlsoap.org/ws/2004/08/addressing' "
-           "xmlns='http://schemas.xmlsoap.org/ws/2005/04/discovery'><e:Header>"
-        + header + "</e:Header><e:Body>" + content + "</e:Body></e:Envelope>";
-}
-
-QByteArray device(const QByteArray& endpoint, const QByteArray& more = QByteArray())
-{
-    return "<w:EndpointReference><w:Address>" + endpoint + "</w:Address></w:EndpointReference>"
-        + more;
-}
 
 WsMessage read(const QByteArray& datagram)
 {
@@ -106,79 +93,55 @@ private:
     qint64 m_now = 1000000;
 };
 
-void addComings()
+void addComings(const tst::Scripts& row)
 {
-    QTest::newRow("again and again is once")
-        << "a 10.0.0.5 http://10.0.0.5/x v1;a 10.0.0.5 http://10.0.0.5/x v1;a 10.0.0.5 v1;+9000"
-        << "new a 10.0.0.5:80";
-    QTest::newRow("asked, answered")
-        << "a 10.0.0.5 v1;a 10.0.0.5 v1;a 10.0.0.5 http://10.0.0.5:81/;+9000"
-        << "ask a;new a 10.0.0.5:81";
-    QTest::newRow("asked, silent") << "a 10.0.0.5 n=A;+1499;+1"
-                                   << "ask a;new a 10.0.0.5:80 A";
-    QTest::newRow("asked, silent, one who speaks for others")
-        << "a 10.0.0.5 proxy;+1500;a 10.0.0.5 proxy"
-        << "ask a;ask a";
-    QTest::newRow("asked, gone, not counted as new")
-        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;bye a 10.0.0.5;+9000"
-        << "new a 10.0.0.5:80;gone a 10.0.0.5:80";
-    QTest::newRow("gone and back")
-        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;+1500;a 10.0.0.6 http://10.0.0.6/"
-        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;new a 10.0.0.6:80";
-    QTest::newRow("gone and back at once")
-        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.6 http://10.0.0.6/;+1499;+1"
-        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;ask a;new a 10.0.0.6:80";
-    QTest::newRow("gone, an older answer comes late")
-        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.5 http://10.0.0.5/ match;+1500"
-        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;ask a";
-    QTest::newRow("gone and back, an older answer comes late")
-        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.5 http://10.0.0.5:81/;a 10.0.0.5 "
-           "http://10.0.0.5/ match;+1500"
-        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;ask a;new a 10.0.0.5:81";
-    QTest::newRow("to and fro")
-        << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.5;a 10.0.0.5;bye a 10.0.0.5;a 10.0.0.5 "
-           "http://10.0.0.5/;bye a 10.0.0.5;+9000"
-        << "new a 10.0.0.5:80;gone a 10.0.0.5:80;ask a;ask a";
-    QTest::newRow("nobody from elsewhere") << "a 192.0.2.5 http://10.0.0.5/"
-                                           << "refused";
-    QTest::newRow("nobody else says Bye") << "a 10.0.0.5 http://10.0.0.5/;bye a 10.0.0.6"
-                                          << "new a 10.0.0.5:80;refused";
+    row("again and again is once", "a .5 http://.5/x v1;a .5 http://.5/x v1;a .5 v1;+9000",
+        "new a .5:80");
+    row("asked, answered", "a .5 v1;a .5 v1;a .5 http://.5:81/;+9000", "ask a;new a .5:81");
+    row("asked, silent", "a .5 n=A;+1499;+1", "ask a;new a .5:80 A");
+    row("asked, silent, one who speaks for others", "a .5 proxy;+1500;a .5 proxy", "ask a;ask a");
+    row("asked, gone, not counted as new", "a .5 http://.5/;bye a .5;bye a .5;+9000",
+        "new a .5:80;gone a .5:80");
+    row("gone and back", "a .5 http://.5/;bye a .5;+1500;a .6 http://.6/",
+        "new a .5:80;gone a .5:80;new a .6:80");
+    row("gone and back at once", "a .5 http://.5/;bye a .5;a .6 http://.6/;+1499;+1",
+        "new a .5:80;gone a .5:80;ask a;new a .6:80");
+    row("gone, an older answer comes late", "a .5 http://.5/;bye a .5;a .5 http://.5/ match;+1500",
+        "new a .5:80;gone a .5:80;ask a");
+    row("gone and back, an older answer comes late",
+        "a .5 http://.5/;bye a .5;a .5 http://.5:81/;a .5 http://.5/ match;+1500",
+        "new a .5:80;gone a .5:80;ask a;new a .5:81");
+    row("to and fro", "a .5 http://.5/;bye a .5;a .5;bye a .5;a .5 http://.5/;bye a .5;+9000",
+        "new a .5:80;gone a .5:80;ask a;ask a");
+    row("nobody from elsewhere", "a 192.0.2.5 http://.5/", "refused");
+    row("nobody else says Bye", "a .5 http://.5/;bye a .6", "new a .5:80;refused");
 }
 
-void addChanges()
+void addChanges(const tst::Scripts& row)
 {
-    QTest::newRow("another port, name, version")
-        << "a 10.0.0.5 http://10.0.0.5/ v1;+1500;a 10.0.0.5 https://10.0.0.5/ v1;+1500;a 10.0.0.5 "
-           "n=A;a 10.0.0.5 https://10.0.0.5/ v1"
-        << "new a 10.0.0.5:80;changed a 10.0.0.5:443;changed a 10.0.0.5:443 A";
-    QTest::newRow("changes in quick succession are one")
-        << "a 10.0.0.5 http://10.0.0.5/;a 10.0.0.5 http://10.0.0.5:81/;+500;a 10.0.0.5 "
-           "http://10.0.0.5:82/;+999;+1"
-        << "new a 10.0.0.5:80;ask a;changed a 10.0.0.5:82";
-    QTest::newRow("and none when it was only a moment")
-        << "a 10.0.0.5 http://10.0.0.5/;a 10.0.0.5 http://10.0.0.5:81/;a 10.0.0.5 "
-           "http://10.0.0.5/;+9000"
-        << "new a 10.0.0.5:80;ask a";
-    QTest::newRow("another version without an address is asked about")
-        << "a 10.0.0.5 http://10.0.0.5/ v1;+1500;a 10.0.0.5 v2;a 10.0.0.5 http://10.0.0.5:82/ "
-           "v2;+9000"
-        << "new a 10.0.0.5:80;changed a 10.0.0.5:80;ask a;changed a 10.0.0.5:82";
-    QTest::newRow("and stays where it was if it says no more")
-        << "a 10.0.0.5 http://10.0.0.5/ v1;+1500;a 10.0.0.5 v2;+9000"
-        << "new a 10.0.0.5:80;changed a 10.0.0.5:80;ask a";
-    QTest::newRow("moved, the old address is silent")
-        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.6 http://10.0.0.6/ v2;a 10.0.0.6 "
-           "http://10.0.0.6/ v2;+1500;bye a 10.0.0.5;bye a 10.0.0.6"
-        << "new a 10.0.0.5:80;ask a;changed a 10.0.0.6:80;refused;gone a 10.0.0.6:80";
-    QTest::newRow("two addresses, each answers with its own")
-        << "a 10.0.0.5 http://10.0.0.5/;a 10.9.0.5 http://10.9.0.5/;a 10.0.0.5 http://10.0.0.5/;+9000"
-        << "new a 10.0.0.5:80;ask a";
-    QTest::newRow("two addresses, told together")
-        << "a 10.0.0.5 http://10.0.0.5/ http://10.9.0.5/;a 10.9.0.5 http://10.9.0.5/ http://10.0.0.5/;+9000"
-        << "new a 10.0.0.5:80";
-    QTest::newRow("another one speaks in its name")
-        << "a 10.0.0.5 http://10.0.0.5/ v1;a 10.0.0.66 http://10.0.0.5:99/ v7 n=B;a 10.0.0.66 v8"
-        << "new a 10.0.0.5:80";
+    row("another port, name, version",
+        "a .5 http://.5/ v1;+1500;a .5 https://.5/ v1;+1500;a .5 n=A;a .5 https://.5/ v1",
+        "new a .5:80;changed a .5:443;changed a .5:443 A");
+    row("changes in quick succession are one",
+        "a .5 http://.5/;a .5 http://.5:81/;+500;a .5 http://.5:82/;+999;+1",
+        "new a .5:80;ask a;changed a .5:82");
+    row("and none when it was only a moment",
+        "a .5 http://.5/;a .5 http://.5:81/;a .5 http://.5/;+9000", "new a .5:80;ask a");
+    row("another version without an address is asked about",
+        "a .5 http://.5/ v1;+1500;a .5 v2;a .5 http://.5:82/ v2;+9000",
+        "new a .5:80;changed a .5:80;ask a;changed a .5:82");
+    row("and stays where it was if it says no more", "a .5 http://.5/ v1;+1500;a .5 v2;+9000",
+        "new a .5:80;changed a .5:80;ask a");
+    row("moved, the old address is silent",
+        "a .5 http://.5/ v1;a .6 http://.6/ v2;a .6 http://.6/ v2;+1500;bye a .5;bye a .6",
+        "new a .5:80;ask a;changed a .6:80;refused;gone a .6:80");
+    row("two addresses, each answers with its own",
+        "a .5 http://.5/;a 10.9.0.5 http://10.9.0.5/;a .5 http://.5/;+9000", "new a .5:80;ask a");
+    row("two addresses, told together",
+        "a .5 http://.5/ http://10.9.0.5/;a 10.9.0.5 http://10.9.0.5/ http://.5/;+9000",
+        "new a .5:80");
+    row("another one speaks in its name", "a .5 http://.5/ v1;a .66 http://.5:99/ v7 n=B;a .66 v8",
+        "new a .5:80");
 }
 
 } // namespace
@@ -272,34 +235,27 @@ void TestWsDiscovery::passesOverWhatIsNotSound()
 
 void TestWsDiscovery::choosesAPlace_data()
 {
-    QTest::addColumn<QString>("urls");
-    QTest::addColumn<QString>("place");
-    QTest::newRow("its own") << "http://10.0.0.7/a http://10.0.0.5/b"
-                             << "10.0.0.5 80 http://10.0.0.5/b";
-    QTest::newRow("IPv4 first") << "http://[fd00::5]/a http://10.0.0.5:8080/b"
-                                << "10.0.0.5 8080 http://10.0.0.5:8080/b";
-    QTest::newRow("another one of our networks") << "http://10.9.8.7/a"
-                                                 << "10.9.8.7 80 http://10.9.8.7/a";
-    QTest::newRow("secure") << "https://10.0.0.5/a"
-                            << "10.0.0.5 443 https://10.0.0.5/a ssl";
-    QTest::newRow("the device's order") << "https://10.0.0.5/a http://10.0.0.5/b"
-                                        << "10.0.0.5 443 https://10.0.0.5/a ssl";
-    QTest::newRow("IPv6 alone") << "http://[fd00::5]:81/a"
-                                << "fd00::5 81 http://[fd00::5]:81/a";
-    QTest::newRow("a name") << "http://gate.example:81/a"
-                            << "10.0.0.5 81 http://10.0.0.5:81/a";
-    QTest::newRow("somebody else's address") << "http://192.0.2.9:81/a http://203.0.113.1/"
-                                             << "10.0.0.5 81 http://10.0.0.5:81/a";
-    QTest::newRow("this machine") << "http://127.0.0.1:631/"
-                                  << "10.0.0.5 631 http://10.0.0.5:631/";
-    QTest::newRow("somebody else's, and its own") << "http://192.0.2.9/ https://10.0.0.5/"
-                                                  << "10.0.0.5 443 https://10.0.0.5/ ssl";
+    const tst::Rows<QString, QString> row("urls", "place");
+    row("its own", "http://10.0.0.7/a http://10.0.0.5/b", "10.0.0.5 80 http://10.0.0.5/b");
+    row("IPv4 first", "http://[fd00::5]/a http://10.0.0.5:8080/b",
+        "10.0.0.5 8080 http://10.0.0.5:8080/b");
+    row("another one of our networks", "http://10.9.8.7/a", "10.9.8.7 80 http://10.9.8.7/a");
+    row("secure", "https://10.0.0.5/a", "10.0.0.5 443 https://10.0.0.5/a ssl");
+    row("the device's order", "https://10.0.0.5/a http://10.0.0.5/b",
+        "10.0.0.5 443 https://10.0.0.5/a ssl");
+    row("IPv6 alone", "http://[fd00::5]:81/a", "fd00::5 81 http://[fd00::5]:81/a");
+    row("a name", "http://gate.example:81/a", "10.0.0.5 81 http://10.0.0.5:81/a");
+    row("somebody else's address", "http://192.0.2.9:81/a http://203.0.113.1/",
+        "10.0.0.5 81 http://10.0.0.5:81/a");
+    row("this machine", "http://127.0.0.1:631/", "10.0.0.5 631 http://10.0.0.5:631/");
+    row("somebody else's, and its own", "http://192.0.2.9/ https://10.0.0.5/",
+        "10.0.0.5 443 https://10.0.0.5/ ssl");
     for (const char* const url :
         { "", "ftp://10.0.0.5/", "http:///a", "10.0.0.5", "http://a:b@10.0.0.5/",
             "http://10.0.0.5:0/", "http://10.0.0.5:99999/", "http://10.0.0.5/\x01", "http://[::1" })
         QTest::addRow("none in '%s'", url) << url << "";
-    QTest::newRow("none in a long one")
-        << QStringLiteral("http://10.0.0.5/").leftJustified(513, QLatin1Char('a')) << "";
+    row("none in a long one",
+        QStringLiteral("http://10.0.0.5/").leftJustified(513, QLatin1Char('a')), "");
 }
 
 void TestWsDiscovery::choosesAPlace()
@@ -323,20 +279,14 @@ void TestWsDiscovery::choosesAPlace()
 
 void TestWsDiscovery::tellsWhatBecomesOfDevices_data()
 {
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<QString>("told");
-    addComings();
-    addChanges();
+    const tst::Scripts row("script", "told");
+    addComings(row);
+    addChanges(row);
 }
 
 void TestWsDiscovery::tellsWhatBecomesOfDevices()
 {
-    QFETCH(const QString, script);
-    QFETCH(const QString, told);
-    Player player;
-    for (const QString& step : script.split(QLatin1Char(';')))
-        player.play(step);
-    QCOMPARE(player.told.join(QLatin1Char(';')), told);
+    tst::playScript<Player>();
 }
 
 void TestWsDiscovery::keepsNoMoreThanItsBounds()

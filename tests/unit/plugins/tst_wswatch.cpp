@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 // Over the loopback interface, with a port of its own: nothing leaves this machine.
+#include "plugins/wsmessages.h"
 #include "scanners/wsdiscovery/wswatch_p.h"
 
 #include <QRegularExpression>
@@ -32,42 +33,26 @@ quint16 freePort()
     return socket.localPort();
 }
 
-QByteArray envelope(const QByteArray& header, const QByteArray& content)
+QByteArray at(const QByteArray& endpoint, const QByteArray& url)
 {
-    return "<s:Envelope xmlns:s='http://www.w3.org/2003/05/soap-envelope' "
-           "xmlns:a='http://schemas.xmlsoap.org/ws/2004/08/addressing' "
-           "xmlns='http://schemas.xmlsoap.org/ws/2005/04/discovery'><s:Header>"
-        + header + "</s:Header><s:Body>" + content + "</s:Body></s:Envelope>";
-}
-
-QByteArray device(const QByteArray& endpoint, const QByteArray& url)
-{
-    return "<a:EndpointReference><a:Address>" + endpoint + "</a:Address></a:EndpointReference>"
-        + (url.isEmpty() ? QByteArray() : "<XAddrs>" + url + "</XAddrs>");
+    return tst::device(endpoint, url.isEmpty() ? url : "<XAddrs>" + url + "</XAddrs>");
 }
 
 QByteArray announcement(
     const QByteArray& kind, const QByteArray& endpoint, const QByteArray& url = QByteArray())
 {
-    return envelope(QByteArray(), "<" + kind + ">" + device(endpoint, url) + "</" + kind + ">");
+    return tst::envelope("<" + kind + ">" + at(endpoint, url) + "</" + kind + ">");
 }
 
-QByteArray match(const QByteArray& kind, const QByteArray& id, const QByteArray& endpoint,
-    const QByteArray& url = QByteArray())
-{
-    return envelope("<a:RelatesTo>" + id + "</a:RelatesTo>",
-        "<" + kind + "Matches><" + kind + "Match>" + device(endpoint, url) + "</" + kind
-            + "Match></" + kind + "Matches>");
-}
-
-/** One message of several devices, each with its address. */
-QByteArray matches(const QByteArray& id, const QList<QByteArray>& endpoints)
+/** One message of several devices at the same place. */
+QByteArray match(const QByteArray& kind, const QByteArray& id, const QByteArrayList& endpoints,
+    const QByteArray& url = "http://127.0.0.2/")
 {
     QByteArray content;
     for (const QByteArray& endpoint : endpoints)
-        content += "<ProbeMatch>" + device(endpoint, "http://127.0.0.2/") + "</ProbeMatch>";
-    return envelope(
-        "<a:RelatesTo>" + id + "</a:RelatesTo>", "<ProbeMatches>" + content + "</ProbeMatches>");
+        content += "<" + kind + "Match>" + at(endpoint, url) + "</" + kind + "Match>";
+    return tst::envelope("<" + kind + "Matches>" + content + "</" + kind + "Matches>",
+        "<w:RelatesTo>" + id + "</w:RelatesTo>");
 }
 
 /** Somebody in the group, at an address of the loopback network. */
@@ -209,21 +194,21 @@ void TestWsWatch::findsThoseWhoAnswer()
 {
     m_peer->answer = [this](const QByteArray& id, const QString& question) {
         if (question == QLatin1String("dn:NetworkVideoTransmitter"))
-            m_peer->send(match("Probe", id, "urn:a", "http://127.0.0.2:8001/x"));
+            m_peer->send(match("Probe", id, { "urn:a" }, "http://127.0.0.2:8001/x"));
         else if (question == QLatin1String("wsdp:Device"))
-            m_peer->send(match("Probe", id, "urn:b"));
+            m_peer->send(match("Probe", id, { "urn:b" }, {}));
         else if (question == QLatin1String("urn:b"))
-            m_peer->send(match("Resolve", id, "urn:b", "http://127.0.0.2:8002/x"));
+            m_peer->send(match("Resolve", id, { "urn:b" }, "http://127.0.0.2:8002/x"));
     };
     m_watch->probe(0);
-    QTRY_COMPARE(m_told.size(), 2);
-    QCOMPARE(m_told.first(), QStringLiteral("0 urn:a 127.0.0.2:8001"));
-    QCOMPARE(m_told.last(), QStringLiteral("0 urn:b 127.0.0.2:8002"));
+    const QStringList both{ QStringLiteral("0 urn:a 127.0.0.2:8001"),
+        QStringLiteral("0 urn:b 127.0.0.2:8002") };
+    QTRY_COMPARE(m_told, both);
     QCOMPARE(m_watch->ignored(), 0);
 
     // What nobody asked for, or asked about somebody else, counts for nothing.
-    m_peer->send(match("Probe", "urn:uuid:1", "urn:c", "http://127.0.0.2/"));
-    m_peer->send(match("Resolve", m_peer->probe, "urn:c", "http://127.0.0.2/"));
+    m_peer->send(match("Probe", "urn:uuid:1", { "urn:c" }));
+    m_peer->send(match("Resolve", m_peer->probe, { "urn:c" }));
     m_peer->send(announcement("Hello", "urn:c", "http://127.0.0.2/"));
     QTRY_COMPARE(m_watch->ignored(), 3);
     QCOMPARE(m_told.size(), 2);
@@ -236,13 +221,11 @@ void TestWsWatch::listensToComingAndGoing()
     m_peer->announce(announcement("Hello", "urn:a", "http://127.0.0.2/"));
     QTRY_COMPARE(m_told, QStringList(QStringLiteral("0 urn:a 127.0.0.2:80")));
     m_peer->announce(announcement("Hello", "urn:a", "http://127.0.0.2:81/"));
-    QTRY_COMPARE(m_told.size(), 2);
-    QCOMPARE(m_told.last(), QStringLiteral("1 urn:a 127.0.0.2:81"));
+    QTRY_COMPARE(m_told.value(1), QStringLiteral("1 urn:a 127.0.0.2:81"));
     other.announce(announcement("Bye", "urn:a"));
     QTRY_COMPARE(m_watch->ignored(), 1);
     m_peer->announce(announcement("Bye", "urn:a"));
-    QTRY_COMPARE(m_told.size(), 3);
-    QCOMPARE(m_told.last(), QStringLiteral("2 urn:a 127.0.0.2:81"));
+    QTRY_COMPARE(m_told.value(2), QStringLiteral("2 urn:a 127.0.0.2:81"));
 }
 
 void TestWsWatch::leavesOtherEventsTheirTurn()
@@ -255,7 +238,7 @@ void TestWsWatch::leavesOtherEventsTheirTurn()
             QTimer::singleShot(0, this, [&] { before = int(m_told.size()); });
     });
     for (int i = 0; i < k_sent; ++i)
-        m_peer->send(match("Probe", m_peer->probe, QByteArray::number(i), "http://127.0.0.2/"));
+        m_peer->send(match("Probe", m_peer->probe, { QByteArray::number(i) }));
     QTRY_COMPARE(m_told.size(), k_sent);
     QVERIFY2(before > 0 && before < k_sent, qPrintable(QString::number(before)));
 }
@@ -266,7 +249,7 @@ void TestWsWatch::mayBeStoppedAndDeletedFromItsSignal()
     const auto connection =
         QObject::connect(m_watch.get(), &WsWatch::happened, this, [this] { m_watch->stop(); });
     for (const char* const endpoint : { "urn:a", "urn:b" })
-        m_peer->send(match("Probe", m_peer->probe, endpoint, "http://127.0.0.2/"));
+        m_peer->send(match("Probe", m_peer->probe, { endpoint }));
     QTRY_COMPARE(m_told.size(), 1);
     QCoreApplication::processEvents();
     QCOMPARE(m_told.size(), 1);
@@ -277,7 +260,7 @@ void TestWsWatch::mayBeStoppedAndDeletedFromItsSignal()
     ask();
     QObject::connect(m_watch.get(), &WsWatch::happened, this, [this] { m_watch.reset(); });
     for (const char* const endpoint : { "urn:a", "urn:b" })
-        m_peer->send(match("Probe", m_peer->probe, endpoint, "http://127.0.0.2/"));
+        m_peer->send(match("Probe", m_peer->probe, { endpoint }));
     QTRY_VERIFY(!m_watch);
     QCOMPARE(m_told.size(), 2);
 }
@@ -289,7 +272,7 @@ void TestWsWatch::mayBeStartedOverFromItsSignal()
     const auto connection = QObject::connect(m_watch.get(), &WsWatch::happened, this,
         [&] { isStarted = m_watch->start({ loopback().name() }); });
     // Both are to be told in one go.
-    m_peer->send(matches(m_peer->probe, { "urn:a", "urn:b" }));
+    m_peer->send(match("Probe", m_peer->probe, { "urn:a", "urn:b" }));
     QTRY_COMPARE(m_told, QStringList(QStringLiteral("0 urn:a 127.0.0.2:80")));
     QVERIFY(isStarted);
 
@@ -298,7 +281,7 @@ void TestWsWatch::mayBeStartedOverFromItsSignal()
     m_told.clear();
     m_peer->heard.clear();
     ask();
-    m_peer->send(matches(m_peer->probe, { "urn:b", "urn:a" }));
+    m_peer->send(match("Probe", m_peer->probe, { "urn:b", "urn:a" }));
     QTRY_COMPARE(m_told.size(), 2);
     QCOMPARE(m_told.first(), QStringLiteral("0 urn:b 127.0.0.2:80"));
 }

@@ -127,6 +127,23 @@ void WebDevice::leave(QTcpSocket* visitor) const
     }
 }
 
+tq::NodeHintIPDevice hintFor(const WebDevice& device)
+{
+    tq::NodeHintIPDevice hint;
+    hint.setHostAddress(device.serverAddress().toString());
+    hint.setPort(device.serverPort());
+    hint.setSsl(device.isSecure());
+    return hint;
+}
+
+tq::NodeHintIPDevice hintWithLogin(const WebDevice& device, const char* password)
+{
+    tq::NodeHintIPDevice hint = hintFor(device);
+    hint.setUser(QStringLiteral("root"));
+    hint.setPassword(QString::fromUtf8(password));
+    return hint;
+}
+
 quint16 closedPort()
 {
     QTcpServer server;

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "discovery/nodehintipdevice.h"
+
 #include <QHash>
 #include <QTcpServer>
 
@@ -70,6 +72,10 @@ private:
     int m_visits = 0;
     int m_open = 0;
 };
+
+/** Returns the hint of a person that entered the device, without and with a login. */
+tq::NodeHintIPDevice hintFor(const WebDevice& device);
+tq::NodeHintIPDevice hintWithLogin(const WebDevice& device, const char* password = "secret");
 
 /** Returns a port of 127.0.0.1 that nobody listens on. */
 quint16 closedPort();
