@@ -102,6 +102,18 @@ void TestDeviceHints::macsCountMoreThanSerialNumbersAndThoseMoreThanReferences()
     QCOMPARE(left.compare(right), DeviceIdentity::eSame);
     left.mac = MACAddress();
     QCOMPARE(left.compare(right), DeviceIdentity::eOther);
+    left.serialNumber = right.serialNumber = text("S2");
+    left.reference.clear();
+    left.model = text("Moorlight ML-60");
+    for (const auto& [model, match] : { std::pair(text("ml-60"), DeviceIdentity::eSame),
+             std::pair(text("Quay 7"), DeviceIdentity::eUnknown) }) {
+        right.model = model;
+        QCOMPARE(left.compare(right), match);
+    }
+    left.serialNumber = right.serialNumber = text("0000");
+    right.model = left.model;
+    QCOMPARE(left.compare(right), DeviceIdentity::eUnknown);
+    left.reference = right.reference;
     right.serialNumber.clear();
     QCOMPARE(left.compare(right), DeviceIdentity::eSame);
     right.reference.clear();
