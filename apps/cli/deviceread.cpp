@@ -101,6 +101,8 @@ Outcome readDevice(Invocation& call, const QString& id)
     if (!reader)
         return Outcome::refused(
             QStringLiteral("the driver of %1 cannot read devices").arg(quoted(id)));
+    if (call.session().isUndecided(id))
+        return Invocation::undecided(id);
     const Outcome outcome = DeviceRead(id).run(*reader);
     return outcome.isDone() && call.session().hasUnsavedChanges() ? call.save() : outcome;
 }

@@ -44,7 +44,8 @@ bool hasMoved(const QSet<QString>& heard, const QString& address, const QString&
 /** Whether a device was met in an environment where nothing had confirmed its address yet. */
 bool isUnconfirmed(const Node& node)
 {
-    return !node.boolProperty(QStringLiteral("AddressConfirmed"), true);
+    return callPlugin("boolProperty", false,
+        [&] { return !node.boolProperty(QStringLiteral("AddressConfirmed"), true); });
 }
 
 /** Whether a hint of a known device tells its MAC, or an id under which it announces itself, while
@@ -52,7 +53,8 @@ bool isUnconfirmed(const Node& node)
 bool tellsMore(const HintRecord& hint, const Node& node)
 {
     const bool isReference = !hint.serviceId.contains(QLatin1String("._"));
-    const bool lacksReference = isReference && node.hasProperty(text("EndpointReference"))
+    const auto keepsReferences = [&] { return node.hasProperty(text("EndpointReference")); };
+    const bool lacksReference = isReference && callPlugin("hasProperty", false, keepsReferences)
         && kept(node, "EndpointReference").isEmpty();
     return (!hint.mac.isEmpty() && kept(node, "MAC").isEmpty())
         || (!hint.serviceId.isEmpty() && (lacksReference || kept(node, "FullName").isEmpty()));
@@ -195,7 +197,7 @@ void DiscoveryWatch::confirm(const QString& id, const QString& address)
     if (!node || !isUnconfirmed(*node) || kept(*node, "IP") != address)
         return;
     if (Node* const copy = m_database.beginUpdateNode(id, 0)) {
-        copy->setStringProperty(text("IP"), address);
+        callPlugin("setStringProperty", [&] { copy->setStringProperty(text("IP"), address); });
         m_database.endUpdateNode(copy);
     }
 }

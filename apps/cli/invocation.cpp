@@ -112,9 +112,21 @@ Outcome Invocation::edit(const QString& id, const std::function<Outcome(Node&)>&
     if (!copy)
         return Outcome::refused(
             QStringLiteral("the node %1 is in use or cannot be copied").arg(quoted(id)));
-    const Outcome outcome = callNode(database(), *copy, [&] { return change(*copy); });
+    const bool isUndecided = session().isUndecided(id);
+    const Outcome outcome = callNode(database(), *copy, [&] {
+        const Outcome changed = change(*copy);
+        return changed.isDone() && isUndecided && !copy->shouldPersist() ? undecided(id) : changed;
+    });
     database().endUpdateNode(copy);
     return outcome;
+}
+
+Outcome Invocation::undecided(const QString& id)
+{
+    return Outcome::refused(
+        QStringLiteral("the node %1 does not say whether it should be stored, so "
+                       "no change of it is: set ShouldPersist=yes as well")
+            .arg(quoted(id)));
 }
 
 std::optional<int> Invocation::number(

@@ -77,9 +77,13 @@ public:
 
     /**
      * Lets `change` edit the node inside of one bracket, which closes whatever it returns: what it
-     * did up to a refusal stays. Refused when the node is in use or not there.
+     * did up to a refusal stays. Refused when the node is in use or not there, and when no save
+     * would store the change.
      */
     Outcome edit(const QString& id, const std::function<Outcome(Node&)>& change);
+
+    /** Refuses to change a node for which DatabaseSession::isUndecided() is true. */
+    static Outcome undecided(const QString& id);
 
     /** Returns the value of an option as a number; nothing, and a usage error, when it is none
      * within the bounds. */

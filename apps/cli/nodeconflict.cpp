@@ -8,6 +8,7 @@
 #include "nodestore/nodedb.h"
 
 #include "platform/macaddress.h"
+#include "platform/plugincall.h"
 
 namespace tq::cli {
 
@@ -41,10 +42,14 @@ QString conflictError(const NodeDB& database, const Node& node, const QStringLis
         const auto* const other = dynamic_cast<const IPDeviceNode*>(handle.get());
         if (!other || id == node.id())
             continue;
-        if (isMacNew && other->mac() == device->mac())
+        // A node that fails in this is in nobody's way.
+        const bool hasMac =
+            callPlugin("mac", false, [&] { return isMacNew && other->mac() == device->mac(); });
+        if (hasMac)
             return QStringLiteral("%1 has the MAC %2 already; --force sets it all the same")
                 .arg(quoted(id), device->mac().toString());
-        if (!address.isEmpty() && confirmedAddress(*other) == address)
+        const auto isThere = [&] { return confirmedAddress(*other) == address; };
+        if (!address.isEmpty() && callPlugin("address", false, isThere))
             return QStringLiteral("%1 is reached at %2 already; --force sets it all the same")
                 .arg(quoted(id), address);
     }

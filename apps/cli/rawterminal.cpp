@@ -32,8 +32,11 @@ RawTerminal::RawTerminal()
     action.sa_handler = restoreAndEnd;
     action.sa_flags = int(SA_RESETHAND);
     ::sigemptyset(&action.sa_mask);
-    for (std::size_t i = 0; i < k_signals.size(); ++i)
-        ::sigaction(k_signals[i], &action, &m_before[i]);
+    for (std::size_t i = 0; i < k_signals.size(); ++i) {
+        ::sigaction(k_signals[i], nullptr, &m_before[i]);
+        if (m_before[i].sa_handler != SIG_IGN)
+            ::sigaction(k_signals[i], &action, nullptr);
+    }
     termios raw = s_before;
     raw.c_lflag &= ~tcflag_t(ECHO | ICANON | ISIG);
     raw.c_cc[VMIN] = 1;

@@ -159,7 +159,6 @@ QString DatabaseSession::load()
         m_store->endReading();
     }
     m_hasChanges = false;
-    m_updated.clear();
     tellKept();
     if (isWhole && m_store->isUsable())
         return QString();
@@ -182,22 +181,6 @@ void DatabaseSession::tellKept() const
             "changes, until ShouldPersist is set to yes: ",
             undecided.mid(0, k_most).join(QStringLiteral(", ")),
             undecided.size() > k_most ? QStringLiteral(", …") : QString());
-}
-
-/** Returns which changes of nodes no save stores, since their entries stay as they are. */
-QString DatabaseSession::unstoredChanges() const
-{
-    QStringList ids;
-    for (const QString& id : m_kept.remaining(database()).undecided()) {
-        if (m_updated.contains(id))
-            ids.append(inQuotes(id));
-    }
-    return ids.isEmpty()
-        ? QString()
-        : tr(
-            "changes of nodes that do not say whether they should be stored (set ShouldPersist=yes "
-            "with them): %1")
-              .arg(ids.join(QStringLiteral(", ")));
 }
 
 /** Goes back to what is durable in the store, or was in memory before the save. */
@@ -237,12 +220,11 @@ QString DatabaseSession::save()
         });
         database().save(&target, false);
         if (target.isSynced()) {
-            const QString left = earlier.isEmpty()
-                ? unstoredChanges()
-                : tr("nodes that could not be written: ") + earlier.text();
-            m_hasChanges = !left.isEmpty();
-            return left.isEmpty() ? QString()
-                                  : tr("the store %1 was saved, but for %2").arg(where, left);
+            m_hasChanges = !earlier.isEmpty();
+            return earlier.isEmpty()
+                ? QString()
+                : tr("the store %1 was saved, but for nodes that could not be written: %2")
+                      .arg(where, earlier.text());
         }
         const QString reason = m_store->errorString();
         if (target.failed().isEmpty())
@@ -263,6 +245,11 @@ bool DatabaseSession::hasUnsavedChanges() const
     return m_hasChanges || database().isModified();
 }
 
+bool DatabaseSession::isUndecided(const NodeID& id) const
+{
+    return m_kept.remaining(database()).undecided().contains(id);
+}
+
 QList<ENodeRelationType> DatabaseSession::relationTypes() const
 {
     QList<ENodeRelationType> result;
@@ -280,8 +267,6 @@ QString DatabaseSession::location() const
 void DatabaseSession::watchSettings()
 {
     NodeDB* const db = NodeDB::getDB();
-    QObject::connect(
-        db, &NodeDB::nodeUpdated, this, [this](const NodeID& id) { m_updated.insert(id); });
     for (const auto signal : { &NodeDB::environmentsChanged, &NodeDB::activeEnvironmentChanged,
              &NodeDB::globalPathChanged, &NodeDB::globalAuthenticationChanged })
         QObject::connect(db, signal, this, &DatabaseSession::markChanged);

@@ -75,6 +75,10 @@ public:
     /** Notes a change of a setting that the database does not announce. */
     void markChanged() { m_hasChanges = true; }
 
+    /** Returns whether no save stores changes of that node: its stored entry does not say whether
+     * it should be stored, and stays until the node itself says yes. */
+    bool isUndecided(const NodeID& id) const;
+
     /** Returns the types of relation that the database has or had in this session, ascending. */
     QList<ENodeRelationType> relationTypes() const;
 
@@ -85,7 +89,6 @@ private:
     QString prepare(const QString& store, OpenMode mode);
     QString load();
     void tellKept() const;
-    QString unstoredChanges() const;
     QString reopen(const StoreNode& inMemory);
     void watchSettings();
 
@@ -96,7 +99,6 @@ private:
     KeptEntries m_kept;
     QSet<int> m_relationTypes;
     bool m_isLoading = false;
-    QSet<NodeID> m_updated; ///< since the load
     bool m_hasChanges = false; ///< beside those that the database knows of
 };
 

@@ -118,14 +118,15 @@ bool mayBeMet(const IPDeviceNode& known, const IPDeviceNode& met)
     return !isAddressConfirmed(known) || isSameHost(known.hostAddress(), met.hostAddress());
 }
 
-/** Gives the node of a device that was met, and made `met`, its place in this environment. */
-void bring(const NodeID& id, const NodeHint& hint, const IPDeviceNode& met)
+/** Gives the node of a device that was met, and made `met`, its place in this environment. Returns
+ * false when it is being edited. */
+bool bring(const NodeID& id, const NodeHint& hint, const IPDeviceNode& met)
 {
     NodeDB* const db = NodeDB::getDB();
     Node* const copy = db->beginUpdateNode(id, 0);
     if (!copy) {
         logLine(Log::eSurvived, "A device was met again while its node is edited: ", id);
-        return;
+        return false;
     }
     auto& node = static_cast<IPDeviceNode&>(*copy);
     takeOver(node, hint);
@@ -136,6 +137,7 @@ void bring(const NodeID& id, const NodeHint& hint, const IPDeviceNode& met)
     node.setSsl(met.ssl());
     takeEnteredLogin(node, hint);
     db->endUpdateNode(copy);
+    return true;
 }
 
 } // namespace
@@ -248,10 +250,8 @@ NodeID insertDevice(std::unique_ptr<IPDeviceNode> node, const NodeHint& hint)
     }
     const NodeID same = nodeOf(identityOf(*node));
     if (const tqm::smart<const IPDeviceNode> other = db->node(same); !other.null()) {
-        if (mayBeMet(*other, *node)) {
-            bring(same, hint, *node);
-            return same;
-        }
+        if (mayBeMet(*other, *node))
+            return bring(same, hint, *node) ? same : NodeID();
         // It may be that device met at a second address, or lie.
         if (!node->mac().isEmpty() && other->mac() == node->mac()) {
             logLine(Log::eSurvived,

@@ -29,9 +29,11 @@ bool isProper(const QString& serialNumber)
         && serialNumber.count(serialNumber.left(1)) < serialNumber.size();
 }
 
-/** Whether both can be one model, with or without the maker's name. */
-bool mayBeSameModel(const QString& left, const QString& right)
+/** Whether both are known and one model, with or without the maker's name. */
+bool isSameModel(const QString& left, const QString& right)
 {
+    if (left.isEmpty() || right.isEmpty())
+        return false;
     return left.contains(right, Qt::CaseInsensitive) || right.contains(left, Qt::CaseInsensitive);
 }
 
@@ -51,15 +53,16 @@ DeviceIdentity::EMatch DeviceIdentity::compare(const DeviceIdentity& other) cons
 {
     if (!mac.isEmpty() && !other.mac.isEmpty())
         return judge(mac == other.mac);
-    if (isProper(serialNumber) && isProper(other.serialNumber)) {
-        if (serialNumber.compare(other.serialNumber, Qt::CaseInsensitive) != 0)
-            return eOther;
-        if (mayBeSameModel(model, other.model))
-            return eSame;
-    }
+    EMatch byReference = eUnknown;
     if (!reference.isEmpty() && !other.reference.isEmpty())
-        return judge(plainReference(reference) == plainReference(other.reference));
-    return eUnknown;
+        byReference = judge(plainReference(reference) == plainReference(other.reference));
+    if (!isProper(serialNumber) || !isProper(other.serialNumber))
+        return byReference;
+    if (serialNumber.compare(other.serialNumber, Qt::CaseInsensitive) != 0)
+        return eOther;
+    if (byReference == eOther)
+        return eUnknown;
+    return isSameModel(model, other.model) ? eSame : byReference;
 }
 
 DeviceIdentity identityOf(const IPDeviceNode& node)

@@ -19,8 +19,8 @@ struct DeviceIdentity
 
     /**
      * Compares the MACs where both are known, else the serial numbers, else the references. Makers
-     * number their devices each for itself: equal serial numbers of different models say nothing,
-     * nor do such as "0000" or "unknown".
+     * number their devices each for itself, and some all alike: equal serial numbers count only for
+     * one model that is known, and not against the references; "0000" or "unknown" say nothing.
      */
     EMatch compare(const DeviceIdentity& other) const;
 

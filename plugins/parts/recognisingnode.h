@@ -56,7 +56,7 @@ public:
     bool updateField(const tqgen::BaseProperty& property) override
     {
         const bool isTaken = Base::updateField(property);
-        if (property.name() == QLatin1String("IP"))
+        if (isTaken && property.name() == QLatin1String("IP"))
             confirmAddress();
         return isTaken;
     }

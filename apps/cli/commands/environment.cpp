@@ -151,9 +151,12 @@ Outcome remove(Invocation& call)
         return Outcome::refused(QStringLiteral("the environment %1 is the active one")
                                     .arg(quoted(call.arguments().first())));
     call.database().environments()->remove(id);
-    call.output().addItem({ { QStringLiteral("ID"), id } });
-    call.output().print(QStringLiteral("removed: ") + id);
-    return call.save();
+    const Outcome saved = call.save();
+    if (saved.isDone()) {
+        call.output().addItem({ { QStringLiteral("ID"), id } });
+        call.output().print(QStringLiteral("removed: ") + id);
+    }
+    return saved;
 }
 
 Outcome use(Invocation& call)

@@ -127,8 +127,9 @@ void DeviceReads::end(const NodeID& id, const OnvifClient* client)
     if (!self)
         return;
     read.client->deleteLater();
-    startWaiting();
-    if (read.step == eTellingAnybody || m_reads.contains(id))
+    const bool goesOn = m_reads.contains(id);
+    startWaiting(); // perhaps with this very node
+    if (read.step == eTellingAnybody || goesOn)
         return;
     if (!error.isEmpty())
         logLine(Log::eSurvived, "Camera not read: ", id, ": ", error);

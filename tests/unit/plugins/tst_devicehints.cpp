@@ -110,8 +110,12 @@ void TestDeviceHints::macsCountMoreThanSerialNumbersAndThoseMoreThanReferences()
         right.model = model;
         QCOMPARE(left.compare(right), match);
     }
-    left.serialNumber = right.serialNumber = text("0000");
     right.model = left.model;
+    right.reference = text("urn:uuid:2");
+    left.reference = text("urn:uuid:1");
+    QCOMPARE(left.compare(right), DeviceIdentity::eUnknown); // their maker numbers them alike
+    left.reference.clear();
+    left.serialNumber = right.serialNumber = text("0000");
     QCOMPARE(left.compare(right), DeviceIdentity::eUnknown);
     left.reference = right.reference;
     right.serialNumber.clear();
@@ -144,6 +148,7 @@ void TestDeviceHints::atAnotherSiteOnlyWhatTheDeviceSaysCounts()
     takeOver(node, probed("10.0.0.1", "urn:uuid:1"));
     node.setMac(MACAddress(k_mac));
     node.serial = text("S1");
+    node.setModelInfo(text("Moorlight ML-60"));
     NodeHintIPDevice entered;
     entered.setHostAddress(text("10.0.0.1"));
     const NodeHintFromARP seen(text("10.0.0.1"), MACAddress(told));
@@ -151,6 +156,7 @@ void TestDeviceHints::atAnotherSiteOnlyWhatTheDeviceSaysCounts()
     const NodeHintIPDevice match = probed("10.0.0.1", told.toUtf8().constData());
     SServiceInfo record = serviceRecord(text("10.0.0.1"));
     record.serialNumber = told;
+    record.model = text("ML-60");
     const NodeHintFromBonjour numbered(record);
     const QList<const NodeHint*> hints{ &seen, &announced, &match, &entered, &numbered };
     const NodeHint& hint = *hints[kind];
