@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <optional>
 #include <sys/mman.h>
 
 namespace tq {
@@ -23,6 +22,7 @@ constexpr char k_anyVersion[] = "; nodedb store, version ";
 constexpr char k_firstLine[] = "; nodedb store, version 1\n";
 constexpr char k_lastLine[] = "; end of store\n";
 constexpr int k_maxFindings = 20;
+constexpr int k_noArray = -1;
 const QString k_size = QStringLiteral("size");
 /** Stands in an array's last entry when that holds nothing; no stored name is spelled so. */
 const QString k_emptyEntry = QStringLiteral("%empty");
@@ -106,26 +106,26 @@ private:
 
     QString plain(const QString& name) const { return m_isOurs ? loadedName(name) : name; }
 
-    /** Returns the size of the array that has the name of a group; nothing when there is none. */
-    std::optional<int> sizeOfArray(const StoreNode& group, const QString& path)
+    /** Returns the size of the array that has the name of a group; k_noArray when there is none. */
+    int sizeOfArray(const StoreNode& group, const QString& path)
     {
         const int last = lastEntry(group);
         const auto stored = group.values.find(k_size);
         if (stored == group.values.end()) {
             if (m_isOurs && last > 0)
                 note(path, QStringLiteral("an array without a size"));
-            return std::nullopt;
+            return k_noArray;
         }
         bool isNumber = false;
         const int size = stored->second.toInt(&isNumber);
         // An empty array has nothing but its size; what has more may be a group with such a value.
         if (last == 0 && !m_isOurs)
             return isNumber && size == 0 && group.values.size() == 1 && group.groups.empty()
-                ? std::optional(0)
-                : std::nullopt;
+                ? 0
+                : k_noArray;
         if (!isNumber || size < 0) {
             note(path, QStringLiteral("the size %1").arg(stored->second.toString().left(100)));
-            return std::nullopt;
+            return k_noArray;
         }
         if (size == last)
             return last;
@@ -140,9 +140,9 @@ private:
     /** Returns a group without what belongs to the array of its name; that goes into `array`. */
     StoreNode withArrays(StoreNode& group, const QString& path, StoreArray* array)
     {
-        const std::optional<int> size = array ? sizeOfArray(group, path) : std::nullopt;
-        if (size) {
-            array->size = *size;
+        const int size = array ? sizeOfArray(group, path) : k_noArray;
+        if (size != k_noArray) {
+            array->size = size;
             group.values.erase(k_size);
         }
         if (m_isOurs)
@@ -152,7 +152,7 @@ private:
             result.values[plain(key)] = std::move(value);
         for (auto& [name, child] : group.groups) {
             const QString below = path.isEmpty() ? name : path + QLatin1Char('/') + name;
-            const int number = size.value_or(0) > 0 ? entryNumber(name) : 0;
+            const int number = size > 0 ? entryNumber(name) : 0;
             if (number == 0)
                 placeChild(result, plain(name), below, child);
             else if (number <= array->size)

@@ -13,6 +13,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace tst {
 
 namespace {
@@ -20,18 +22,13 @@ namespace {
 constexpr int k_firstAddress = 100;
 constexpr int k_lastAddress = 250;
 constexpr quint16 k_port = 3702;
-const QHostAddress k_group(QStringLiteral("239.255.255.250"));
-const QHostAddress k_near(QStringLiteral("10.77.0.1"));
-const QString k_link = QStringLiteral("foe");
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
+const QHostAddress k_group(u"239.255.255.250"_s);
+const QHostAddress k_near(u"10.77.0.1"_s);
+const QString k_link = u"foe"_s;
 
 QString addressOf(int number)
 {
-    return text("10.77.0.%1").arg(number);
+    return u"10.77.0.%1"_s.arg(number);
 }
 
 /** Returns the process that listens on the lab's control socket, 0 for none: it lives on the
@@ -80,29 +77,29 @@ QString Attacker::join()
     m_process = processOfDevices();
     const Visit visit(m_process);
     if (!visit.isThere())
-        return text("the devices' network namespace cannot be entered");
+        return u"the devices' network namespace cannot be entered"_s;
     const QString refusal = addLinks();
     if (!refusal.isEmpty())
-        return text("the devices' side takes no more interfaces: ") + refusal;
-    return openSockets() ? QString() : text("no sockets on the devices' side");
+        return u"the devices' side takes no more interfaces: "_s + refusal;
+    return openSockets() ? QString() : u"no sockets on the devices' side"_s;
 }
 
 QStringList Attacker::enter() const
 {
-    return { text("nsenter"), text("--net=/proc/%1/ns/net").arg(m_process) };
+    return { u"nsenter"_s, u"--net=/proc/%1/ns/net"_s.arg(m_process) };
 }
 
 QString Attacker::addLinks() const
 {
-    QStringList lines{ text("link add foe link far type macvlan mode bridge"),
-        text("link add foe-names link far type macvlan mode bridge"),
-        text("addr add 10.77.0.251/24 brd + dev foe-names") };
+    QStringList lines{ u"link add foe link far type macvlan mode bridge"_s,
+        u"link add foe-names link far type macvlan mode bridge"_s,
+        u"addr add 10.77.0.251/24 brd + dev foe-names"_s };
     for (int number = k_firstAddress; number <= k_lastAddress; ++number)
-        lines += text("addr add %1/24 brd + dev foe").arg(addressOf(number));
-    lines += { text("link set foe up"), text("link set foe-names up") };
+        lines += u"addr add %1/24 brd + dev foe"_s.arg(addressOf(number));
+    lines += { u"link set foe up"_s, u"link set foe-names up"_s };
     QProcess ip;
-    ip.start(text("ip"), { text("-batch"), text("-") });
-    ip.write(lines.join(QLatin1Char('\n')).toUtf8() + '\n');
+    ip.start(u"ip"_s, { u"-batch"_s, u"-"_s });
+    ip.write(lines.join(u'\n').toUtf8() + '\n');
     ip.closeWriteChannel();
     const bool isDone = ip.waitForFinished() && ip.exitCode() == 0;
     return isDone ? QString() : ip.errorString() + QString::fromUtf8(ip.readAllStandardError());
@@ -124,7 +121,7 @@ bool Attacker::openSockets()
 
 bool Attacker::hasHeardProbe()
 {
-    static const QRegularExpression id(text("MessageID>([^<]+)<.*:Probe>"));
+    static const QRegularExpression id(u"MessageID>([^<]+)<.*:Probe>"_s);
     while (m_victim == 0 && m_ear->hasPendingDatagrams()) {
         const QNetworkDatagram datagram = m_ear->receiveDatagram();
         const auto found = id.match(QString::fromUtf8(datagram.data()));

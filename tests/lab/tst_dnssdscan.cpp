@@ -97,8 +97,10 @@ private slots:
     void stopIsTheEnd();
 
 private:
-    /** Publishes on the other side. Returns its number; -1 when it does not run: see said(). */
+    /** Publishes on the other side. Returns its number; fails when it does not run. */
     int publish(const char* name, const char* type, quint16 port, const QStringList& texts = {});
+    /** Withdraws what was published and waits until so much was told in all. */
+    void withdrawAll(const Follower& follower, qsizetype told);
     QByteArray said() const { return (m_near->said() + m_far->said()).toUtf8(); }
 
     tst::SecondNetwork m_network;
@@ -109,7 +111,16 @@ private:
 int TestDnsSdScan::publish(
     const char* name, const char* type, quint16 port, const QStringList& texts)
 {
-    return m_far->publish(text(name), text(type), port, texts);
+    const int number = m_far->publish(text(name), text(type), port, texts);
+    if (number < 0)
+        QTest::qFail(said().constData(), __FILE__, __LINE__);
+    return number;
+}
+
+void TestDnsSdScan::withdrawAll(const Follower& follower, qsizetype told)
+{
+    m_far->withdrawAll();
+    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), told, k_patience);
 }
 
 void TestDnsSdScan::initTestCase()
@@ -161,14 +172,12 @@ void TestDnsSdScan::waitsForTheBusAndTheDaemon()
     QTRY_COMPARE_WITH_TIMEOUT(complaints(), 1, k_patience);
     QVERIFY(follower.scanner().isRunning());
     QVERIFY2(m_near->startBus(), said().constData());
-    const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
-    QVERIFY2(gate >= 0, said().constData());
+    publish("Harbour gate", "_rtsp._tcp", 554);
     QVERIFY2(m_near->startDaemon(), said().constData());
     QTRY_COMPARE_WITH_TIMEOUT(follower.told, QStringList(text("new Harbour gate")), k_patience);
     QCOMPARE(complaints(), 1);
     QCOMPARE(log.linesWith(text("has found the Avahi daemon")).size(), 1);
-    m_far->withdraw(gate);
-    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
+    withdrawAll(follower, 2);
     QCOMPARE(follower.told.last(), text("gone Harbour gate"));
     QCOMPARE(int(follower.hints.last().isAvailable), 0);
 }
@@ -176,39 +185,30 @@ void TestDnsSdScan::waitsForTheBusAndTheDaemon()
 void TestDnsSdScan::fillsTheRecord()
 {
     Follower follower;
-    const int store = publish("Records", "_smb._tcp", 445);
-    const int page = publish("Harbour gate", "_https._tcp", 4443,
+    publish("Records", "_smb._tcp", 445);
+    publish("Harbour gate", "_https._tcp", 4443,
         { text("Model=G2"), text("serial=77-1"), text("mac=02:77:0a:4d:00:0b"), text("path=/live"),
             text("ready") });
-    QVERIFY2(store >= 0 && page >= 0, said().constData());
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
     const SServiceInfo info = follower.last(text("Harbour gate"));
-    QCOMPARE(info.serviceType, text("_https._tcp"));
-    QCOMPARE(info.domain, text("local"));
-    QCOMPARE(info.hostName, text("there.local"));
-    QCOMPARE(info.fullName, text("Harbour\\032gate._https._tcp.local"));
+    const QStringList texts{ info.serviceType, info.domain, info.hostName, info.fullName,
+        info.model, info.serialNumber, info.mac.toString(), info.path };
+    QCOMPARE(texts.join(QLatin1Char(' ')),
+        text("_https._tcp local there.local Harbour\\032gate._https._tcp.local G2 77-1 "
+             "02:77:0a:4d:00:0b /live"));
     QVERIFY2(info.address.startsWith(text("10.78.")), qPrintable(info.address));
-    QCOMPARE(int(info.ipVersion), 4);
     QVERIFY(info.interfaceIndex > 0);
-    QCOMPARE(int(info.port), 4443);
-    QCOMPARE(int(info.ssl), 1);
-    QCOMPARE(info.model, text("G2"));
-    QCOMPARE(info.serialNumber, text("77-1"));
-    QCOMPARE(info.mac, MACAddress(text("02:77:0a:4d:00:0b")));
-    QCOMPARE(info.path, text("/live"));
-    QCOMPARE(info.texts.size(), 5);
+    QCOMPARE(QList<qsizetype>({ info.ipVersion, info.port, info.ssl, info.texts.size() }),
+        QList<qsizetype>({ 4, 4443, 1, 5 }));
     QCOMPARE(follower.hints.last().nodeType(), eAnyNodeType);
     QCOMPARE(follower.hints.first().nodeType(), eNetworkStorageNode);
-    m_far->withdraw(store);
-    m_far->withdraw(page);
-    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 4, k_patience);
+    withdrawAll(follower, 4);
 }
 
 void TestDnsSdScan::theFamiliesAreOneHint()
 {
     Follower follower;
     const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
-    QVERIFY2(gate >= 0, said().constData());
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 1, k_patience);
     QVERIFY(m_network.run(text("ip -4 addr flush dev here0 && ip -4 addr flush dev here1"),
         tst::SecondNetwork::eHere));
@@ -226,35 +226,29 @@ void TestDnsSdScan::theFamiliesAreOneHint()
 void TestDnsSdScan::tellsChangesOnce()
 {
     Follower follower;
-    QVERIFY2(
-        publish("Harbour gate", "_rtsp._tcp", 554, { text("model=G1") }) >= 0, said().constData());
+    publish("Harbour gate", "_rtsp._tcp", 554, { text("model=G1") });
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 1, k_patience);
     // As a device that was switched off: without a goodbye.
     m_far->killDaemon();
     QVERIFY2(m_far->startDaemon(), said().constData());
-    const int gate = publish("Harbour gate", "_rtsp._tcp", 8554, { text("model=G2") });
-    QVERIFY2(gate >= 0, said().constData());
+    publish("Harbour gate", "_rtsp._tcp", 8554, { text("model=G2") });
     QTRY_VERIFY_WITH_TIMEOUT(follower.told.size() > 1, k_patience);
-    const int fence = publish("Fence", "_rtsp._tcp", 554);
-    QVERIFY2(fence >= 0, said().constData());
+    publish("Fence", "_rtsp._tcp", 554);
     QTRY_VERIFY_WITH_TIMEOUT(follower.told.contains(text("new Fence")), k_patience);
     QCOMPARE(follower.told,
         (QStringList{ text("new Harbour gate"), text("changed Harbour gate"), text("new Fence") }));
     QCOMPARE(int(follower.last(text("Harbour gate")).port), 8554);
     QCOMPARE(follower.last(text("Harbour gate")).model, text("G2"));
-    m_far->withdraw(gate);
-    m_far->withdraw(fence);
-    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 5, k_patience);
+    withdrawAll(follower, 5);
 }
 
 void TestDnsSdScan::aRestartOfTheDaemonLosesNothing()
 {
     const tst::LogCapture log;
     Follower follower;
-    const int stays = publish("Stays", "_rtsp._tcp", 554, { text("model=S") });
+    publish("Stays", "_rtsp._tcp", 554, { text("model=S") });
     const int moves = publish("Moves", "_rtsp._tcp", 554);
     const int leaves = publish("Leaves", "_smb._tcp", 445);
-    QVERIFY2(stays >= 0 && moves >= 0 && leaves >= 0, said().constData());
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 3, k_patience);
     follower.told.clear();
     m_near->killDaemon();
@@ -262,36 +256,29 @@ void TestDnsSdScan::aRestartOfTheDaemonLosesNothing()
         log.linesWith(text("waits for the Avahi daemon")).size(), 1, k_patience);
     m_far->withdraw(leaves);
     m_far->withdraw(moves);
-    const int moved = publish("Moves", "_rtsp._tcp", 8554);
-    QVERIFY2(moved >= 0, said().constData());
+    publish("Moves", "_rtsp._tcp", 8554);
     QVERIFY2(m_near->startDaemon(), said().constData());
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
     QCOMPARE(follower.told, (QStringList{ text("changed Moves"), text("gone Leaves") }));
-    m_far->withdraw(stays);
-    m_far->withdraw(moved);
-    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 4, k_patience);
+    withdrawAll(follower, 4);
 }
 
 void TestDnsSdScan::survivesTheEndOfTheBus()
 {
     const tst::LogCapture log;
     Follower follower;
-    const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
-    QVERIFY2(gate >= 0, said().constData());
+    publish("Harbour gate", "_rtsp._tcp", 554);
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 1, k_patience);
     m_near->killBus();
     m_near->killDaemon();
     QTRY_COMPARE_WITH_TIMEOUT(
         log.linesWith(text("waits for the Avahi daemon")).size(), 1, k_patience);
     QVERIFY2(m_near->startBus() && m_near->startDaemon(), said().constData());
-    const int wall = publish("Harbour wall", "_rtsp._tcp", 554);
-    QVERIFY2(wall >= 0, said().constData());
+    publish("Harbour wall", "_rtsp._tcp", 554);
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
     QCOMPARE(follower.told.last(), text("new Harbour wall"));
     QCOMPARE(log.linesWith(text("2 ")).size(), 1);
-    m_far->withdraw(gate);
-    m_far->withdraw(wall);
-    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 4, k_patience);
+    withdrawAll(follower, 4);
 }
 
 void TestDnsSdScan::namesMayHoldAnything()
@@ -300,12 +287,10 @@ void TestDnsSdScan::namesMayHoldAnything()
     const QStringList names{ text("a\nb\x1b[31m\x07"), text("dots. and \\ and \""),
         QString(63, QLatin1Char('x')), text("\xe2\x80\xae\xc3\xa4\xf0\x9f\x8e\xa5") };
     Follower follower;
-    QList<int> numbers;
     QStringList told;
     for (const QString& name : names) {
-        numbers.append(publish(name.toUtf8().constData(), "_rtsp._tcp", 554,
-            QStringList(5, QString(200, QLatin1Char('t')))));
-        QVERIFY2(numbers.last() >= 0, said().constData());
+        publish(name.toUtf8().constData(), "_rtsp._tcp", 554,
+            QStringList(5, QString(200, QLatin1Char('t'))));
         told.append(text("new ") + name);
     }
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), names.size(), k_patience);
@@ -317,9 +302,7 @@ void TestDnsSdScan::namesMayHoldAnything()
     QCOMPARE(follower.last(names.first()).texts.size(), 5);
     for (const QString& line : log.lines())
         QVERIFY2(line == escapedForLog(line), qPrintable(line));
-    for (const int number : std::as_const(numbers))
-        m_far->withdraw(number);
-    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2 * names.size(), k_patience);
+    withdrawAll(follower, 2 * names.size());
 }
 
 void TestDnsSdScan::typesComeFromTheOptionToo()
@@ -327,15 +310,12 @@ void TestDnsSdScan::typesComeFromTheOptionToo()
     Loader::instance().setOption(
         text("dnssd/serviceTypes"), text("_boxes._tcp=storage,_rtsp._tcp=unknown"));
     Follower follower;
-    const int box = publish("Box", "_boxes._tcp", 99);
-    const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
-    QVERIFY2(box >= 0 && gate >= 0, said().constData());
+    publish("Box", "_boxes._tcp", 99);
+    publish("Harbour gate", "_rtsp._tcp", 554);
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
     QCOMPARE(follower.last(text("Box")).serviceKind, 2);
     QCOMPARE(follower.last(text("Harbour gate")).serviceKind, 0);
-    m_far->withdraw(box);
-    m_far->withdraw(gate);
-    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 4, k_patience);
+    withdrawAll(follower, 4);
 }
 
 void TestDnsSdScan::manyServicesTakeTurns()
@@ -355,16 +335,14 @@ void TestDnsSdScan::manyServicesTakeTurns()
 void TestDnsSdScan::stopIsTheEnd()
 {
     Follower follower;
-    const int gate = publish("Harbour gate", "_rtsp._tcp", 554);
-    QVERIFY2(gate >= 0, said().constData());
+    publish("Harbour gate", "_rtsp._tcp", 554);
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 1, k_patience);
     follower.scanner().stop();
     QVERIFY(!follower.scanner().isRunning());
     follower.scanner().start(0, 0);
     QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 2, k_patience);
     QCOMPARE(follower.told.last(), text("new Harbour gate"));
-    m_far->withdraw(gate);
-    QTRY_COMPARE_WITH_TIMEOUT(follower.told.size(), 3, k_patience);
+    withdrawAll(follower, 3);
 }
 
 QTEST_GUILESS_MAIN(TestDnsSdScan)

@@ -12,6 +12,7 @@
 #include <QSet>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace tq;
 
 namespace {
@@ -20,13 +21,13 @@ constexpr int k_patience = 30000; ///< ms
 
 // The responder has a network of its own, whose other end is here.
 const QString k_peerCommand =
-    QStringLiteral("ip link add far78 type veth peer name near78 netns 1 && ip link set lo up && "
-                   "ip addr add 10.78.0.2/24 dev far78 && ip link set far78 up && "
-                   "exec wsdd --interface far78 --ipv4only --hostname SHELF --verbose");
+    u"ip link add far78 type veth peer name near78 netns 1 && ip link set lo up && "
+    "ip addr add 10.78.0.2/24 dev far78 && ip link set far78 up && "
+    "exec wsdd --interface far78 --ipv4only --hostname SHELF --verbose"_s;
 
 bool runIp(const QString& arguments)
 {
-    return QProcess::execute(QStringLiteral("ip"), arguments.split(QLatin1Char(' '))) == 0;
+    return QProcess::execute(u"ip"_s, arguments.split(u' ')) == 0;
 }
 
 /** Asks the network of that interface where a device is; returns what it answers. */
@@ -107,29 +108,28 @@ void TestLabWsDiscovery::take(const char* event, const NodeHint& hint)
     QCOMPARE(device.nodeType(), eAnyNodeType);
     QVERIFY(!device.ssl());
     m_endpoint = device.secondText();
-    m_told.append(QStringLiteral("%1 %2:%3 %4 %5")
-                      .arg(QLatin1String(event), device.hostAddress(),
-                          QString::number(device.port()), device.name(), device.thirdText()));
+    m_told.append(u"%1 %2:%3 %4 %5"_s.arg(QLatin1String(event), device.hostAddress(),
+        QString::number(device.port()), device.name(), device.thirdText()));
 }
 
 void TestLabWsDiscovery::followsTheCamera()
 {
     const QString known =
-        QStringLiteral("10.77.0.11:8080 Harbour gate http://10.77.0.11:8080/onvif/device_service");
+        u"10.77.0.11:8080 Harbour gate http://10.77.0.11:8080/onvif/device_service"_s;
     const QString moved =
-        QStringLiteral("10.77.0.99:8080 Harbour gate http://10.77.0.99:8080/onvif/device_service");
-    QTRY_COMPARE_WITH_TIMEOUT(m_told, QStringList(QStringLiteral("new ") + known), k_patience);
+        u"10.77.0.99:8080 Harbour gate http://10.77.0.99:8080/onvif/device_service"_s;
+    QTRY_COMPARE_WITH_TIMEOUT(m_told, QStringList(u"new "_s + known), k_patience);
     const QString endpoint = m_endpoint;
     QVERIFY(endpoint.startsWith(QLatin1String("urn:uuid:")));
-    QCOMPARE(tst::tellLab(QStringLiteral("stop cam1")).last(), QStringLiteral("ok"));
+    QCOMPARE(tst::tellLab(u"stop cam1"_s).last(), u"ok"_s);
     QTRY_COMPARE_WITH_TIMEOUT(m_told.size(), 2, k_patience);
-    QCOMPARE(m_told.last(), QStringLiteral("gone ") + known);
-    QCOMPARE(tst::tellLab(QStringLiteral("start cam1")).last(), QStringLiteral("ok"));
+    QCOMPARE(m_told.last(), u"gone "_s + known);
+    QCOMPARE(tst::tellLab(u"start cam1"_s).last(), u"ok"_s);
     QTRY_COMPARE_WITH_TIMEOUT(m_told.size(), 3, k_patience);
-    QCOMPARE(m_told.last(), QStringLiteral("new ") + known);
-    QCOMPARE(tst::tellLab(QStringLiteral("address cam1 10.77.0.99")).last(), QStringLiteral("ok"));
+    QCOMPARE(m_told.last(), u"new "_s + known);
+    QCOMPARE(tst::tellLab(u"address cam1 10.77.0.99"_s).last(), u"ok"_s);
     QTRY_COMPARE_WITH_TIMEOUT(m_told.size(), 4, k_patience);
-    QCOMPARE(m_told.last(), QStringLiteral("changed ") + moved);
+    QCOMPARE(m_told.last(), u"changed "_s + moved);
     QCOMPARE(m_endpoint, endpoint);
 }
 
@@ -137,35 +137,33 @@ void TestLabWsDiscovery::findsAResponderThatMustBeAsked()
 {
     QTRY_COMPARE_WITH_TIMEOUT(m_told.size(), 1, k_patience); // the camera
     QProcess peer;
-    peer.start(QStringLiteral("unshare"),
-        { QStringLiteral("--net"), QStringLiteral("sh"), QStringLiteral("-c"), k_peerCommand });
-    QTRY_VERIFY2_WITH_TIMEOUT(runIp(QStringLiteral("link set near78 up")),
-        peer.readAllStandardError().constData(), k_patience);
-    QVERIFY(runIp(QStringLiteral("addr add 10.78.0.1/24 dev near78")));
+    peer.start(u"unshare"_s, { u"--net"_s, u"sh"_s, u"-c"_s, k_peerCommand });
+    QTRY_VERIFY2_WITH_TIMEOUT(
+        runIp(u"link set near78 up"_s), peer.readAllStandardError().constData(), k_patience);
+    QVERIFY(runIp(u"addr add 10.78.0.1/24 dev near78"_s));
 
     // The scanner sees that there is another network, and asks there as well.
     // Where the responder has no time to say its address at once, that comes as a change.
-    const QString place = QStringLiteral(" 10.78.0.2:5357  http://10.78.0.2:5357/");
+    const QString place = u" 10.78.0.2:5357  http://10.78.0.2:5357/"_s;
     QTRY_VERIFY2_WITH_TIMEOUT(
-        m_told.last().contains(place), qPrintable(m_told.join(QLatin1Char('\n'))), k_patience);
+        m_told.last().contains(place), qPrintable(m_told.join(u'\n')), k_patience);
     const QString shelf = place.mid(1) + m_endpoint.mid(9);
-    QCOMPARE(m_told.at(1).section(QLatin1Char(' '), 0, 0), QStringLiteral("new"));
+    QCOMPARE(m_told.at(1).section(u' ', 0, 0), u"new"_s);
     QVERIFY(m_told.last().endsWith(shelf));
 
     // It answers a Probe without its address. Whether the scanner had to ask for it or a Hello came
     // first is chance; that the question is understood is not.
-    const QStringList places = resolved(QStringLiteral("near78"), m_endpoint);
-    QVERIFY(places.contains(shelf.section(QLatin1Char(' '), -1)));
+    const QStringList places = resolved(u"near78"_s, m_endpoint);
+    QVERIFY(places.contains(shelf.section(u' ', -1)));
 
     // Another address of ours on its network: it is asked from there, and still heard.
-    QVERIFY(runIp(QStringLiteral("addr flush dev near78"))
-        && runIp(QStringLiteral("addr add 10.78.0.3/24 dev near78")));
+    QVERIFY(runIp(u"addr flush dev near78"_s) && runIp(u"addr add 10.78.0.3/24 dev near78"_s));
     QByteArray said;
     QTRY_VERIFY2_WITH_TIMEOUT(
         (said += peer.readAllStandardError()).contains("10.78.0.3"), said.constData(), k_patience);
     m_told.clear();
     peer.terminate();
-    QTRY_COMPARE_WITH_TIMEOUT(m_told, QStringList(QStringLiteral("gone ") + shelf), k_patience);
+    QTRY_COMPARE_WITH_TIMEOUT(m_told, QStringList(u"gone "_s + shelf), k_patience);
     peer.kill(); // it may hang when it ends, and has said what it had to say
     QVERIFY(peer.waitForFinished());
 }
@@ -173,11 +171,11 @@ void TestLabWsDiscovery::findsAResponderThatMustBeAsked()
 void TestLabWsDiscovery::interfacesMayShareAnAddress()
 {
     constexpr quint16 k_ownPort = 3703;
-    const QStringList names{ QStringLiteral("twin0"), QStringLiteral("twin1") };
-    QVERIFY(runIp(QStringLiteral("link add twin0 type veth peer name twin1")));
+    const QStringList names{ u"twin0"_s, u"twin1"_s };
+    QVERIFY(runIp(u"link add twin0 type veth peer name twin1"_s));
     for (const QString& name : names)
-        QVERIFY(runIp(QStringLiteral("addr add 10.79.0.1/24 dev ") + name)
-            && runIp(QStringLiteral("link set up dev ") + name));
+        QVERIFY(
+            runIp(u"addr add 10.79.0.1/24 dev "_s + name) && runIp(u"link set up dev "_s + name));
     QSet<uint> indexes;
     for (const QString& name : names) {
         const auto interface = [name] { return QNetworkInterface::interfaceFromName(name); };

@@ -3,19 +3,18 @@
 #include "nodestore/nodedb.h"
 #include "shared/fakenode.h"
 #include "shared/logcapture.h"
+#include "shared/startedthread.h"
 
 #include "platform/properties/properties.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QTest>
-#include <QThread>
 
 #include <array>
 #include <atomic>
 #include <barrier>
 #include <cstdio>
-#include <memory>
 #include <vector>
 
 using namespace tq;
@@ -56,23 +55,20 @@ public:
     {
         const QString id = QString::number(next() % k_ids);
         NodeDB* const db = NodeDB::getDB();
-        switch (next() % 4) {
-        case 0:
+        const unsigned what = next() % 4;
+        if (what == 0) {
             db->acquire(id);
             count(eAcquire);
             db->release(id);
             count(eRelease);
-            break;
-        case 1:
+        } else if (what == 1) {
             update(id);
-            break;
-        case 2:
+        } else if (what == 2) {
             db->removeNode(id);
             count(eRemove);
             db->insertNode(new tst::PlainNode(id));
             count(eInsert);
-            break;
-        default:
+        } else {
             search();
         }
     }
@@ -136,9 +132,9 @@ void TestRegistryRaces::readersRefreshOneNodeTogether()
     db->insertNode(new tst::PlainNode(QStringLiteral("n")));
     std::barrier meet(k_readers + 1);
     std::atomic<int> found = 0;
-    std::vector<std::unique_ptr<QThread>> readers;
-    for (int i = 0; i < k_readers; ++i) {
-        readers.emplace_back(QThread::create([&] {
+    std::vector<decltype(tst::started([] {}))> readers;
+    for (int i = 0; i < k_readers; ++i)
+        readers.push_back(tst::started([&] {
             const tqgen::StringProperty wanted(
                 QStringLiteral("ModelInfo"), QString(), QStringLiteral("M"));
             for (int round = 0; round < k_rounds; ++round) {
@@ -147,8 +143,6 @@ void TestRegistryRaces::readersRefreshOneNodeTogether()
                 meet.arrive_and_wait();
             }
         }));
-        readers.back()->start();
-    }
     for (int round = 0; round < k_rounds; ++round) {
         Node* const copy = db->beginUpdateNode(QStringLiteral("n"), 0);
         copy->setModelInfo(QStringLiteral("M"));
@@ -156,8 +150,7 @@ void TestRegistryRaces::readersRefreshOneNodeTogether()
         meet.arrive_and_wait();
         meet.arrive_and_wait();
     }
-    for (const auto& reader : readers)
-        QVERIFY(reader->wait());
+    readers.clear();
     QCOMPARE(found.load(), k_rounds * k_readers);
 }
 
@@ -167,23 +160,20 @@ void TestRegistryRaces::everyOperationFromEveryThread()
     NodeDB* const db = NodeDB::getDB();
     Counts counts;
     std::atomic<bool> stop = false;
-    std::vector<std::unique_ptr<QThread>> threads;
-    for (int i = 0; i < k_threads; ++i) {
-        threads.emplace_back(QThread::create([&, i] {
+    std::vector<decltype(tst::started([] {}))> threads;
+    for (int i = 0; i < k_threads; ++i)
+        threads.push_back(tst::started([&, i] {
             Worker worker(i, counts);
             while (!stop)
                 worker.step();
         }));
-        threads.back()->start();
-    }
     QElapsedTimer timer;
     timer.start();
     // this thread deletes the nodes that die on others
     while (counts.least() < s_wanted)
         QTest::qWait(50);
     stop = true;
-    for (const auto& thread : threads)
-        QVERIFY(thread->wait());
+    threads.clear();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     std::printf("%d threads, %.1f s:", k_threads, double(timer.elapsed()) / 1000);
     for (int kind = 0; kind < eKinds; ++kind)

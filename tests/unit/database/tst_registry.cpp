@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
+#include "database/registrylock_p.h"
 #include "discovery/nodehintipdevice.h"
 #include "shared/databasefixture.h"
 #include "shared/startedthread.h"
@@ -11,6 +12,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <atomic>
 #include <future>
 #include <stdexcept>
 
@@ -31,6 +33,7 @@ private slots:
     void updateReplacesTheNode();
     void updateRelaysConnectionDataLater();
     void updateTimesOutOrWaits();
+    void waitersAskOnlyWhenWoken();
     void waiterWakesWhenTheNodeIsRemoved();
     void failingCopiesLeaveTheNodeUsable();
     void aNodeIsStoredOnce();
@@ -152,9 +155,8 @@ void TestRegistry::updateReplacesTheNode()
     f.db->endUpdateNode(copy);
     f.db->endUpdateNode(nullptr);
     QCOMPARE(f.db->node(text("n"))->name(), text("new"));
-    QCOMPARE(f.trace.take(),
-        QStringList(
-            { text("nodeInserted(n)"), text("beginUpdatingNode(n)"), text("nodeUpdated(n)") }));
+    QCOMPARE(
+        f.trace.take(), text("nodeInserted(n) beginUpdatingNode(n) nodeUpdated(n)").split(u' '));
     QCOMPARE(f.log.linesWith(text("updated")), QStringList(text("1 Node updated: new")));
     QVERIFY(f.db->isModified());
     // a displaced node that somebody holds goes on relaying
@@ -208,6 +210,27 @@ void TestRegistry::updateTimesOutOrWaits()
     f.db->endUpdateNode(copy);
     waiter.reset();
     QCOMPARE(f.db->node(text("n"))->modelInfo(), text("first"));
+}
+
+void TestRegistry::waitersAskOnlyWhenWoken()
+{
+    RegistryLock lock;
+    std::atomic<int> asked = 0;
+    auto waiter = started([&] {
+        lock.write("test")->waitUntil(
+            [&](const RegistryLock::Writing&) {
+                const auto reading = lock.read(); // it counts as the writer after a wait, too
+                return ++asked == 4;
+            },
+            QDeadlineTimer::Forever);
+    });
+    for (int i = 1; i < 4; ++i) {
+        QTRY_VERIFY_WITH_TIMEOUT(asked >= i, tst::k_deadline);
+        const auto guard = lock.write("test"); // the waiter waits: it lets go of the lock
+        QCOMPARE(asked.load(), i);
+        lock.wakeAll();
+    }
+    waiter.reset();
 }
 
 void TestRegistry::waiterWakesWhenTheNodeIsRemoved()
@@ -371,9 +394,8 @@ void TestRegistry::lateChangesOfAnEditedNodeAreKept()
     f.trace.take();
     f.db->endUpdateNode(copy);
     QCOMPARE(f.db->node(text("n"))->modelInfo(), text("newer"));
-    QCOMPARE(f.trace.take(),
-        QStringList(
-            { text("nodeUpdated(n)"), text("beginUpdatingNode(n)"), text("nodeUpdated(n)") }));
+    QCOMPARE(
+        f.trace.take(), text("nodeUpdated(n) beginUpdatingNode(n) nodeUpdated(n)").split(u' '));
 }
 
 void TestRegistry::searchesAnswerInOrder()

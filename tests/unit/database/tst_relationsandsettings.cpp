@@ -18,6 +18,12 @@ namespace {
 constexpr auto k_first = eDeviceToRecordingFolder;
 constexpr auto k_second = eRecordingFolderToDevice;
 
+QStringList sorted(QStringList list)
+{
+    list.sort();
+    return list;
+}
+
 } // namespace
 
 class TestRelationsAndSettings : public QObject
@@ -46,12 +52,10 @@ void TestRelationsAndSettings::relationsAreAddedOnce()
     f.db->addNodeRelation(text("a"), text("b"), k_first);
     f.db->addNodeRelation(text("a"), text("c"), k_first);
     f.db->addNodeRelation(text("x"), text("b"), k_second);
-    QCOMPARE(f.trace.take().mid(0, 3),
-        QStringList({ text("nodeRelationAboutToBeAdded(a,b,1)"), text("nodeRelationAdded(a,b,1)"),
-            text("nodeRelationAboutToBeAdded(a,c,1)") }));
-    QStringList related = f.db->relatedNodes(text("a"), k_first);
-    related.sort();
-    QCOMPARE(related, QStringList({ text("b"), text("c") }));
+    QCOMPARE(f.trace.take().mid(0, 3).join(u' '),
+        text("nodeRelationAboutToBeAdded(a,b,1) nodeRelationAdded(a,b,1) "
+             "nodeRelationAboutToBeAdded(a,c,1)"));
+    QCOMPARE(sorted(f.db->relatedNodes(text("a"), k_first)), QStringList({ text("b"), text("c") }));
     QCOMPARE(f.db->relatedSources(text("b"), k_second), QStringList(text("x")));
     QVERIFY(f.db->isDestinationOfNodeRelation(text("c"), k_first));
     QVERIFY(!f.db->isDestinationOfNodeRelation(text("c"), k_second));
@@ -67,9 +71,8 @@ void TestRelationsAndSettings::removingAnnouncesEvenWithoutAMatch()
     f.db->removeNodeRelation(text("a"), text("b"), k_second);
     QCOMPARE(f.trace.take(), QStringList());
     f.db->removeNodeRelation(text("a"), text("x"), k_first);
-    QCOMPARE(f.trace.take(),
-        QStringList(
-            { text("nodeRelationAboutToBeRemoved(a,x,1)"), text("nodeRelationRemoved(a,x,1)") }));
+    QCOMPARE(f.trace.take().join(u' '),
+        text("nodeRelationAboutToBeRemoved(a,x,1) nodeRelationRemoved(a,x,1)"));
     QVERIFY(!f.db->isModified());
     f.db->removeNodeRelation(text("a"), text("b"), k_first);
     QVERIFY(f.db->isModified());
@@ -182,12 +185,8 @@ void TestRelationsAndSettings::bothDirectionsTellTheSame()
             if (std::get<1>(t) == type && std::get<0>(t) == from)
                 destinations.append(std::get<2>(t));
         }
-        QStringList told = f.db->relatedSources(to, type);
-        told.sort();
-        QCOMPARE(told, sources);
-        told = f.db->relatedNodes(from, type);
-        told.sort();
-        QCOMPARE(told, destinations);
+        QCOMPARE(sorted(f.db->relatedSources(to, type)), sources);
+        QCOMPARE(sorted(f.db->relatedNodes(from, type)), destinations);
         QCOMPARE(f.db->isDestinationOfNodeRelation(to, type), !sources.isEmpty());
     }
 }
@@ -229,8 +228,7 @@ void TestRelationsAndSettings::switchesAreAnnouncedOnce()
     QCOMPARE(f.trace.take(), QStringList());
     f.db->setActiveUser(text("ann"));
     f.db->setActiveEnvironment(text("not in the list"));
-    QCOMPARE(f.trace.take(),
-        QStringList({ text("activeUserChanged()"), text("activeEnvironmentChanged()") }));
+    QCOMPARE(f.trace.take().join(u' '), text("activeUserChanged() activeEnvironmentChanged()"));
 }
 
 void TestRelationsAndSettings::bandwidthIsKeptPerEnvironment()

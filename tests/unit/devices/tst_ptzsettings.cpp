@@ -8,14 +8,10 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace tq;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 PTZSettings ceilingMount()
 {
@@ -52,11 +48,11 @@ private slots:
 
 void TestPTZSettings::comesBackFromAStore()
 {
-    const auto memory = openStore(text("memory:"));
+    const auto memory = openStore(u"memory:"_s);
     PTZSettings().save(memory.get());
     const QVariantList defaults{ 0, true, true, 0.0F, 0.0F };
-    const QStringList keys{ text("Inclination"), text("LensTypeAutoDetect"),
-        text("MountTypeAutoDetect"), text("LensFocalWidth"), text("LensCorrectionRadius") };
+    const QStringList keys{ u"Inclination"_s, u"LensTypeAutoDetect"_s, u"MountTypeAutoDetect"_s,
+        u"LensFocalWidth"_s, u"LensCorrectionRadius"_s };
     for (int i = 0; i < keys.size(); ++i) {
         const QVariant stored = memory->value(keys.at(i), QVariant());
         QCOMPARE(stored, defaults.at(i));
@@ -68,7 +64,7 @@ void TestPTZSettings::comesBackFromAStore()
     loaded.load(memory.get());
     QCOMPARE(valuesOf(loaded), valuesOf(mounted));
     // A store may hand back texts and doubles.
-    memory->setValue(keys.at(1), text("true"));
+    memory->setValue(keys.at(1), u"true"_s);
     memory->setValue(keys.at(3), 0.75);
     loaded.load(memory.get());
     QVERIFY(loaded.lensTypeAutoDetect());
@@ -77,19 +73,19 @@ void TestPTZSettings::comesBackFromAStore()
 
 void TestPTZSettings::keepsWhatIsMissingAndRemovesItsKeys()
 {
-    const auto memory = openStore(text("memory:"));
+    const auto memory = openStore(u"memory:"_s);
     PTZSettings settings = ceilingMount();
     settings.load(memory.get());
     QCOMPARE(valuesOf(settings), valuesOf(ceilingMount()));
     settings.save(memory.get());
-    memory->setValue(text("Other"), 1);
+    memory->setValue(u"Other"_s, 1);
     tst::CallLogDestination log(memory.get());
     settings.remove(&log);
     QCOMPARE(log.calls().size(), 5);
-    QVERIFY(log.calls().first().contains(text("Inclination")));
-    QVERIFY(log.calls().last().contains(text("LensCorrectionRadius")));
-    QVERIFY(!memory->contains(text("LensFocalWidth")));
-    QVERIFY(memory->contains(text("Other")));
+    QVERIFY(log.calls().first().contains(u"Inclination"_s));
+    QVERIFY(log.calls().last().contains(u"LensCorrectionRadius"_s));
+    QVERIFY(!memory->contains(u"LensFocalWidth"_s));
+    QVERIFY(memory->contains(u"Other"_s));
 }
 
 void TestPTZSettings::takesEditedFieldsByName()
@@ -100,9 +96,9 @@ void TestPTZSettings::takesEditedFieldsByName()
     for (const auto& property : set.properties())
         QVERIFY(settings.updateField(*property));
     QCOMPARE(valuesOf(settings), valuesOf(ceilingMount()));
-    QCOMPARE(set.find(text("LensFocalWidth"))->description(), text("Focal width of camera lens"));
-    QCOMPARE(set.find(text("LensFocalWidth"))->value().typeId(), int(QMetaType::Float));
-    QVERIFY(!settings.updateField(tqgen::IntProperty(text("inclination"), QString(), 3)));
+    QCOMPARE(set.find(u"LensFocalWidth"_s)->description(), u"Focal width of camera lens"_s);
+    QCOMPARE(set.find(u"LensFocalWidth"_s)->value().typeId(), int(QMetaType::Float));
+    QVERIFY(!settings.updateField(tqgen::IntProperty(u"inclination"_s, QString(), 3)));
     QCOMPARE(valuesOf(settings), valuesOf(ceilingMount()));
 }
 

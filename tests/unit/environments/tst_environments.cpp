@@ -286,22 +286,17 @@ void TestEnvironments::exceptionsMatchWholeAddresses_data()
     QTest::addColumn<QString>("pattern");
     QTest::addColumn<QString>("address");
     QTest::addColumn<bool>("matches");
-    QTest::newRow("prefix") << "192\\.168\\..*"
-                            << "192.168.1.7" << true;
-    QTest::newRow("other network") << "192\\.168\\..*"
-                                   << "10.0.0.1" << false;
-    QTest::newRow("too short") << "192\\.168"
-                               << "192.168.1.7" << false;
-    QTest::newRow("suffix") << ".*\\.local"
-                            << "cam.local" << true;
-    QTest::newRow("part") << "host"
-                          << "myhost" << false;
-    QTest::newRow("case") << "host"
-                          << "HOST" << false;
-    QTest::newRow("invalid") << "host("
-                             << "host(" << false;
-    QTest::newRow("wildcard") << "*.local"
-                              << "cam.local" << false;
+    const auto row = [](const char* name, const char* pattern, const char* address, bool matches) {
+        QTest::newRow(name) << text(pattern) << text(address) << matches;
+    };
+    row("prefix", "192\\.168\\..*", "192.168.1.7", true);
+    row("other network", "192\\.168\\..*", "10.0.0.1", false);
+    row("too short", "192\\.168", "192.168.1.7", false);
+    row("suffix", ".*\\.local", "cam.local", true);
+    row("part", "host", "myhost", false);
+    row("case", "host", "HOST", false);
+    row("invalid", "host(", "host(", false);
+    row("wildcard", "*.local", "cam.local", false);
 }
 
 void TestEnvironments::exceptionsMatchWholeAddresses()

@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
+#include "persistence/storefactory.h"
 #include "shared/calllogdestination.h"
 #include "shared/databasefixture.h"
 
@@ -20,17 +21,6 @@ QVariant shown(const Node& node, const char* name)
 {
     return node.properties().find(text(name))->value();
 }
-
-/** Answers every value from a map. */
-class MapSource : public tst::CallLogDestination
-{
-public:
-    QVariant value(const QString& key, const QVariant& defaultValue) const override
-    {
-        return values.value(key, defaultValue);
-    }
-    QVariantMap values;
-};
 
 } // namespace
 
@@ -160,9 +150,10 @@ void TestNode::savesInOrderAndLoadsMissingKeysAsEmpty()
         target.calls().at(10), text("setValue ExtraWindowRect QVariant(QRect, QRect(0,0 0x0))"));
 
     node.setModelInfo(text("M"));
-    MapSource source;
-    source.values = { { text("Name"), text("loaded") }, { text("PrimaryNode"), text("true") } };
-    node.load(&source);
+    const auto store = openStore(text("memory:"));
+    store->setValue(text("Name"), text("loaded"));
+    store->setValue(text("PrimaryNode"), text("true"));
+    node.load(store.get());
     QCOMPARE(node.name(), text("loaded"));
     QVERIFY(node.primaryNode());
     QVERIFY(node.id().isEmpty() && node.modelInfo().isEmpty() && !node.shouldPersist());
@@ -195,11 +186,11 @@ void TestNode::loginPropertyKeepsOnlyWhatMayBeSaved()
     QVERIFY(made.password().isEmpty());
     made.setUserAndPassword(text("v"), text("pä"), true);
     QCOMPARE(made.password(), text("pä"));
-    MapSource empty;
-    made.load(&empty);
+    const auto store = openStore(text("memory:"));
+    made.load(store.get());
     QCOMPARE(made.user(), text("u"));
-    empty.values = { { text("Made"), QVariantList() } };
-    made.load(&empty);
+    store->setValue(text("Made"), QVariantList());
+    made.load(store.get());
     QVERIFY(made.user().isEmpty() && made.savePassword());
     QVERIFY(made.updateField(tqgen::StringProperty(text("Made"), QString())));
 }
@@ -208,22 +199,18 @@ void TestNode::everyFieldIsShownEditedAndCopied_data()
 {
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<std::function<void(Node&)>>("set");
-    using Set = std::function<void(Node&)>;
-    QTest::newRow("CreationService")
-        << QVariant(1) << Set([](Node& n) { n.setCreationService(eARPService); });
-    QTest::newRow("ShouldPersist")
-        << QVariant(false) << Set([](Node& n) { n.setShouldPersist(false); });
-    QTest::newRow("PrimaryNode") << QVariant(false)
-                                 << Set([](Node& n) { n.setPrimaryNode(false); });
-    QTest::newRow("SoftwareVersion")
-        << QVariant(text("v")) << Set([](Node& n) { n.setSoftwareVersion(text("v")); });
-    QTest::newRow("ModelInfo") << QVariant(text("m"))
-                               << Set([](Node& n) { n.setModelInfo(text("m")); });
-    QTest::newRow("PreferredLayout")
-        << QVariant(text("l")) << Set([](Node& n) { n.setPreferredLayout(text("l")); });
-    QTest::newRow("MouseOverSize")
-        << QVariant(text("s")) << Set([](Node& n) { n.setMouseOverSize(text("s")); });
-    QTest::newRow("Note") << QVariant(text("n")) << Set([](Node& n) { n.setNote(text("n")); });
+    const auto row = [](const char* name, const auto& value, auto setter) {
+        QTest::newRow(name) << QVariant(
+            value) << std::function<void(Node&)>([=](Node& node) { (node.*setter)(value); });
+    };
+    row("CreationService", eARPService, &Node::setCreationService);
+    row("ShouldPersist", false, &Node::setShouldPersist);
+    row("PrimaryNode", false, &Node::setPrimaryNode);
+    row("SoftwareVersion", text("v"), &Node::setSoftwareVersion);
+    row("ModelInfo", text("m"), &Node::setModelInfo);
+    row("PreferredLayout", text("l"), &Node::setPreferredLayout);
+    row("MouseOverSize", text("s"), &Node::setMouseOverSize);
+    row("Note", text("n"), &Node::setNote);
 }
 
 void TestNode::everyFieldIsShownEditedAndCopied()

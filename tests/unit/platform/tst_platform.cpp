@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using namespace tq;
 
 namespace {
@@ -93,7 +94,7 @@ void TestPlatform::macNotations_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("valid");
     QTest::addColumn<QString>("printed");
-    const QString address = QStringLiteral("00:1a:2b:3c:4d:5e");
+    const QString address = u"00:1a:2b:3c:4d:5e"_s;
     QTest::newRow("colons") << "00:1A:2b:3C:4d:5e" << true << address;
     QTest::newRow("short") << "0:1a:2b:3c:4d:5e" << true << address;
     QTest::newRow("hyphens") << " 00-1a-2b-3c-4d-5e " << true << address;
@@ -119,32 +120,31 @@ void TestPlatform::macNotations()
 void TestPlatform::propertySetsKeepOrderAndCopyDeeply()
 {
     tqgen::PropertySet set;
-    set.emplace<tqgen::IntProperty>(QStringLiteral("b"), QStringLiteral("B"), 1);
-    set.emplace<tqgen::StringProperty>(
-        QStringLiteral("a"), QStringLiteral("A"), QStringLiteral("x"));
-    set.emplace<tqgen::IntProperty>(QStringLiteral("b"), QStringLiteral("B"), 2);
-    QCOMPARE(set.names(), QStringList({ QStringLiteral("b"), QStringLiteral("a") }));
-    QCOMPARE(set.find(QStringLiteral("b"))->value(), QVariant(2));
+    set.emplace<tqgen::IntProperty>(u"b"_s, u"B"_s, 1);
+    set.emplace<tqgen::StringProperty>(u"a"_s, u"A"_s, u"x"_s);
+    set.emplace<tqgen::IntProperty>(u"b"_s, u"B"_s, 2);
+    QCOMPARE(set.names(), QStringList({ u"b"_s, u"a"_s }));
+    QCOMPARE(set.find(u"b"_s)->value(), QVariant(2));
 
     tqgen::PropertySet outer;
-    outer.emplace<tqgen::PropertySetProperty>(QStringLiteral("inner"), QString(), set);
+    outer.emplace<tqgen::PropertySetProperty>(u"inner"_s, QString(), set);
     const tqgen::PropertySet copy = outer;
     QVERIFY(copy == outer);
-    set.setValue(QStringLiteral("a"), QStringLiteral("y"));
-    outer.setValue(QStringLiteral("inner"), QVariant::fromValue(set));
-    const auto inner = tqgen::getValue(copy.find(QStringLiteral("inner")), tqgen::PropertySet());
-    QCOMPARE(inner.find(QStringLiteral("a"))->value(), QVariant(QStringLiteral("x")));
+    set.setValue(u"a"_s, u"y"_s);
+    outer.setValue(u"inner"_s, QVariant::fromValue(set));
+    const auto inner = tqgen::getValue(copy.find(u"inner"_s), tqgen::PropertySet());
+    QCOMPARE(inner.find(u"a"_s)->value(), QVariant(u"x"_s));
 }
 
 void TestPlatform::propertiesTakeOnlyWhatConverts()
 {
-    tqgen::IntProperty number(QStringLiteral("n"), QString(), 7);
-    QVERIFY(number.setValue(QStringLiteral("12")));
-    QVERIFY(!number.setValue(QStringLiteral("twelve")));
+    tqgen::IntProperty number(u"n"_s, QString(), 7);
+    QVERIFY(number.setValue(u"12"_s));
+    QVERIFY(!number.setValue(u"twelve"_s));
     QVERIFY(!number.setValue(QVariant()));
     QCOMPARE(number.get(), 12);
 
-    const tqgen::VariantProperty text(QStringLiteral("v"), QString(), QStringLiteral("1.5"));
+    const tqgen::VariantProperty text(u"v"_s, QString(), u"1.5"_s);
     QCOMPARE(tqgen::getValue(text, 0.0), 1.5);
     QCOMPARE(tqgen::getValue(text, QRect(1, 2, 3, 4)), QRect(1, 2, 3, 4));
     QCOMPARE(tqgen::getValue<int>(static_cast<const tqgen::BaseProperty*>(nullptr), 9), 9);
@@ -155,10 +155,9 @@ void TestPlatform::logLinesFollowTheLevelAndLeaveNoFormatBehind()
     tst::LogCapture log(Log::eSurvived);
     LogQt::instance().getStream(Log::eSurvived).setNumberFlags(QTextStream::ShowBase);
     logLine(Log::eProgress, "hidden");
-    logLine(Log::eSurvived, "count: ", 3, " of ", QStringLiteral("three"));
+    logLine(Log::eSurvived, "count: ", 3, " of ", u"three"_s);
     logLine(Log::eMissing, "gone");
-    QCOMPARE(log.lines(),
-        QStringList({ QStringLiteral("2 count: 3 of three"), QStringLiteral("3 gone") }));
+    QCOMPARE(log.lines(), QStringList({ u"2 count: 3 of three"_s, u"3 gone"_s }));
     QCOMPARE(LogQt::instance().getStream(Log::eSurvived).numberFlags(),
         QTextStream::NumberFlags(QTextStream::ShowBase));
 }
@@ -167,37 +166,35 @@ void TestPlatform::logValuesCannotForgeLines()
 {
     tst::LogCapture log;
     logLine(Log::eSurvived, "id ",
-        QStringLiteral("a\nb\u2028c\u202ed\x1b"
-                       "é%1 /"));
-    QCOMPARE(
-        log.lines(), QStringList(QStringLiteral("2 id a\\u000ab\\u2028c\\u202ed\\u001bé%1 /")));
+        u"a\nb\u2028c\u202ed\x1b"
+        "é%1 /"_s);
+    QCOMPARE(log.lines(), QStringList(u"2 id a\\u000ab\\u2028c\\u202ed\\u001bé%1 /"_s));
 }
 
 void TestPlatform::exceptionsCarryValueMessageAndCause()
 {
-    const auto cause = std::make_shared<const ExceptionQt>(QStringLiteral("first"));
+    const auto cause = std::make_shared<const ExceptionQt>(u"first"_s);
     try {
-        throw IllegalArgumentException(
-            QStringLiteral("bob"), QStringLiteral("unknown user"), cause);
+        throw IllegalArgumentException(u"bob"_s, u"unknown user"_s, cause);
     } catch (const ExceptionQt& e) {
-        QCOMPARE(e.message(), QStringLiteral("unknown user"));
+        QCOMPARE(e.message(), u"unknown user"_s);
         QCOMPARE(QByteArray(e.what()), QByteArray("unknown user: bob (first)"));
         const auto* argument = dynamic_cast<const IllegalArgumentException*>(&e);
         QVERIFY(argument);
-        QCOMPARE(argument->value(), QStringLiteral("bob"));
+        QCOMPARE(argument->value(), u"bob"_s);
     }
 }
 
 void TestPlatform::pathsThatOthersMayWriteToAreNotTrusted()
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("library.so"));
+    const QString path = dir.filePath(u"library.so"_s);
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(plugin::whyNotTrusted(path).isEmpty());
     QVERIFY(file.setPermissions(file.permissions() | QFile::WriteOther));
-    QVERIFY(plugin::whyNotTrusted(path).contains(QStringLiteral("anybody")));
-    QVERIFY(!plugin::whyNotTrusted(path + QStringLiteral(".absent")).isEmpty());
+    QVERIFY(plugin::whyNotTrusted(path).contains(u"anybody"_s));
+    QVERIFY(!plugin::whyNotTrusted(path + u".absent"_s).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestPlatform)

@@ -1,9 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
-#include "shared/logcapture.h"
-#include "shared/signaltrace.h"
-#include "views/nodeentry.h"
-#include "views/nodeview.h"
+#include "shared/databasefixture.h"
+#include "shared/viewtext.h"
 
 #include "platform/exceptions.h"
 
@@ -11,14 +9,10 @@
 #include <QUuid>
 
 using namespace tq;
+using tst::text;
 using View = tqm::smart<NodeView>;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 View made(const char* name, const QList<NodeView::Entry>& entries = {})
 {
@@ -30,7 +24,7 @@ View made(const char* name, const QList<NodeView::Entry>& entries = {})
 
 NodeView::Entry node(const char* id)
 {
-    return NodeView::Entry(new NodeEntry(text(id)));
+    return tst::entry(text(id));
 }
 
 QString ids(const NodeView& view)

@@ -4,8 +4,7 @@
 #include "modelwatch.h"
 #include "shared/calllogdestination.h"
 #include "shared/databasefixture.h"
-#include "views/nodeentry.h"
-#include "views/nodeview.h"
+#include "shared/viewtext.h"
 #include "views/nodeviewmodel.h"
 #include "views/nodeviews.h"
 
@@ -16,17 +15,14 @@
 #include <memory>
 
 using namespace tq;
+using tst::appended;
+using tst::entry;
 using tst::rowOf;
 using tst::rowText;
 using tst::text;
 using View = tqm::smart<NodeView>;
 
 namespace {
-
-NodeView::Entry node(const char* id)
-{
-    return NodeView::Entry(new NodeEntry(text(id)));
-}
 
 /** The tree site(gate(a, b), c), roof(c) on nodes a to d of names A to D. */
 struct Site
@@ -38,13 +34,10 @@ struct Site
             made->setName(text(id).toUpper());
             f.db->insertNode(made);
         }
-        for (const View& view : { site, roof })
-            views.root()->append(view);
-        site->append(gate);
         for (const char* id : { "a", "b" })
-            gate->append(node(id));
-        site->append(node("c"));
-        roof->append(node("c"));
+            gate->append(entry(text(id)));
+        site->append(entry(text("c")));
+        roof->append(entry(text("c")));
         rowText(model); // reads everything
         watch.take();
     }
@@ -80,9 +73,9 @@ struct Site
 
     tst::Database f;
     NodeViews views{ *f.db };
-    View site{ new NodeView(text("site")) };
-    View gate{ new NodeView(text("gate")) };
-    View roof{ new NodeView(text("roof")) };
+    View site = appended(*views.root(), "site");
+    View gate = appended(*site, "gate");
+    View roof = appended(*views.root(), "roof");
     NodeViewModel model{ *f.db, views.root() };
     tst::ModelWatch watch{ &model };
 };
@@ -124,7 +117,7 @@ void TestNodeViewModel::rowsTellOfNodesAndViews()
     QVERIFY(!s.model.setData(a, text("x")));
     QCOMPARE(a.data(eAddressRole).toString(), text("10.0.0.a"));
     QCOMPARE(a.data(eNodeTypeRole).toInt(), int(tst::k_deviceType));
-    s.gate->append(node("z"));
+    s.gate->append(entry(text("z")));
     const QModelIndex z = rowOf(s.model, "z");
     QVERIFY(z.data(eIsMissingRole).toBool());
     s.f.insertPlain(text("z"));
@@ -179,7 +172,7 @@ void TestNodeViewModel::nodesAreFollowedRowByRow()
 void TestNodeViewModel::viewsAreFollowedRowByRow()
 {
     Site s;
-    s.gate->insert(1, node("d"));
+    s.gate->insert(1, entry(text("d")));
     QCOMPARE(s.watch.take(), text("inserted 1-1"));
     s.gate->move(text("a"), 3);
     QCOMPARE(s.watch.take(), text("moved 0>3"));
@@ -195,7 +188,7 @@ void TestNodeViewModel::viewsAreFollowedRowByRow()
     s.site->remove(s.gate->id());
     s.views.root()->remove(s.roof->id());
     QCOMPARE(s.watch.take(), text("removed 0-0, removed 1-1"));
-    s.gate->append(node("d")); // stands nowhere now
+    s.gate->append(entry(text("d"))); // stands nowhere now
     s.gate->rename(text("nowhere"));
     QCOMPARE(s.watch.take(), QString());
     s.site->append(s.gate);
@@ -213,7 +206,7 @@ void TestNodeViewModel::removedNodesAreGoneAtOnce()
     QCOMPARE(rowText(s.model), text("site(gate(A, B)), roof()"));
     // A view that no list of views looks after keeps its entry, shown as missing.
     const View alone(new NodeView(text("alone")));
-    alone->append(node("a"));
+    alone->append(entry(text("a")));
     NodeViewModel model(*s.f.db, alone);
     QCOMPARE(rowText(model), text("A"));
     tst::ModelWatch watch(&model);
@@ -230,11 +223,11 @@ void TestNodeViewModel::changesInsideOfSignalsAreFollowed()
     // Heard before the model hears it: the model is told of the second change first.
     connect(busy.get(), &NodeView::entryInserted, this, [&] {
         if (!busy->contains(text("b")))
-            busy->insert(0, node("b"));
+            busy->insert(0, entry(text("b")));
     });
     s.views.root()->append(busy);
     rowText(s.model);
-    busy->append(node("a"));
+    busy->append(entry(text("a")));
     QCOMPARE(rowText(s.model), text("site(gate(A, B), C), roof(C), busy(B, A)"));
     // And from inside of the model's own signals: more than one change, told as one.
     connect(&s.model, &QAbstractItemModel::rowsAboutToBeRemoved, busy.get(), [&] {
@@ -242,8 +235,8 @@ void TestNodeViewModel::changesInsideOfSignalsAreFollowed()
             return;
         busy->remove(text("b"));
         s.gate->move(text("a"), 2);
-        s.gate->insert(1, node("c"));
-        s.gate->insert(2, node("d"));
+        s.gate->insert(1, entry(text("c")));
+        s.gate->insert(2, entry(text("d")));
         s.rename("a", "New");
     });
     busy->remove(text("a"));
@@ -288,7 +281,7 @@ void TestNodeViewModel::loadingAgainShowsTheNewViews()
     QVERIFY(!s.watch.take().isEmpty());
     const View same(new NodeView(s.site->id(), text("site")));
     s.views.root()->append(same);
-    same->append(node("a"));
+    same->append(entry(text("a")));
     QCOMPARE(rowText(s.model), text("site(A)"));
     QCOMPARE(s.watch.resets(), 0);
 }
@@ -329,11 +322,11 @@ void TestNodeViewModel::dropsThatMustNotBeAreNotOffered()
     QVERIFY(!s.model.canDropMimeData(nullptr, Qt::MoveAction, 0, 0, {}));
     // A view that has the id of a node which stands at the target.
     const View twin(new NodeView(text("c"), text("twin")));
-    twin->append(node("d"));
+    twin->append(entry(text("d")));
     s.gate->append(twin);
     twin->remove(text("d")); // told of the view, not of the nodes of that id
     QCOMPARE(rowText(s.model), text("site(gate(A, B, twin()), C), roof(C)"));
-    twin->append(node("d"));
+    twin->append(entry(text("d")));
     QVERIFY(!s.drop({ text("twin") }, "roof"));
     QVERIFY(s.gate->contains(text("c")));
 }

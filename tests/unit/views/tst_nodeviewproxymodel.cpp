@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "modelwatch.h"
 #include "shared/databasefixture.h"
-#include "views/nodeentry.h"
-#include "views/nodeview.h"
+#include "shared/viewtext.h"
 #include "views/nodeviewmodel.h"
 #include "views/nodeviewproxymodel.h"
 #include "views/nodeviews.h"
@@ -15,6 +14,8 @@
 #include <memory>
 
 using namespace tq;
+using tst::appended;
+using tst::entry;
 using tst::rowOf;
 using tst::rowText;
 using tst::text;
@@ -30,15 +31,8 @@ struct Shown
         auto* const node = new tst::DeviceNode(text(id));
         node->setName(text(name));
         f.db->insertNode(node);
-        view.append(NodeView::Entry(new NodeEntry(text(id))));
+        view.append(entry(text(id)));
         return node;
-    }
-
-    View addView(NodeView& to, const char* name)
-    {
-        const View view(new NodeView(text(name)));
-        to.append(view);
-        return view;
     }
 
     QString after(const char* filter)
@@ -98,8 +92,8 @@ void TestNodeViewProxyModel::viewsComeFirstAndNumbersCountByValue()
     Shown s;
     s.add(s.root, "1", "Gate 10");
     s.add(s.root, "2", "gate 9");
-    s.addView(s.root, "yard 11");
-    s.addView(s.root, "Yard 2");
+    appended(s.root, "yard 11");
+    appended(s.root, "Yard 2");
     QCOMPARE(rowText(s.proxy), text("Yard 2(), yard 11(), gate 9, Gate 10"));
     s.proxy.sort(0, Qt::DescendingOrder);
     QCOMPARE(rowText(s.proxy), text("yard 11(), Yard 2(), Gate 10, gate 9"));
@@ -115,7 +109,7 @@ void TestNodeViewProxyModel::namesAreSortedAsTheLocaleHasIt()
 {
     Shown s;
     for (const char* name : { "Zaun", "\u00c4cker", "Anlage", "Tor" })
-        s.addView(s.root, name);
+        appended(s.root, name);
     s.proxy.setLocale(QLocale(QLocale::German));
     QCOMPARE(rowText(s.proxy), text("\u00c4cker(), Anlage(), Tor(), Zaun()"));
     s.proxy.setLocale(QLocale(QLocale::Swedish)); // the same letter comes last there
@@ -125,7 +119,7 @@ void TestNodeViewProxyModel::namesAreSortedAsTheLocaleHasIt()
 void TestNodeViewProxyModel::recordingFoldersOfDevicesAreHidden()
 {
     Shown s;
-    const View view = s.addView(s.root, "v");
+    const View view = appended(s.root, "v");
     s.add(*view, "a", "A");
     s.add(*view, "rec", "Folder");
     QCOMPARE(rowText(s.proxy), text("v(A, Folder)"));
@@ -153,7 +147,7 @@ void TestNodeViewProxyModel::everyFieldIsSearched()
         node.setModelInfo(text("Box 3"));
         node.setNote(text("needs a ladder"));
     });
-    s.root.append(NodeView::Entry(new NodeEntry(text("mac:never-known"))));
+    s.root.append(entry(text("mac:never-known")));
     for (const char* found :
         { "north", "0.0.7", "00:0a:01", "02000000", "box 3", "LADDER", " gate  10.0 ladder " })
         QCOMPARE(s.after(found), text("North gate"));
@@ -167,9 +161,9 @@ void TestNodeViewProxyModel::everyFieldIsSearched()
 void TestNodeViewProxyModel::theWayToAMatchStays()
 {
     Shown s;
-    const View site = s.addView(s.root, "site");
-    const View gate = s.addView(*site, "gate");
-    const View roof = s.addView(s.root, "roof");
+    const View site = appended(s.root, "site");
+    const View gate = appended(*site, "gate");
+    const View roof = appended(s.root, "roof");
     s.add(*gate, "a", "Alpha");
     s.add(*roof, "r", "Folder of Alpha");
     s.f.db->addNodeRelation(text("a"), text("r"), eDeviceToRecordingFolder);
@@ -184,8 +178,8 @@ void TestNodeViewProxyModel::theWayToAMatchStays()
 void TestNodeViewProxyModel::aFilteredTreeFollows()
 {
     Shown s;
-    const View site = s.addView(s.root, "site");
-    const View gate = s.addView(*site, "gate");
+    const View site = appended(s.root, "site");
+    const View gate = appended(*site, "gate");
     s.add(*gate, "a", "Alpha");
     s.add(*site, "b", "Beta");
     QCOMPARE(s.after("beta"), text("site(Beta)"));
@@ -198,7 +192,7 @@ void TestNodeViewProxyModel::aFilteredTreeFollows()
     QCOMPARE(s.settled(), text("site(gate(Alpha))"));
     site->remove(gate->id());
     QCOMPARE(s.settled(), QString());
-    gate->append(NodeView::Entry(new NodeEntry(text("beta"))));
+    gate->append(entry(text("beta")));
     s.root.append(gate);
     QCOMPARE(s.settled(), text("gate(Alpha, beta)"));
     gate->rename(text("g"));
@@ -210,11 +204,11 @@ void TestNodeViewProxyModel::aFilteredTreeFollows()
 void TestNodeViewProxyModel::giantGraphsAreFilteredInTime()
 {
     Shown s;
-    View above = s.addView(s.root, "first");
+    View above = appended(s.root, "first");
     for (int i = 0; i < 100; ++i) { // 2^100 ways
-        const View left = s.addView(*above, "left");
-        const View right = s.addView(*above, "right");
-        above = s.addView(*left, "next");
+        const View left = appended(*above, "left");
+        const View right = appended(*above, "right");
+        above = appended(*left, "next");
         right->append(above);
     }
     s.add(*above, "x", "Needle");
@@ -237,7 +231,7 @@ void TestNodeViewProxyModel::whetherThereIsMoreIsToldWithoutReading()
     const View leaf(new NodeView(text("leaf")));
     top->append(low);
     low->append(leaf);
-    leaf->append(NodeView::Entry(new NodeEntry(text("needle"))));
+    leaf->append(entry(text("needle")));
     NodeViewModel model(*f.db, top);
     NodeViewProxyModel proxy(model); // without a watch, which would look at every row
     for (const char* filter : { "", "needle" }) {
@@ -258,7 +252,7 @@ void TestNodeViewProxyModel::whetherThereIsMoreIsToldWithoutReading()
 void TestNodeViewProxyModel::aViewThatNobodyReadTellsOfItsEnd()
 {
     Shown s;
-    const View view = s.addView(s.root, "view");
+    const View view = appended(s.root, "view");
     s.add(*view, "a", "A");
     NodeViewModel model(*s.f.db, s.views.root());
     QVERIFY(model.hasChildren(model.index(0, 0)));
@@ -271,8 +265,8 @@ void TestNodeViewProxyModel::aViewThatNobodyReadTellsOfItsEnd()
 void TestNodeViewProxyModel::dropsGoThrough()
 {
     Shown s;
-    const View b = s.addView(s.root, "b");
-    const View a = s.addView(s.root, "a");
+    const View b = appended(s.root, "b");
+    const View a = appended(s.root, "a");
     s.add(*b, "1", "One");
     QCOMPARE(rowText(s.proxy), text("a(), b(One)"));
     const std::unique_ptr<QMimeData> one(s.proxy.mimeData({ rowOf(s.proxy, "One") }));
@@ -287,7 +281,7 @@ void TestNodeViewProxyModel::dropsGoThrough()
 void TestNodeViewProxyModel::nodesInNoViewHaveARow()
 {
     Shown s;
-    const View yard = s.addView(s.root, "yard");
+    const View yard = appended(s.root, "yard");
     const View beyond(new NodeView(text("beyond"))); // stands nowhere
     s.add(*beyond, "9", "Gate 9");
     s.add(*beyond, "1", "gate 10");
@@ -327,14 +321,14 @@ void TestNodeViewProxyModel::nodesInNoViewHaveARow()
 void TestNodeViewProxyModel::switchingInsideOfSignals()
 {
     Shown s;
-    const View yard = s.addView(s.root, "yard");
+    const View yard = appended(s.root, "yard");
     s.add(*yard, "a", "A");
     s.add(*yard, "b", "B");
     s.model.setShowsUnplacedNodes(true);
     // Heard before the rows hear it.
     connect(yard.get(), &NodeView::entryInserted, this, [&] {
         if (yard->count() == 1)
-            yard->insert(0, NodeView::Entry(new NodeEntry(text("a"))));
+            yard->insert(0, entry(text("a")));
     });
     connect(&s.model, &NodeViewModel::rowsInserted, this, [&](const QModelIndex& parent) {
         if (parent.data() == QVariant(text("Not in a view")))
@@ -345,7 +339,7 @@ void TestNodeViewProxyModel::switchingInsideOfSignals()
     yard->remove(text("b"));
     QCOMPARE(rowText(s.proxy), text("yard()"));
     s.model.setShowsUnplacedNodes(true);
-    yard->append(NodeView::Entry(new NodeEntry(text("b"))));
+    yard->append(entry(text("b")));
     QCOMPARE(rowText(s.proxy), text("yard(A, B)"));
 }
 
@@ -361,7 +355,7 @@ void TestNodeViewProxyModel::manyNodesInNoViewAreFollowedInTime()
     for (int i = 0; i < k_nodes; ++i) {
         const QString id = QString::number(i * 7919LL % k_nodes);
         f.insertPlain(id);
-        all->append(NodeView::Entry(new NodeEntry(id)));
+        all->append(entry(id));
     }
     QCOMPARE(proxy.rowCount(proxy.index(0, 0)), k_nodes);
     views.root()->append(all);

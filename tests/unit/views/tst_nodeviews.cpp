@@ -3,7 +3,6 @@
 #include "shared/calllogdestination.h"
 #include "shared/databasefixture.h"
 #include "shared/viewtext.h"
-#include "views/nodeentry.h"
 #include "views/nodeviews.h"
 
 #include "persistence/storefactory.h"
@@ -16,22 +15,12 @@
 #include <QThread>
 
 using namespace tq;
+using tst::appended;
+using tst::entry;
 using tst::text;
 using View = tqm::smart<NodeView>;
 
 namespace {
-
-View appended(NodeView& to, const char* name)
-{
-    const View view(new NodeView(text(name)));
-    to.append(view);
-    return view;
-}
-
-NodeView::Entry node(const QString& id)
-{
-    return NodeView::Entry(new NodeEntry(id));
-}
 
 /** A hand-made store: "name: entry entry" per view, where a capital letter is a view; "=X" is the
  * node X. */
@@ -99,11 +88,11 @@ void TestNodeViews::everyStoreGivesTheTreesBack()
     const View site = appended(*views.root(), "Site \"A\" / 100 % \u00e4\u65e5");
     const View shared = appended(*site, "shared");
     const View empty = appended(*views.root(), "");
-    shared->append(node(text("mac:0200/%\\{}\u00e4 x")));
-    site->append(node(text("b")));
-    site->append(node(text("a")));
+    shared->append(entry(text("mac:0200/%\\{}\u00e4 x")));
+    site->append(entry(text("b")));
+    site->append(entry(text("a")));
     empty->append(shared);
-    views.root()->append(node(text("at the top")));
+    views.root()->append(entry(text("at the top")));
     const QString before = tst::treeText(*views.root());
     auto store = openStore(location, nullptr, OpenMode::Create);
     const View once = appended(*site, "stood here once");
@@ -302,7 +291,7 @@ void TestNodeViews::removedNodesLeaveEveryView()
     const View two = appended(*one, "two");
     for (const View& view : { one, two, views.root() }) {
         for (const char* id : { "a", "b", "never known" })
-            view->append(node(text(id)));
+            view->append(entry(text(id)));
     }
     f.db->acquire(text("a"));
     f.db->removeNode(text("a")); // put off
@@ -323,7 +312,7 @@ void TestNodeViews::aNodeThatIsBackStays()
     tst::Database f;
     f.insertPlain(text("a"));
     NodeViews views(*f.db);
-    views.root()->append(node(text("a")));
+    views.root()->append(entry(text("a")));
     const std::unique_ptr<QThread> other(QThread::create([&] { f.db->removeNode(text("a")); }));
     other->start();
     QVERIFY(other->wait());
@@ -338,10 +327,10 @@ void TestNodeViews::slotsMayChangeWhatIsLoaded()
     const auto store = openStore(text("memory:"));
     write(store.get(), text("A fav x"), { text("A:y") });
     NodeViews views(*f.db);
-    views.root()->append(node(text("fav")));
+    views.root()->append(entry(text("fav")));
     connect(views.root().get(), &NodeView::contentsChanged, this, [&] {
         if (!views.root()->contains(text("fav")))
-            views.root()->append(node(text("fav")));
+            views.root()->append(entry(text("fav")));
     });
     views.load(store.get());
     QCOMPARE(tst::treeText(*views.root()), text("(fav, a(y), x)"));
@@ -359,7 +348,7 @@ void TestNodeViews::changesAreAnnounced()
     QCOMPARE(spy.size(), 3);
     QCOMPARE(views.removeEverywhere(two->id()), 1);
     QCOMPARE(spy.size(), 4);
-    two->append(node(text("a"))); // nothing to save
+    two->append(entry(text("a"))); // nothing to save
     views.root()->rename(text("is not saved"));
     views.root()->rename(QString());
     QCOMPARE(spy.size(), 4);

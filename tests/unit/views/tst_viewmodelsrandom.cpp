@@ -4,8 +4,7 @@
 // must announce each change rightly, and show in the end what a plain walk over the views gives.
 #include "modelwatch.h"
 #include "shared/databasefixture.h"
-#include "views/nodeentry.h"
-#include "views/nodeview.h"
+#include "shared/viewtext.h"
 #include "views/nodeviewmodel.h"
 #include "views/nodeviewproxymodel.h"
 #include "views/nodeviews.h"
@@ -66,7 +65,7 @@ public:
         for (const QString& id : db.nodeIdList()) {
             if (!placed.contains(id)
                 && !db.isDestinationOfNodeRelation(id, eDeviceToRecordingFolder))
-                unplaced->append(NodeView::Entry(new NodeEntry(id)));
+                unplaced->append(tst::entry(id));
         }
         if (unplaced->count() > 0)
             entries.append(unplaced);
@@ -126,30 +125,19 @@ public:
     void step()
     {
         try {
-            switch (below(10)) {
-            case 0:
-            case 1:
+            const int what = below(10);
+            if (what < 2)
                 changeNode();
-                break;
-            case 2:
+            else if (what < 3)
                 changeRelation();
-                break;
-            case 3:
-            case 4:
-            case 5:
+            else if (what < 6)
                 changeView(below(4) == 0 ? *views.root() : *any(m_all));
-                break;
-            case 6:
-            case 7:
-                drag(below(2) == 0 ? static_cast<QAbstractItemModel&>(model) : proxy);
-                break;
-            case 8:
+            else if (what < 8)
+                drag(anyModel());
+            else if (what < 9)
                 lookAround();
-                break;
-            case 9:
+            else
                 QCoreApplication::processEvents();
-                break;
-            }
         } catch (const IllegalArgumentException& e) {
             ++m_refused[e.message().left(9)];
         }
@@ -179,6 +167,11 @@ private:
     const T& any(const QList<T>& list)
     {
         return list.at(below(int(list.size())));
+    }
+
+    QAbstractItemModel& anyModel()
+    {
+        return below(2) == 0 ? static_cast<QAbstractItemModel&>(model) : proxy;
     }
 
     QString anyId() { return QStringLiteral("n%1").arg(below(k_nodes)); }
@@ -212,24 +205,17 @@ private:
         const int index = below(view.count() + 2) - 1;
         const auto entries = view.entries();
         const QString id = entries.isEmpty() ? text("none") : any(entries)->id();
-        switch (below(6)) {
-        case 0:
-        case 1:
-            view.insert(index, NodeView::Entry(new NodeEntry(anyId())));
-            break;
-        case 2:
+        const int what = below(6);
+        if (what < 2)
+            view.insert(index, tst::entry(anyId()));
+        else if (what < 3)
             view.insert(index, any(m_all));
-            break;
-        case 3:
+        else if (what < 4)
             view.move(id, index);
-            break;
-        case 4:
+        else if (what < 5)
             view.remove(id);
-            break;
-        case 5:
+        else
             view.rename(QStringLiteral("view %1").arg(below(30)));
-            break;
-        }
     }
 
     QModelIndex anyRow(QAbstractItemModel& from)
@@ -247,7 +233,7 @@ private:
             return;
         if (below(3) == 0)
             f.db->removeNode(anyId()); // while it is dragged
-        QAbstractItemModel& to = below(2) == 0 ? static_cast<QAbstractItemModel&>(model) : proxy;
+        QAbstractItemModel& to = anyModel();
         const QModelIndex target = anyRow(to);
         const Qt::DropAction action = below(2) == 0 ? Qt::MoveAction : Qt::CopyAction;
         const int row = below(to.rowCount(target) + 1) - 1;
@@ -259,7 +245,7 @@ private:
     void lookAround()
     {
         if (below(4) == 0)
-            rowText(below(2) == 0 ? static_cast<QAbstractItemModel&>(model) : proxy);
+            rowText(anyModel());
         if (below(4) == 0)
             proxy.setFilterText(below(2) == 0 ? QString() : QString::number(below(10)));
         if (below(8) == 0)
