@@ -3,6 +3,7 @@
 #include "contract/filestorecontract.h"
 
 #include "contract/scripts.h"
+#include "shared/files.h"
 #include "shared/logcapture.h"
 
 #include <QCoreApplication>
@@ -120,8 +121,7 @@ void FileStoreContract::abandonedFoldersAreRemoved()
         QStringLiteral(".other.nodedb-gone") };
     for (const QString& name : names) {
         QVERIFY(folder.mkdir(name));
-        QFile file(folder.filePath(name + QStringLiteral("/store")));
-        QVERIFY(file.open(QIODevice::WriteOnly));
+        write(folder.filePath(name + QStringLiteral("/store")), "");
     }
     const int used = ::open(qPrintable(folder.filePath(names[1])), O_RDONLY | O_DIRECTORY);
     QCOMPARE(::flock(used, LOCK_EX), 0);
@@ -195,26 +195,20 @@ void FileStoreContract::damagedFilesAreRefusedAndLeft()
     writeDevices(*store, 200);
     store->sync();
     store.reset();
-    QFile file(m_path);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QByteArray bytes = file.readAll();
+    QByteArray bytes = contentOf(m_path);
     damage(bytes);
-    QVERIFY(file.resize(0) && file.seek(0) && file.write(bytes) == bytes.size());
-    file.close();
-
-    const auto content = [](const QString& path) {
-        QFile read(path);
-        return read.open(QIODevice::ReadOnly) ? read.readAll() : QByteArray("unreadable");
-    };
+    write(m_path, bytes);
     for (const tq::OpenMode mode : { tq::OpenMode::ReadWrite, tq::OpenMode::ReadOnly }) {
         QString error;
         QVERIFY(!tq::openStore(m_url, &error, mode));
         QVERIFY2(error.contains(m_path), qPrintable(error));
     }
-    QCOMPARE(content(m_path), bytes);
+    QVERIFY(QFile::exists(m_path));
+    QCOMPARE(contentOf(m_path), bytes);
     const QString moved = tq::moveCorruptStoreAside(m_url);
     QVERIFY(moved.startsWith(m_path + QStringLiteral(".corrupt-2")));
-    QCOMPARE(content(moved), bytes);
+    QVERIFY(QFile::exists(moved));
+    QCOMPARE(contentOf(moved), bytes);
     QVERIFY(!QFile::exists(m_path));
 }
 
@@ -235,8 +229,7 @@ void FileStoreContract::unusablePathsAreNamed()
 {
     QFETCH(QString, path);
     QFETCH(tq::OpenMode, mode);
-    QFile file(m_folder->filePath(QStringLiteral("file")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
+    write(m_folder->filePath(QStringLiteral("file")), "");
     QVERIFY(QFile::link(QStringLiteral("loop"), m_folder->filePath(QStringLiteral("loop"))));
     QString error;
     const QString full = m_folder->filePath(path);

@@ -2,22 +2,21 @@
 // SPDX-License-Identifier: MIT
 #include "contract/filestorecontract.h"
 #include "contract/scripts.h"
+#include "shared/files.h"
 #include "shared/logcapture.h"
 
 #include <QDebug>
-#include <QFile>
 #include <QRect>
 #include <QSettings>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 class TestSettingsDestination : public tst::FileStoreContract
 {
     Q_OBJECT
 public:
-    TestSettingsDestination()
-        : FileStoreContract(QStringLiteral("ini:"), QStringLiteral("devices.ini"))
-    {
-    }
+    TestSettingsDestination() : FileStoreContract(u"ini:"_s, u"devices.ini"_s) { }
 
 private slots:
     void filesOfQSettingsReadAsQSettingsReadsThem();
@@ -27,25 +26,18 @@ private slots:
     void arraysEndWithTheirLastEntry_data();
     void arraysEndWithTheirLastEntry();
     void filesOfOneSizeAreNotConfused();
-
-private:
-    void writeFile(const QByteArray& content)
-    {
-        QFile file(m_path);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-    }
 };
 
 void TestSettingsDestination::filesOfQSettingsReadAsQSettingsReadsThem()
 {
     const QVariantList values = tst::valuesOfEveryType();
     const auto write = [&](QSettings& settings) {
-        settings.setValue(QStringLiteral("odd Kéy €"), 1);
-        settings.beginGroup(QStringLiteral("Grüße, general"));
-        settings.beginWriteArray(QStringLiteral("Values"));
+        settings.setValue(u"odd Kéy €"_s, 1);
+        settings.beginGroup(u"Grüße, general"_s);
+        settings.beginWriteArray(u"Values"_s);
         for (int i = 0; i < values.size(); ++i) {
             settings.setArrayIndex(i);
-            settings.setValue(QStringLiteral("V"), values[i]);
+            settings.setValue(u"V"_s, values[i]);
         }
         settings.endArray();
         settings.endGroup();
@@ -55,21 +47,21 @@ void TestSettingsDestination::filesOfQSettingsReadAsQSettingsReadsThem()
         write(settings);
     }
     // Another name, or QSettings would hand out what it still remembers.
-    const QString copy = m_path + QStringLiteral(".copy.ini");
+    const QString copy = m_path + u".copy.ini"_s;
     QVERIFY(QFile::copy(m_path, copy));
     QSettings peer(copy, QSettings::IniFormat);
     const auto store = open();
     QVERIFY(!store->isDamaged());
-    QCOMPARE(store->value(QStringLiteral("odd Kéy €")), QVariant(QStringLiteral("1")));
-    peer.beginGroup(QStringLiteral("Grüße, general"));
-    store->beginGroup(QStringLiteral("Grüße, general"));
-    QCOMPARE(store->beginReadArray(QStringLiteral("Values")), int(values.size()));
-    peer.beginReadArray(QStringLiteral("Values"));
+    QCOMPARE(store->value(u"odd Kéy €"_s), QVariant(u"1"_s));
+    peer.beginGroup(u"Grüße, general"_s);
+    store->beginGroup(u"Grüße, general"_s);
+    QCOMPARE(store->beginReadArray(u"Values"_s), int(values.size()));
+    peer.beginReadArray(u"Values"_s);
     for (int i = 0; i < values.size(); ++i) {
         peer.setArrayIndex(i);
         store->setArrayIndex(i);
-        const QVariant expected = peer.value(QStringLiteral("V"), QStringLiteral("default"));
-        const QVariant value = store->value(QStringLiteral("V"), QStringLiteral("default"));
+        const QVariant expected = peer.value(u"V"_s, u"default"_s);
+        const QVariant value = store->value(u"V"_s, u"default"_s);
         QVERIFY2(value == expected && value.metaType() == expected.metaType(),
             qPrintable(QDebug::toString(value) + QDebug::toString(expected)));
     }
@@ -77,25 +69,23 @@ void TestSettingsDestination::filesOfQSettingsReadAsQSettingsReadsThem()
 
 void TestSettingsDestination::plainValuesStayReadableForQSettings()
 {
-    const QVariantList login{ QStringLiteral("root"), true, QByteArray("a,\"\0b", 5) };
+    const QVariantList login{ u"root"_s, true, QByteArray("a,\"\0b", 5) };
     const auto store = open();
-    store->setValue(QStringLiteral("Text"), QStringLiteral("a, \"b\"; \\ \n@grüße"));
-    store->setValue(QStringLiteral("Number"), QStringLiteral("80"));
-    store->setValue(QStringLiteral("Flag"), true);
-    store->setValue(QStringLiteral("Login"), login);
-    store->setValue(QStringLiteral("Window"), QRect(1, 2, 3, 4));
+    store->setValue(u"Text"_s, u"a, \"b\"; \\ \n@grüße"_s);
+    store->setValue(u"Number"_s, u"80"_s);
+    store->setValue(u"Flag"_s, true);
+    store->setValue(u"Login"_s, login);
+    store->setValue(u"Window"_s, QRect(1, 2, 3, 4));
     store->sync();
-    QFile file(m_path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(file.readAll().contains("\nFlag=true\n"));
+    QVERIFY(tst::contentOf(m_path).contains("\nFlag=true\n"));
 
     const QSettings settings(m_path, QSettings::IniFormat);
-    QCOMPARE(settings.value(QStringLiteral("Text")), store->value(QStringLiteral("Text")));
-    QCOMPARE(settings.value(QStringLiteral("Number")).toString(), QStringLiteral("80"));
-    QVERIFY(settings.value(QStringLiteral("Flag")).toBool());
-    QCOMPARE(settings.value(QStringLiteral("Window")).toRect(), QRect(1, 2, 3, 4));
-    const QVariantList read = settings.value(QStringLiteral("Login")).toList();
-    QCOMPARE(read.value(0).toString(), QStringLiteral("root"));
+    QCOMPARE(settings.value(u"Text"_s), store->value(u"Text"_s));
+    QCOMPARE(settings.value(u"Number"_s).toString(), u"80"_s);
+    QVERIFY(settings.value(u"Flag"_s).toBool());
+    QCOMPARE(settings.value(u"Window"_s).toRect(), QRect(1, 2, 3, 4));
+    const QVariantList read = settings.value(u"Login"_s).toList();
+    QCOMPARE(read.value(0).toString(), u"root"_s);
     QCOMPARE(read.value(2).toByteArray(), login[2].toByteArray());
 }
 
@@ -106,24 +96,24 @@ void TestSettingsDestination::foreignOddities_data()
     QTest::addColumn<bool>("isDamaged");
     const auto lines = [](const char* text) { return QString::fromUtf8(text).split(QChar(u'|')); };
     QTest::newRow("size that is a value")
-        << QByteArray("[A]\nsize=3\nk=v\n") << lines("A/k=QString v|A/size=QString 3") << false;
+        << "[A]\nsize=3\nk=v\n"_ba << lines("A/k=QString v|A/size=QString 3") << false;
     QTest::newRow("index 0, huge index")
-        << QByteArray("[A]\n0\\k=v\n99999999999\\k=w\n")
+        << "[A]\n0\\k=v\n99999999999\\k=w\n"_ba
         << lines("A/0/k=QString v|A/99999999999/k=QString w") << false;
     QTest::newRow("lines that mean nothing")
-        << QByteArray("x\n[A]\nk=v\nnonsense\n[B\n") << lines("A/k=QString v") << true;
+        << "x\n[A]\nk=v\nnonsense\n[B\n"_ba << lines("A/k=QString v") << true;
     QTest::newRow("a broken variant")
-        << QByteArray("k=v\nl=@Variant(\\0\\0\\0\\xff)\n") << lines("k=QString v") << true;
-    QTest::newRow("nested without end") << "k=v\n" + QByteArray("g\\").repeated(100000) + "k=v\n"
+        << "k=v\nl=@Variant(\\0\\0\\0\\xff)\n"_ba << lines("k=QString v") << true;
+    QTest::newRow("nested without end") << "k=v\n" + "g\\"_ba.repeated(100000) + "k=v\n"
                                         << lines("k=QString v") << true;
     QTest::newRow("parts without a name")
-        << QByteArray("=x\n[A]\nk=v\nb\\\\k=w\n") << lines("A/k=QString v") << true;
+        << "=x\n[A]\nk=v\nb\\\\k=w\n"_ba << lines("A/k=QString v") << true;
     QTest::newRow("marks in names and texts")
-        << QByteArray("a@b=me@home\n[A@\\x40]\n@k=@Rect(1 2)\n")
+        << "a@b=me@home\n[A@\\x40]\n@k=@Rect(1 2)\n"_ba
         << lines("a@b=QString me@home|A@/x40/@k=QString @Rect(1 2)") << false;
     for (const char* start :
         { "@Variant", "\\x40Variant", "\\100Variant", "@\\qVariant", "x\", @\"Variant" }) {
-        const QByteArray nested = QByteArray("\\0\\0\\0\\t\\0\\0\\0\\x1").repeated(25000);
+        const QByteArray nested = "\\0\\0\\0\\t\\0\\0\\0\\x1"_ba.repeated(25000);
         QTest::addRow("nested without end: %s", start)
             << "k=v\nl=\"" + QByteArray(start) + '(' + nested + ")\"\n"
             << lines("k=QString v") << true;
@@ -169,7 +159,7 @@ void TestSettingsDestination::arraysEndWithTheirLastEntry()
     QFETCH(QString, tree);
     QFETCH(QString, told);
     QFETCH(bool, isDamaged);
-    writeFile(content);
+    tst::write(m_path, content);
     const tst::LogCapture log;
     const auto store = open();
     QCOMPARE(tst::flat(store->tree()).join(u'|'), tree);
@@ -181,8 +171,8 @@ void TestSettingsDestination::arraysEndWithTheirLastEntry()
 void TestSettingsDestination::filesOfOneSizeAreNotConfused()
 {
     for (int i = 0; i < 100; ++i) {
-        writeFile(QByteArray("k=") + char('a' + i % 26) + '\n');
-        QCOMPARE(open()->value(QStringLiteral("k")).toString(), QString(QChar('a' + i % 26)));
+        tst::write(m_path, "k="_ba + char('a' + i % 26) + '\n');
+        QCOMPARE(open()->value(u"k"_s).toString(), QString(QChar('a' + i % 26)));
     }
 }
 
@@ -191,7 +181,7 @@ void TestSettingsDestination::foreignOddities()
     QFETCH(QByteArray, content);
     QFETCH(QStringList, tree);
     QFETCH(bool, isDamaged);
-    writeFile(content);
+    tst::write(m_path, content);
     const tst::LogCapture log;
     const auto store = open();
     QCOMPARE(tst::flat(store->tree()), tree);

@@ -4,21 +4,20 @@
 #include "contract/scripts.h"
 #include "persistence/memorydestination.h"
 #include "persistence/packedtree_p.h"
+#include "shared/files.h"
 #include "shared/logcapture.h"
 
-#include <QFile>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 class TestSqlDestination : public tst::FileStoreContract
 {
     Q_OBJECT
 public:
-    TestSqlDestination()
-        : FileStoreContract(QStringLiteral("sqlite:"), QStringLiteral("devices.db"))
-    {
-    }
+    TestSqlDestination() : FileStoreContract(u"sqlite:"_s, u"devices.db"_s) { }
 
 private slots:
     void oneRowPerEntry();
@@ -38,8 +37,7 @@ private:
     {
         QVariant result;
         {
-            auto database =
-                QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("t"));
+            auto database = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"t"_s);
             database.setDatabaseName(m_path);
             if (!database.open())
                 qFatal("no database");
@@ -53,7 +51,7 @@ private:
             }
             result = query.next() ? query.value(0) : QVariant();
         }
-        QSqlDatabase::removeDatabase(QStringLiteral("t"));
+        QSqlDatabase::removeDatabase(u"t"_s);
         return result;
     }
 
@@ -70,31 +68,31 @@ void TestSqlDestination::oneRowPerEntry()
 {
     writeStore(10);
     // Ten entries, the values of the root and those of the group.
-    QCOMPARE(run({ QStringLiteral("SELECT count(*) FROM rows") }).toInt(), 12);
+    QCOMPARE(run({ u"SELECT count(*) FROM rows"_s }).toInt(), 12);
 }
 
 void TestSqlDestination::readersSeeOneStateAndWritersDoNotHang()
 {
     writeStore(3);
     const auto reader = open(tq::OpenMode::ReadOnly);
-    QCOMPARE(reader->value(QStringLiteral("Old")), QVariant(QStringLiteral("none")));
+    QCOMPARE(reader->value(u"Old"_s), QVariant(u"none"_s));
     const auto writer = open();
     const tst::LogCapture log;
-    writer->remove(QStringLiteral("Devices"));
+    writer->remove(u"Devices"_s);
     writer->sync();
     QVERIFY(writer->errorString().contains(m_path));
     QVERIFY(!log.linesWith(m_path).isEmpty());
-    reader->beginGroup(QStringLiteral("Devices"));
-    QCOMPARE(reader->beginReadArray(QStringLiteral("Devices")), 3);
+    reader->beginGroup(u"Devices"_s);
+    QCOMPARE(reader->beginReadArray(u"Devices"_s), 3);
     reader->endArray();
     reader->endGroup();
 
     reader->endReading();
-    writer->remove(QStringLiteral("Devices"));
+    writer->remove(u"Devices"_s);
     writer->sync();
     QVERIFY2(writer->isUsable(), qPrintable(writer->errorString()));
-    reader->beginGroup(QStringLiteral("Devices"));
-    QCOMPARE(reader->beginReadArray(QStringLiteral("Devices")), 0);
+    reader->beginGroup(u"Devices"_s);
+    QCOMPARE(reader->beginReadArray(u"Devices"_s), 0);
 }
 
 void TestSqlDestination::aDamagedNameIsNoticed()
@@ -114,17 +112,17 @@ void TestSqlDestination::aDamagedNameIsNoticed()
 void TestSqlDestination::numbersAreUsedAgainAfterTheHighest()
 {
     writeStore(2);
-    run({ QStringLiteral("INSERT INTO names VALUES (2147483646, 'x')"),
-        QStringLiteral("INSERT INTO containers VALUES (2147483646, '/x')") });
+    run({ u"INSERT INTO names VALUES (2147483646, 'x')"_s,
+        u"INSERT INTO containers VALUES (2147483646, '/x')"_s });
     auto store = open();
     tq::MemoryDestination model;
     for (tq::IPersistDestination* to : { static_cast<tq::IPersistDestination*>(&model),
              static_cast<tq::IPersistDestination*>(store.get()) }) {
-        to->remove(QStringLiteral("Devices"));
+        to->remove(u"Devices"_s);
         tst::writeDevices(*to, 3);
-        to->setValue(QStringLiteral("new"), 1);
-        to->beginGroup(QStringLiteral("G"));
-        to->setValue(QStringLiteral("new, too"), 1);
+        to->setValue(u"new"_s, 1);
+        to->beginGroup(u"G"_s);
+        to->setValue(u"new, too"_s, 1);
         to->endGroup();
     }
     store = reopened(std::move(store));
@@ -134,27 +132,25 @@ void TestSqlDestination::numbersAreUsedAgainAfterTheHighest()
 void TestSqlDestination::foreignDatabasesAreRefused_data()
 {
     QTest::addColumn<QString>("statement");
-    QTest::newRow("no table of ours") << QStringLiteral("DROP TABLE store");
-    QTest::newRow("a later format") << QStringLiteral("UPDATE store SET format = 2");
-    QTest::newRow("a trigger") << QStringLiteral(
-        "CREATE TRIGGER t AFTER INSERT ON rows BEGIN DELETE FROM rows; END");
-    const QString row = QStringLiteral("UPDATE rows SET id = %1 WHERE id % 4294967296 = 1");
-    QTest::newRow("an index too high") << row.arg(QStringLiteral("id | (1 << 31)"));
-    QTest::newRow("a row before all containers") << row.arg(QStringLiteral("-id"));
-    QTest::newRow("a row of no container") << row.arg(QStringLiteral("id | (1 << 60)"));
-    QTest::newRow("a container too high")
-        << QStringLiteral("INSERT INTO containers VALUES (2147483647, '/x')");
-    QTest::newRow("a name too high")
-        << QStringLiteral("INSERT INTO names VALUES (2147483647, 'x')");
-    QTest::newRow("a name twice") << QStringLiteral(
-        "DROP INDEX texts\nINSERT INTO names SELECT 1000, name FROM names LIMIT 1");
+    QTest::newRow("no table of ours") << u"DROP TABLE store"_s;
+    QTest::newRow("a later format") << u"UPDATE store SET format = 2"_s;
+    QTest::newRow("a trigger")
+        << u"CREATE TRIGGER t AFTER INSERT ON rows BEGIN DELETE FROM rows; END"_s;
+    const QString row = u"UPDATE rows SET id = %1 WHERE id % 4294967296 = 1"_s;
+    QTest::newRow("an index too high") << row.arg(u"id | (1 << 31)"_s);
+    QTest::newRow("a row before all containers") << row.arg(u"-id"_s);
+    QTest::newRow("a row of no container") << row.arg(u"id | (1 << 60)"_s);
+    QTest::newRow("a container too high") << u"INSERT INTO containers VALUES (2147483647, '/x')"_s;
+    QTest::newRow("a name too high") << u"INSERT INTO names VALUES (2147483647, 'x')"_s;
+    QTest::newRow("a name twice")
+        << u"DROP INDEX texts\nINSERT INTO names SELECT 1000, name FROM names LIMIT 1"_s;
 }
 
 void TestSqlDestination::foreignDatabasesAreRefused()
 {
     QFETCH(QString, statement);
     writeStore(1);
-    run(statement.split(QLatin1Char('\n')));
+    run(statement.split(u'\n'));
     QString error;
     QVERIFY(!tq::openStore(m_url, &error));
     QVERIFY2(error.contains(m_path), qPrintable(error));
@@ -169,13 +165,13 @@ void TestSqlDestination::damagedRowsAreReportedAndTheOthersRead_data()
             result += char(number);
         return result;
     };
-    QTest::newRow("empty") << QByteArray("");
+    QTest::newRow("empty") << ""_ba;
     QTest::newRow("a huge length") << bytes({ 5, 0xff, 0xff, 0xff, 0xff, 0x7f, 'a' });
     QTest::newRow("a number without end") << QByteArray(40, '\xff');
     QTest::newRow("a huge list") << bytes({ 5, 5, 'L', 0xff, 0xff, 0xff, 0x7f, 0 });
     QTest::newRow("groups without end") << QByteArray(100000, '\6');
     QTest::newRow("lists without end")
-        << bytes({ 5, 0xc0, 0x9a, 0xc }) + QByteArray("L\1").repeated(100000) + bytes({ 0 });
+        << bytes({ 5, 0xc0, 0x9a, 0xc }) + "L\1"_ba.repeated(100000) + bytes({ 0 });
     QTest::newRow("bytes left over") << bytes({ 0, 0 });
     QTest::newRow("an entry outside an array") << bytes({ 8, 0, 0 });
     QTest::newRow("an entry twice") << bytes({ 7, 1, 4, 0, 4, 0, 0, 0 });
@@ -192,18 +188,16 @@ void TestSqlDestination::damagedRowsAreReportedAndTheOthersRead()
     QFETCH(QByteArray, row);
     writeStore(3);
     // The row of the array's first entry.
-    run({ QStringLiteral("UPDATE rows SET data = ? WHERE id % 4294967296 = 2") }, row);
+    run({ u"UPDATE rows SET data = ? WHERE id % 4294967296 = 2"_s }, row);
     const tst::LogCapture log;
     const auto store = open();
     const tq::StoreNode tree = store->tree();
     QVERIFY(store->isDamaged());
     QVERIFY(!store->isUsable());
-    QCOMPARE(log.linesWith(QStringLiteral("Devices")).size(), 1);
-    const auto& devices =
-        tree.groups.at(QStringLiteral("Devices")).arrays.at(QStringLiteral("Devices"));
+    QCOMPARE(log.linesWith(u"Devices"_s).size(), 1);
+    const auto& devices = tree.groups.at(u"Devices"_s).arrays.at(u"Devices"_s);
     QCOMPARE(devices.size, 3);
-    QCOMPARE(
-        devices.entries.at(2).values.at(QStringLiteral("ID")), QVariant(QStringLiteral("id-2")));
+    QCOMPARE(devices.entries.at(2).values.at(u"ID"_s), QVariant(u"id-2"_s));
 }
 
 void TestSqlDestination::anyDamageToARowIsSurvived()
@@ -242,11 +236,9 @@ void TestSqlDestination::deletedSecretsLeaveTheFile()
 {
     writeStore(50);
     const auto store = open();
-    store->remove(QStringLiteral("Devices"));
+    store->remove(u"Devices"_s);
     store->sync();
-    QFile file(m_path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(!file.readAll().contains("secret"));
+    QVERIFY(!tst::contentOf(m_path).contains("secret"));
 }
 
 int main(int argc, char* argv[])
