@@ -12,6 +12,7 @@
 #include <climits>
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
 using namespace tq;
 using tst::text;
 
@@ -22,8 +23,8 @@ constexpr auto k_relation = eDeviceToRecordingFolder;
 /** Writes one stored node. */
 void writeNode(MemoryDestination& store, int index, const QVariantMap& values)
 {
-    store.beginGroup(text("GlobalNodes"));
-    store.beginWriteArray(text("Nodes"));
+    store.beginGroup(u"GlobalNodes"_s);
+    store.beginWriteArray(u"Nodes"_s);
     store.setArrayIndex(index);
     for (auto it = values.cbegin(); it != values.cend(); ++it)
         store.setValue(it.key(), *it);
@@ -39,7 +40,7 @@ public:
     int beginReadArray(const QString& name) override
     {
         const int count = CallLogDestination::beginReadArray(name);
-        const QStringList boasted{ text("Nodes"), text("Relations"), text("Exceptions") };
+        const QStringList boasted{ u"Nodes"_s, u"Relations"_s, u"Exceptions"_s };
         return boasted.contains(name) ? INT_MAX : count;
     }
 };
@@ -66,7 +67,7 @@ private slots:
 void TestSaveAndLoad::groupsAreReplacedInOrder()
 {
     tst::Database f;
-    f.insertPlain(text("n"));
+    f.insertPlain(u"n"_s);
     bool modifiedAtSync = false;
     tst::CallLogDestination target;
     target.onSync = [&] { modifiedAtSync = f.db->isModified(); };
@@ -74,85 +75,83 @@ void TestSaveAndLoad::groupsAreReplacedInOrder()
     QStringList groups;
     const QStringList calls = target.calls();
     for (qsizetype i = 0; i < calls.size(); ++i) {
-        if (calls.at(i).startsWith(text("beginGroup"))) {
+        if (calls.at(i).startsWith(u"beginGroup"_s)) {
             const QString group = calls.at(i).mid(11);
-            QCOMPARE(calls.at(i - 1), text("remove ") + group);
+            QCOMPARE(calls.at(i - 1), u"remove "_s + group);
             groups.append(group);
         }
     }
-    QCOMPARE(groups.join(QLatin1Char(' ')),
-        text("Environment GlobalFields GlobalRecordingFolderPath DefaultRecordingTransponder "
-             "GlobalProxy GlobalAuthentication GlobalNodes NodeRelations"));
-    const qsizetype nodes = calls.indexOf(text("beginGroup GlobalNodes"));
+    QCOMPARE(groups.join(u' '),
+        u"Environment GlobalFields GlobalRecordingFolderPath DefaultRecordingTransponder "
+        "GlobalProxy GlobalAuthentication GlobalNodes NodeRelations"_s);
+    const qsizetype nodes = calls.indexOf(u"beginGroup GlobalNodes"_s);
     QCOMPARE(calls.mid(nodes + 1, 3),
-        QStringList(
-            { text("remove Nodes"), text("beginWriteArray Nodes -1"), text("setArrayIndex 0") }));
-    const qsizetype relations = calls.indexOf(text("beginGroup NodeRelations"));
+        QStringList({ u"remove Nodes"_s, u"beginWriteArray Nodes -1"_s, u"setArrayIndex 0"_s }));
+    const qsizetype relations = calls.indexOf(u"beginGroup NodeRelations"_s);
     QCOMPARE(calls.mid(relations + 1),
-        QStringList({ text("remove Relations"), text("beginWriteArray Relations -1"),
-            text("endArray"), text("endGroup"), text("sync") }));
-    const qsizetype proxy = calls.indexOf(text("beginGroup GlobalProxy"));
-    QCOMPARE(calls.mid(proxy, nodes - proxy).filter(text("beginWriteArray")),
-        QStringList({ text("beginWriteArray Environment -1"),
-            text("beginWriteArray Environment -1"), text("beginWriteArray Exceptions -1") }));
-    QVERIFY(calls.contains(text("setValue Bandwidth QVariant(int, 2)")));
+        QStringList({ u"remove Relations"_s, u"beginWriteArray Relations -1"_s, u"endArray"_s,
+            u"endGroup"_s, u"sync"_s }));
+    const qsizetype proxy = calls.indexOf(u"beginGroup GlobalProxy"_s);
+    QCOMPARE(calls.mid(proxy, nodes - proxy).filter(u"beginWriteArray"_s),
+        QStringList({ u"beginWriteArray Environment -1"_s, u"beginWriteArray Environment -1"_s,
+            u"beginWriteArray Exceptions -1"_s }));
+    QVERIFY(calls.contains(u"setValue Bandwidth QVariant(int, 2)"_s));
     QVERIFY(modifiedAtSync && !f.db->isModified());
 }
 
 void TestSaveAndLoad::onlyWhatShouldPersistIsSaved()
 {
     tst::Database f;
-    f.insertPlain(text("a"))->setShouldPersist(false);
-    f.insertPlain(text("b"));
-    f.insertPlain(text("c"));
-    f.db->addNodeRelation(text("b"), text("a"), k_relation);
-    f.db->addNodeRelation(text("b"), text("c"), k_relation);
-    f.db->addNodeRelation(text("b"), text("gone"), k_relation);
+    f.insertPlain(u"a"_s)->setShouldPersist(false);
+    f.insertPlain(u"b"_s);
+    f.insertPlain(u"c"_s);
+    f.db->addNodeRelation(u"b"_s, u"a"_s, k_relation);
+    f.db->addNodeRelation(u"b"_s, u"c"_s, k_relation);
+    f.db->addNodeRelation(u"b"_s, u"gone"_s, k_relation);
     const auto savedLines = [&](bool all) {
         tst::CallLogDestination target;
         f.log.clear();
         f.db->save(&target, all);
-        return f.log.lines().filter(text("av"));
+        return f.log.lines().filter(u"av"_s);
     };
-    const QString trouble = text("2 Cannot save node relation (trouble with driver component...)");
+    const QString trouble = u"2 Cannot save node relation (trouble with driver component...)"_s;
     QCOMPARE(savedLines(false),
-        QStringList({ text("1 NodeDB saved: 2 nodes."), trouble,
-            text("1 NodeDB saved: 1 nodes relations.") }));
+        QStringList(
+            { u"1 NodeDB saved: 2 nodes."_s, trouble, u"1 NodeDB saved: 1 nodes relations."_s }));
     QCOMPARE(savedLines(true),
-        QStringList({ text("1 NodeDB saved: 3 nodes."), trouble,
-            text("1 NodeDB saved: 2 nodes relations.") }));
+        QStringList(
+            { u"1 NodeDB saved: 3 nodes."_s, trouble, u"1 NodeDB saved: 2 nodes relations."_s }));
 }
 
 void TestSaveAndLoad::loadingAnnouncesNodesAndRelationsOnly()
 {
-    tst::FakeDriver driver(text("d"), { { tst::k_plainType, 1 } });
+    tst::FakeDriver driver(u"d"_s, { { tst::k_plainType, 1 } });
     MemoryDestination store;
     {
         tst::Database f;
-        f.db->environments()->add(text("Office"));
-        f.db->setGlobalAuthentication(text("u"), text("p"));
-        f.db->setGlobalRecordingFolderPath(text("/rec/"));
-        f.db->globalProxy()->addException(text("e"));
+        f.db->environments()->add(u"Office"_s);
+        f.db->setGlobalAuthentication(u"u"_s, u"p"_s);
+        f.db->setGlobalRecordingFolderPath(u"/rec/"_s);
+        f.db->globalProxy()->addException(u"e"_s);
         for (const char* id : { "c", "a", "b" })
             f.insertPlain(text(id));
-        f.db->addNodeRelation(text("c"), text("a"), k_relation);
-        f.db->addNodeRelation(text("a"), text("b"), k_relation);
+        f.db->addNodeRelation(u"c"_s, u"a"_s, k_relation);
+        f.db->addNodeRelation(u"a"_s, u"b"_s, k_relation);
         f.db->save(&store, false);
     }
     tst::Database f;
     f.db->load(&store);
     QCOMPARE(f.signals_(),
-        QStringList({ text("nodeInserted(a)"), text("nodeInserted(b)"), text("nodeInserted(c)"),
-            text("nodeRelationAboutToBeAdded(a,b,1)"), text("nodeRelationAdded(a,b,1)"),
-            text("nodeRelationAboutToBeAdded(c,a,1)"), text("nodeRelationAdded(c,a,1)") }));
-    QCOMPARE(f.log.linesWith(text("loaded")),
-        QStringList(
-            { text("1 NodeDB loaded: 3 nodes."), text("1 NodeDB loaded: 2 nodes relations.") }));
+        QStringList({ u"nodeInserted(a)"_s, u"nodeInserted(b)"_s, u"nodeInserted(c)"_s,
+            u"nodeRelationAboutToBeAdded(a,b,1)"_s, u"nodeRelationAdded(a,b,1)"_s,
+            u"nodeRelationAboutToBeAdded(c,a,1)"_s, u"nodeRelationAdded(c,a,1)"_s }));
+    QCOMPARE(f.log.linesWith(u"loaded"_s),
+        QStringList({ u"1 NodeDB loaded: 3 nodes."_s, u"1 NodeDB loaded: 2 nodes relations."_s }));
     QVERIFY(!f.db->isModified());
-    QCOMPARE(f.db->globalPassword() + f.db->globalRecordingFolderPath(), text("p/rec"));
+    QCOMPARE(f.db->globalPassword() + f.db->globalRecordingFolderPath(), u"p/rec"_s);
     QCOMPARE(f.db->environments()->getList().size(), 2);
     f.db->load(&store);
-    QCOMPARE(f.log.linesWith(text("has the id of another")).size(), 3);
+    QCOMPARE(f.log.linesWith(u"has the id of another"_s).size(), 3);
     QCOMPARE(f.db->nodeIdList().size(), 3);
 }
 
@@ -162,8 +161,8 @@ void TestSaveAndLoad::emptyStoreGivesDefaults()
     f.db->setDefaultRecordingTransponderPort(1);
     f.db->setDefaultRecordingTransponderFramerate(9);
     f.db->setBandwidth(9);
-    f.db->setGlobalRecordingFolderPath(text("x"));
-    f.db->setGlobalAuthentication(text("u"), text("p"));
+    f.db->setGlobalRecordingFolderPath(u"x"_s);
+    f.db->setGlobalAuthentication(u"u"_s, u"p"_s);
     const QString before = f.db->activeEnvironment();
     MemoryDestination store;
     f.db->load(&store);
@@ -173,84 +172,80 @@ void TestSaveAndLoad::emptyStoreGivesDefaults()
     QVERIFY(f.db->globalRecordingFolderPath().isEmpty());
     QVERIFY(f.db->activeEnvironment() != before);
     // a login that is not stored stays as it was
-    QCOMPARE(f.db->globalUser(), text("u"));
+    QCOMPARE(f.db->globalUser(), u"u"_s);
 }
 
 void TestSaveAndLoad::entriesThatCannotBeReadAreLeftOut()
 {
-    tst::FakeDriver driver(text("d"), { { 0, 1 }, { tst::k_plainType, 1 } });
+    tst::FakeDriver driver(u"d"_s, { { 0, 1 }, { tst::k_plainType, 1 } });
     MemoryDestination store;
-    writeNode(store, 0, { { text("ID"), text("no driver") }, { text("NodeType"), 22 } });
-    writeNode(
-        store, 1, { { text("Name"), text("no id") }, { text("NodeType"), int(tst::k_plainType) } });
-    writeNode(store, 2, { { text("ID"), text("no type") } });
-    writeNode(
-        store, 3, { { text("ID"), text("good") }, { text("NodeType"), int(tst::k_plainType) } });
+    writeNode(store, 0, { { u"ID"_s, u"no driver"_s }, { u"NodeType"_s, 22 } });
+    writeNode(store, 1, { { u"Name"_s, u"no id"_s }, { u"NodeType"_s, int(tst::k_plainType) } });
+    writeNode(store, 2, { { u"ID"_s, u"no type"_s } });
+    writeNode(store, 3, { { u"ID"_s, u"good"_s }, { u"NodeType"_s, int(tst::k_plainType) } });
     tst::Database f;
     f.db->load(&store);
     // a missing type reads as 0
-    QCOMPARE(f.db->nodeIdList(), QStringList({ text("good"), text("no type") }));
-    QCOMPARE(f.log.lines().filter(text("2 ")).mid(0, 2),
-        QStringList({ text("2 No node driver available for node type: 22"),
-            text("2 A stored node has no id and is left out, entry 1") }));
-    QVERIFY(f.log.lines().contains(text("1 NodeDB loaded: 2 nodes.")));
+    QCOMPARE(f.db->nodeIdList(), QStringList({ u"good"_s, u"no type"_s }));
+    QCOMPARE(f.log.lines().filter(u"2 "_s).mid(0, 2),
+        QStringList({ u"2 No node driver available for node type: 22"_s,
+            u"2 A stored node has no id and is left out, entry 1"_s }));
+    QVERIFY(f.log.lines().contains(u"1 NodeDB loaded: 2 nodes."_s));
 }
 
 void TestSaveAndLoad::aThrowAtAnyCallSavesNothing()
 {
     tst::Database f;
-    f.insertDevice(text("d"), text("h"));
-    tst::PlainNode* const node = f.insertPlain(text("n"));
+    f.insertDevice(u"d"_s, u"h"_s);
+    tst::PlainNode* const node = f.insertPlain(u"n"_s);
     tst::CallLogDestination whole;
     f.db->save(&whole, false);
     for (int k = 0; k < whole.calls().size(); ++k) {
         const bool isChanged = k >= whole.calls().size() / 2;
         if (isChanged)
-            f.db->endUpdateNode(f.db->beginUpdateNode(text("d"), 0));
+            f.db->endUpdateNode(f.db->beginUpdateNode(u"d"_s, 0));
         tst::CallLogDestination target;
         target.throwAt = k;
         f.db->save(&target, false);
         QVERIFY2(f.db->isModified() == isChanged, qPrintable(whole.calls().at(k)));
-        QCOMPARE(target.calls().filter(text("sync")).size(), k == whole.calls().size() - 1 ? 1 : 0);
+        QCOMPARE(target.calls().filter(u"sync"_s).size(), k == whole.calls().size() - 1 ? 1 : 0);
         QVERIFY2(target.openScopes() == 0, qPrintable(whole.calls().at(k)));
     }
-    QCOMPARE(
-        f.log.linesWith(text("The database was not saved: call ")).size(), whole.calls().size());
+    QCOMPARE(f.log.linesWith(u"The database was not saved: call "_s).size(), whole.calls().size());
     node->onSave = [] { throw std::runtime_error("broken node"); };
     tst::CallLogDestination target;
     f.db->save(&target, false);
-    QVERIFY(!target.calls().contains(text("sync")));
-    QVERIFY(!f.log.linesWith(text("broken node")).isEmpty());
+    QVERIFY(!target.calls().contains(u"sync"_s));
+    QVERIFY(!f.log.linesWith(u"broken node"_s).isEmpty());
     // the lock is free again
-    f.db->removeNode(text("n"));
-    QVERIFY(f.db->node(text("n")).null());
+    f.db->removeNode(u"n"_s);
+    QVERIFY(f.db->node(u"n"_s).null());
 }
 
 void TestSaveAndLoad::readersWaitForNobodyWhileSaving()
 {
     tst::Database f;
-    tst::PlainNode* const node = f.insertPlain(text("n"));
+    tst::PlainNode* const node = f.insertPlain(u"n"_s);
     node->onSave = [&] {
-        QCOMPARE(f.db->nodeIdList(), QStringList(text("n")));
-        f.db->removeNode(text("n"));
+        QCOMPARE(f.db->nodeIdList(), QStringList(u"n"_s));
+        f.db->removeNode(u"n"_s);
     };
     tst::CallLogDestination target;
     f.db->save(&target, false);
-    QCOMPARE(f.log.linesWith(text("holds the database's lock: removeNode")).size(), 1);
-    QVERIFY(!f.db->node(text("n")).null());
+    QCOMPARE(f.log.linesWith(u"holds the database's lock: removeNode"_s).size(), 1);
+    QVERIFY(!f.db->node(u"n"_s).null());
 }
 
 void TestSaveAndLoad::boastingStoresEnd()
 {
-    tst::FakeDriver driver(text("d"), { { 0, 1 }, { tst::k_plainType, 1 } });
+    tst::FakeDriver driver(u"d"_s, { { 0, 1 }, { tst::k_plainType, 1 } });
     MemoryDestination store;
-    writeNode(
-        store, 0, { { text("ID"), text("good") }, { text("NodeType"), int(tst::k_plainType) } });
+    writeNode(store, 0, { { u"ID"_s, u"good"_s }, { u"NodeType"_s, int(tst::k_plainType) } });
     BoastingStore boasting(&store);
     tst::Database f;
     f.db->load(&boasting);
-    QCOMPARE(f.db->nodeIdList(), QStringList(text("good")));
-    QVERIFY(!f.log.linesWith(text("damaged array: Nodes announces 2147483647")).isEmpty());
+    QCOMPARE(f.db->nodeIdList(), QStringList(u"good"_s));
+    QVERIFY(!f.log.linesWith(u"damaged array: Nodes announces 2147483647"_s).isEmpty());
     QVERIFY(f.db->relatedNodes(QString(), ENodeRelationType(0)).isEmpty());
 }
 
@@ -277,27 +272,27 @@ void TestSaveAndLoad::nodesAreConfinedToTheirEntries()
     tst::Database f;
     for (const char* id : { "a", "m", "z" })
         f.db->insertNode(new tst::UnrulyNode(text(id)));
-    f.db->addNodeRelation(text("a"), text("z"), k_relation);
+    f.db->addNodeRelation(u"a"_s, u"z"_s, k_relation);
     const auto save = [&] {
         tst::CallLogDestination target(&store);
         f.db->save(&target, false);
         return target.calls();
     };
     const QStringList good = save();
-    Node* const copy = f.db->beginUpdateNode(text("m"), 0);
+    Node* const copy = f.db->beginUpdateNode(u"m"_s, 0);
     copy->setNote(text(QTest::currentDataTag()));
     f.db->endUpdateNode(copy);
     const QStringList calls = save();
-    const QStringList after = good.mid(good.lastIndexOf(text("setArrayIndex 2")));
+    const QStringList after = good.mid(good.lastIndexOf(u"setArrayIndex 2"_s));
     QCOMPARE(calls.mid(calls.size() - after.size()), after);
-    QCOMPARE(calls.count(text("sync")), 1);
-    QCOMPARE(f.log.linesWith(text("m, driver unruly: ") + fault).size(), 1);
+    QCOMPARE(calls.count(u"sync"_s), 1);
+    QCOMPARE(f.log.linesWith(u"m, driver unruly: "_s + fault).size(), 1);
     for (const char* id : { "a", "m", "z" })
         f.db->removeNode(text(id));
     f.db->load(&store);
-    QCOMPARE(f.db->nodeIdList(), QStringList({ text("a"), text("m"), text("z") }));
-    QCOMPARE(f.db->relatedNodes(text("a"), k_relation), QStringList(text("z")));
-    QCOMPARE(f.log.linesWith(text("entry 1, driver unruly: ") + fault).size(), 1);
+    QCOMPARE(f.db->nodeIdList(), QStringList({ u"a"_s, u"m"_s, u"z"_s }));
+    QCOMPARE(f.db->relatedNodes(u"a"_s, k_relation), QStringList(u"z"_s));
+    QCOMPARE(f.log.linesWith(u"entry 1, driver unruly: "_s + fault).size(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestSaveAndLoad)
