@@ -9,30 +9,28 @@
 #include <QTest>
 #include <QUuid>
 
+using namespace Qt::StringLiterals;
+
 namespace tst {
 
 namespace {
 
-constexpr int k_patience = 30000; // ms
+constexpr int k_patience = 60000; // ms
 
 } // namespace
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
-}
 
 QByteArray simulatedId(const QByteArray& address)
 {
     return "uuid:" + QUuid::createUuidV5(QUuid(), address).toByteArray(QUuid::WithoutBraces);
+}
+
+void addRefusals(std::initializer_list<Refusal> rows)
+{
+    QTest::addColumn<QByteArray>("call");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QByteArray>("named");
+    for (const Refusal& row : rows)
+        QTest::newRow(row.call) << QByteArray(row.call) << row.code << QByteArray(row.named);
 }
 
 ProgramTest::ProgramTest() = default;
@@ -69,9 +67,37 @@ Run ProgramTest::run(
 
 Run ProgramTest::onStore(const QByteArray& arguments, const QByteArray& input) const
 {
-    return run(QStringList{ QStringLiteral("--json"), QStringLiteral("--store"), m_store }
-            + QString::fromUtf8(arguments).split(QLatin1Char(' ')),
+    return run(QStringList{ u"--json"_s, u"--store"_s, m_store }
+            + QString::fromUtf8(arguments).split(u' '),
         input);
+}
+
+Run ProgramTest::inWords(const QByteArray& arguments, char separator) const
+{
+    return run(QStringList{ u"--store"_s, m_store }
+        + QString::fromUtf8(arguments).split(QLatin1Char(separator)));
+}
+
+void ProgramTest::verifyRefusal(const std::function<Run(const QByteArray&)>& make) const
+{
+    QFETCH(QByteArray, call);
+    QFETCH(int, code);
+    QFETCH(QByteArray, named);
+    const auto before = hashes();
+    const Run ended = make(call);
+    QCOMPARE(ended.code, code);
+    QVERIFY2(ended.error.contains(named), ended.error);
+    const QJsonObject document = ended.document();
+    QCOMPARE(document["ok"_L1], QJsonValue(false));
+    QVERIFY2(document["error"_L1].toString().toUtf8().contains(named), ended.out);
+    QCOMPARE(ended.items().size(), 0);
+    QCOMPARE(hashes(), before);
+}
+
+bool ProgramTest::isInStore(const QByteArray& secret) const
+{
+    const QByteArray content = contentOf(m_store);
+    return content.contains(secret.toBase64()) || content.contains(secret);
 }
 
 QMap<QString, QByteArray> ProgramTest::hashes() const

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "shared/files.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -11,6 +13,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 
 class QTemporaryDir;
@@ -27,13 +30,23 @@ struct Run
     QJsonObject document() const { return QJsonDocument::fromJson(out).object(); }
     QJsonArray items() const { return document()[QLatin1String("items")].toArray(); }
     QJsonObject item(int i = 0) const { return items()[i].toObject(); }
+    QByteArray id(int i = 0) const { return item(i)[QLatin1String("ID")].toString().toUtf8(); }
+    QByteArray said() const { return out + error; }
 };
-
-QByteArray contentOf(const QString& path);
-void write(const QString& path, const QByteArray& content);
 
 /** Returns the id that the simulated driver gives a device which its site does not know. */
 QByteArray simulatedId(const QByteArray& address);
+
+/** A call that is to fail, the code it ends with, and what its refusal names. */
+struct Refusal
+{
+    const char* call;
+    int code;
+    const char* named;
+};
+
+/** Makes the rows for ProgramTest::verifyRefusal(). */
+void addRefusals(std::initializer_list<Refusal> rows);
 
 /** A test that calls the program in a folder of its own. */
 class ProgramTest : public QObject
@@ -52,6 +65,16 @@ protected:
 
     /** The same with JSON output on the test's store; arguments are separated by blanks. */
     Run onStore(const QByteArray& arguments, const QByteArray& input = QByteArray()) const;
+
+    /** The same with output for people. */
+    Run inWords(const QByteArray& arguments, char separator = ' ') const;
+
+    /** Verifies that the row's call, made by `make` with JSON output, is refused with a sentence
+     * that names what it should, and changes no file. */
+    void verifyRefusal(const std::function<Run(const QByteArray&)>& make) const;
+
+    /** Returns whether a secret can be read from the store, plain or as the store encodes it. */
+    bool isInStore(const QByteArray& secret) const;
 
     /** Returns the hash of every file in the folder by its name, but for those that stores are
      * locked with. */

@@ -1,26 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 // Runs in a network of its own, where 192.0.2.9 is at the end of a line and says nothing.
+#include "integration/programtest.h"
 #include "shared/ownnetwork.h"
 
-#include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTemporaryDir>
 #include <QTest>
 
-namespace {
+using namespace Qt::StringLiterals;
 
-constexpr int k_patience = 60000; ///< ms
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-} // namespace
-
-class TestAddCommand : public QObject
+class TestAddCommand : public tst::ProgramTest
 {
     Q_OBJECT
 
@@ -34,10 +24,10 @@ void TestAddCommand::initTestCase()
 {
     if (!tst::hasOwnNetwork())
         QSKIP("this machine allows no network namespace");
-    const QString line = text("ip link add quiet type veth peer name deaf && ip link set deaf up "
-                              "&& ip link set quiet up && ip addr add 192.0.2.1/24 dev quiet && "
-                              "ip neigh add 192.0.2.9 lladdr 02:00:00:00:00:09 dev quiet");
-    if (QProcess::execute(text("sh"), { text("-c"), line }) != 0)
+    const QString line = u"ip link add quiet type veth peer name deaf && ip link set deaf up "
+                         "&& ip link set quiet up && ip addr add 192.0.2.1/24 dev quiet && "
+                         "ip neigh add 192.0.2.9 lladdr 02:00:00:00:00:09 dev quiet"_s;
+    if (QProcess::execute(u"sh"_s, { u"-c"_s, line }) != 0)
         QSKIP("a line without anybody cannot be made (package iproute2)");
 }
 
@@ -49,7 +39,8 @@ void TestAddCommand::saysWhyThereIsNoNode_data()
     QTest::addColumn<QByteArray>("said");
     const auto row = [](const char* address, const char* said, int port = 0,
                          const char* banner = "") {
-        QTest::newRow(said) << text(address) << port << QByteArray(banner) << QByteArray(said);
+        QTest::newRow(said) << QString::fromUtf8(address) << port << QByteArray(banner)
+                            << QByteArray(said);
     };
     row("camera.invalid", "\"camera.invalid\" is the name of no host");
     row("198.51.100.7", "\"198.51.100.7\" cannot be reached: there is no route");
@@ -70,14 +61,10 @@ void TestAddCommand::saysWhyThereIsNoNode()
     QObject::connect(&device, &QTcpServer::newConnection, &device,
         [&] { device.nextPendingConnection()->write(banner); });
     QVERIFY(port == 0 || device.listen(QHostAddress(address), quint16(port)));
-    const QTemporaryDir folder;
-    QProcess program;
-    program.start(text(NODEDB_PROGRAM),
-        { text("--store"), folder.filePath(text("devices.db")), text("add"), address });
-    QTRY_COMPARE_WITH_TIMEOUT(program.state(), QProcess::NotRunning, k_patience);
-    QCOMPARE(program.exitCode(), 1);
-    const QByteArray error = program.readAllStandardError();
-    QVERIFY2(error.contains(said), error);
+    begin();
+    const tst::Run added = inWords("add " + address.toUtf8());
+    QCOMPARE(added.code, 1);
+    QVERIFY2(added.error.contains(said), added.error);
 }
 
 int main(int argc, char** argv)

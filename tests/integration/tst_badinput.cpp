@@ -1,12 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The NodeDB authors
 // SPDX-License-Identifier: MIT
 #include "integration/programtest.h"
-#include "shared/databasefixture.h"
 
 #include <QTest>
-
-using tst::Run;
-using tst::text;
 
 class TestBadInput : public tst::ProgramTest
 {
@@ -20,8 +16,8 @@ private slots:
 
 private:
     QByteArray m_made; ///< the store with two nodes that each row begins with
-    QString m_id;
-    QString m_other;
+    QByteArray m_id;
+    QByteArray m_other;
 };
 
 void TestBadInput::init()
@@ -30,20 +26,20 @@ void TestBadInput::init()
     tst::write(path("file"), "no folder");
     if (!m_made.isEmpty())
         return tst::write(m_store, m_made);
-    m_id = onStore("add 192.0.2.5 --type 2").item()[text("ID")].toString();
-    m_other = onStore("add 192.0.2.6 --type 2").item()[text("ID")].toString();
-    QCOMPARE(onStore("set " + m_other.toUtf8() + " MAC=02:00:00:00:00:06").code, 0);
+    m_id = onStore("add 192.0.2.5 --type 2").id();
+    m_other = onStore("add 192.0.2.6 --type 2").id();
+    QCOMPARE(onStore("set " + m_other + " MAC=02:00:00:00:00:06").code, 0);
     m_made = tst::contentOf(m_store);
 }
 
 void TestBadInput::valuesAreJudged_data()
 {
-    QTest::addColumn<QString>("call"); // arguments with bars between them
-    QTest::addColumn<QString>("named"); // by the refusal; nothing: the value is right
+    QTest::addColumn<QByteArray>("call"); // arguments with bars between them
+    QTest::addColumn<QByteArray>("named"); // by the refusal; nothing: the value is right
     const auto refused = [](const char* call, const char* named) {
-        QTest::newRow(call) << text(call) << text(named);
+        QTest::newRow(call) << QByteArray(call) << QByteArray(named);
     };
-    const auto taken = [](const char* call) { QTest::newRow(call) << text(call) << QString(); };
+    const auto taken = [&](const char* call) { refused(call, ""); };
     refused("set|ID|IP=999.1.1.1", "999.1.1.1");
     refused("set|ID|IP=1.2.3", "\"1.2.3\"");
     refused("set|ID|IP=0x7f000001", "0x7f000001");
@@ -93,20 +89,19 @@ void TestBadInput::valuesAreJudged_data()
 
 void TestBadInput::valuesAreJudged()
 {
-    QFETCH(QString, call);
-    QFETCH(QString, named);
-    const auto filled = [&](QString text) {
-        return text.replace(QLatin1String("OTHER"), m_other)
-            .replace(QLatin1String("ID"), m_id)
-            .replace(QLatin1String("FOLDER"), path(""));
+    QFETCH(QByteArray, call);
+    QFETCH(QByteArray, named);
+    const auto filled = [this](QByteArray text) {
+        return text.replace("OTHER", m_other)
+            .replace("ID", m_id)
+            .replace("FOLDER", path("").toUtf8());
     };
     const auto before = hashes();
-    const Run ended = run(QStringList{ text("--store"), m_store }
-        + filled(call).split(QLatin1Char('|'), Qt::KeepEmptyParts));
+    const tst::Run ended = inWords(filled(call), '|');
     QCOMPARE(ended.code == 0, named.isEmpty());
     if (named.isEmpty())
         return;
-    QVERIFY2(QString::fromUtf8(ended.error).contains(filled(named)), ended.error);
+    QVERIFY2(ended.error.contains(filled(named)), ended.error);
     QCOMPARE(ended.error.count('\n'), 1);
     QCOMPARE(hashes(), before);
 }

@@ -5,6 +5,7 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using tst::Run;
 using tst::text;
 
@@ -21,13 +22,12 @@ QStringList rights(const Run& run, const char* name)
         QStringList result;
         for (const QJsonValue each : names.toArray())
             result.append(each.toString());
-        return result.join(QLatin1Char(','));
+        return result.join(u',');
     };
     QStringList result;
     for (const QJsonValue item : run.items())
-        result.append(text("%1: %2|%3")
-                          .arg(item[text(name)].toString(), joined(item[text("Full")]),
-                              joined(item[text("ReadOnly")])));
+        result.append(u"%1: %2|%3"_s.arg(
+            item[text(name)].toString(), joined(item[u"Full"_s]), joined(item[u"ReadOnly"_s])));
     return result;
 }
 
@@ -70,17 +70,16 @@ void TestNasCommand::usersSharesAndRightsAreEdited()
              "grant NAS archive ben full" })
         QCOMPARE(nas(call).code, 0);
     QCOMPARE(rights(nas("shares NAS"), "Share"),
-        QStringList({ text("archive: ben|anna"), text("records: anna|") }));
+        QStringList({ u"archive: ben|anna"_s, u"records: anna|"_s }));
     const QJsonObject records = nas("shares NAS").item(1);
-    QCOMPARE(records[text("Volume")].toString(), text("v1"));
-    QCOMPARE(records[text("Path")].toString(), text("/srv/r"));
+    QCOMPARE(records[u"Volume"_s].toString(), u"v1"_s);
+    QCOMPARE(records[u"Path"_s].toString(), u"/srv/r"_s);
     QCOMPARE(rights(nas("users NAS"), "User"),
-        QStringList({ text("anna: records|archive"), text("ben: archive|") }));
+        QStringList({ u"anna: records|archive"_s, u"ben: archive|"_s }));
     QCOMPARE(nas("grant NAS records anna read").code, 0);
     QCOMPARE(rights(nas("revoke NAS archive ben"), "Share"),
-        QStringList({ text("archive: |anna"), text("records: |anna") }));
-    QCOMPARE(
-        rights(nas("shares NAS remove archive"), "Share"), QStringList(text("records: |anna")));
+        QStringList({ u"archive: |anna"_s, u"records: |anna"_s }));
+    QCOMPARE(rights(nas("shares NAS remove archive"), "Share"), QStringList(u"records: |anna"_s));
 }
 
 void TestNasCommand::rightsGoWithTheirUser()
@@ -89,71 +88,56 @@ void TestNasCommand::rightsGoWithTheirUser()
              "grant NAS records anna full", "users NAS remove anna",
              "users NAS add anna --no-password" })
         QCOMPARE(nas(call).code, 0);
-    QCOMPARE(rights(nas("shares NAS"), "Share"), QStringList(text("records: |")));
-    QCOMPARE(rights(nas("users NAS"), "User"), QStringList(text("anna: |")));
+    QCOMPARE(rights(nas("shares NAS"), "Share"), QStringList(u"records: |"_s));
+    QCOMPARE(rights(nas("users NAS"), "User"), QStringList(u"anna: |"_s));
 }
 
 void TestNasCommand::passwordsAreKeptOnlyWhereWanted()
 {
-    const auto isInStore = [&] {
-        const QByteArray content = tst::contentOf(m_store);
-        return content.contains(k_canary.toBase64()) || content.contains(k_canary);
-    };
     QCOMPARE(nas("users NAS add ben --no-save-password", k_canary).code, 0);
     QCOMPARE(nas("users NAS add eve --no-save-password --password-stdin", k_canary).code, 2);
-    QVERIFY(!isInStore());
+    QVERIFY(!isInStore(k_canary));
     const Run added = nas("users NAS add anna --password-stdin", k_canary + '\n');
     QCOMPARE(added.code, 0);
-    QVERIFY(isInStore());
+    QVERIFY(isInStore(k_canary));
     const Run listed = nas("users NAS");
-    QCOMPARE(listed.item(0)[text("SavePassword")], QJsonValue(false));
-    QCOMPARE(listed.item(1)[text("SavePassword")], QJsonValue(true));
-    const QByteArray said = added.out + added.error + listed.out + listed.error;
+    QCOMPARE(listed.item(0)[u"SavePassword"_s], QJsonValue(false));
+    QCOMPARE(listed.item(1)[u"SavePassword"_s], QJsonValue(true));
+    const QByteArray said = added.said() + listed.said();
     QVERIFY(!said.contains(k_canary) && !said.contains(k_canary.toBase64()));
     QCOMPARE(nas("users NAS remove anna").code, 0);
-    QVERIFY(!isInStore());
+    QVERIFY(!isInStore(k_canary));
 }
 
 void TestNasCommand::refusedCallsNameTheValueAndChangeNothing_data()
 {
-    QTest::addColumn<QByteArray>("call");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QByteArray>("named");
-    const auto row = [](const char* call, int code, const char* named) {
-        QTest::newRow(call) << QByteArray(call) << code << QByteArray(named);
-    };
-    row("users nobody", 1, "nobody");
-    row("users NAS add anna", 1, "anna");
-    row("users NAS add eve", 1, "no terminal");
-    row("users NAS remove eve", 1, "eve");
-    row("users NAS drop anna", 2, "drop");
-    row("users NAS add", 2, "add NAME");
-    row("shares NAS add records", 1, "records");
-    row("shares NAS remove films", 1, "films");
-    row("grant NAS films anna read", 1, "films");
-    row("grant NAS records eve read", 1, "eve");
-    row("grant NAS records anna write", 2, "write");
-    row("revoke NAS films anna", 1, "films");
-    row("revoke NAS records eve", 1, "eve");
-    row("revoke NAS records anna", 1, "anna");
-    row("shares CAMERA", 1, "is no network storage");
-    row("read NAS", 1, "cannot read devices");
-    row("paint NAS", 2, "paint");
+    tst::addRefusals({
+        { "users nobody", 1, "nobody" },
+        { "users NAS add anna", 1, "anna" },
+        { "users NAS add eve", 1, "no terminal" },
+        { "users NAS remove eve", 1, "eve" },
+        { "users NAS drop anna", 2, "drop" },
+        { "users NAS add", 2, "add NAME" },
+        { "shares NAS add records", 1, "records" },
+        { "shares NAS remove films", 1, "films" },
+        { "grant NAS films anna read", 1, "films" },
+        { "grant NAS records eve read", 1, "eve" },
+        { "grant NAS records anna write", 2, "write" },
+        { "revoke NAS films anna", 1, "films" },
+        { "revoke NAS records eve", 1, "eve" },
+        { "revoke NAS records anna", 1, "anna" },
+        { "shares CAMERA", 1, "is no network storage" },
+        { "read NAS", 1, "cannot read devices" },
+        { "paint NAS", 2, "paint" },
+    });
 }
 
 void TestNasCommand::refusedCallsNameTheValueAndChangeNothing()
 {
-    QFETCH(QByteArray, call);
-    QFETCH(int, code);
-    QFETCH(QByteArray, named);
     QCOMPARE(onStore(k_plugins + "add 192.0.2.9 --type 2").code, 0);
     QCOMPARE(nas("users NAS add anna --no-password").code, 0);
     QCOMPARE(nas("shares NAS add records").code, 0);
-    const auto before = hashes();
-    const Run run = nas(call);
-    QCOMPARE(run.code, code);
-    QVERIFY2(run.error.contains(named), run.error);
-    QCOMPARE(hashes(), before);
+    verifyRefusal([this](const QByteArray& call) { return nas(call); });
 }
 
 QTEST_GUILESS_MAIN(TestNasCommand)

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using tst::Run;
 using tst::text;
 
@@ -43,7 +44,7 @@ void TestRecordCommand::init()
     begin();
     m_ids.clear();
     for (const char* add : { "add 192.0.2.5 --type 2", "add 192.0.2.6 --type 2" })
-        m_ids.append(onStore(add).item()[text("ID")].toString().toUtf8());
+        m_ids.append(onStore(add).id());
 }
 
 void TestRecordCommand::foldersAreMadeOnceAndKept()
@@ -52,12 +53,12 @@ void TestRecordCommand::foldersAreMadeOnceAndKept()
     QCOMPARE(onStore("settings set --password-stdin RecordingFolderPassword", k_canary).code, 0);
     const auto row = [](const Run& run, int i) {
         const QJsonObject item = run.item(i);
-        return QStringList{ item[text("Device")].toString(), item[text("Folder")].toString(),
-            item[text("Path")].toString(), item[text("New")].toBool() ? text("new") : text("old") };
+        return QStringList{ item[u"Device"_s].toString(), item[u"Folder"_s].toString(),
+            item[u"Path"_s].toString(), item[u"New"_s].toBool() ? u"new"_s : u"old"_s };
     };
     const auto expected = [this](int camera, const char* age) {
         const QString id = QString::fromUtf8(m_ids[camera]);
-        return QStringList{ id, text("rec:") + id, text("/srv/records"), text(age) };
+        return QStringList{ id, u"rec:"_s + id, u"/srv/records"_s, text(age) };
     };
     const Run first = onCameras("record CAMERA");
     QCOMPARE(first.code, 0);
@@ -68,9 +69,8 @@ void TestRecordCommand::foldersAreMadeOnceAndKept()
     QCOMPARE(row(both, 0), expected(0, "old"));
     QCOMPARE(row(both, 1), expected(1, "new"));
     QCOMPARE(onCameras("relations OTHER").items().size(), 2);
-    QVERIFY(tst::contentOf(m_store).contains(k_canary.toBase64()));
-    const Run shown = onCameras("show rec:OTHER");
-    const QByteArray said = first.out + both.out + shown.out + first.error + both.error;
+    QVERIFY(isInStore(k_canary));
+    const QByteArray said = first.said() + both.said() + onCameras("show rec:OTHER").said();
     QVERIFY(!said.contains(k_canary) && !said.contains(k_canary.toBase64()));
     // The path is wanted for new folders only.
     QCOMPARE(onStore("settings set RecordingFolderPath ").code, 0);
@@ -79,39 +79,25 @@ void TestRecordCommand::foldersAreMadeOnceAndKept()
 
 void TestRecordCommand::refusedCallsNameTheValueAndChangeNothing_data()
 {
-    QTest::addColumn<QByteArray>("call");
-    QTest::addColumn<bool>("isPathSet");
-    QTest::addColumn<QByteArray>("named");
-    const auto row = [](const char* call, bool isPathSet, const char* named) {
-        QTest::newRow(call) << QByteArray(call) << isPathSet << QByteArray(named);
-    };
-    row("record CAMERA", false, "settings set RecordingFolderPath PATH");
-    row("record CAMERA nobody", true, "\"nobody\"");
-    row("record CAMERA rec:OTHER", true, "is a recording folder itself");
-    row("--plugins PLUGINS record CAMERA", true, "(RecordingFolderNode) is missing");
-    row("record", true, "record ID");
+    tst::addRefusals({
+        { "record CAMERA", 1, "settings set RecordingFolderPath PATH" },
+        { "record CAMERA nobody", 1, "\"nobody\"" },
+        { "record CAMERA rec:OTHER", 1, "is a recording folder itself" },
+        { "--plugins plugins record CAMERA", 1, "(RecordingFolderNode) is missing" },
+        { "record", 2, "record ID" },
+    });
 }
 
 void TestRecordCommand::refusedCallsNameTheValueAndChangeNothing()
 {
-    QFETCH(QByteArray, call);
-    QFETCH(bool, isPathSet);
-    QFETCH(QByteArray, named);
-    if (isPathSet) {
+    if (QTest::currentDataTag() != "record CAMERA"_ba) {
         setPath();
         QCOMPARE(onCameras("record OTHER").code, 0);
     }
-    const QString plugins = path("plugins"); // with a driver of cameras only
-    const QString driver = text("/libipcamera.so");
-    QVERIFY(QDir().mkdir(plugins));
-    QVERIFY(QFile::copy(text(PLUGIN_FOLDER) + driver, plugins + driver));
-    call.replace("PLUGINS", plugins.toUtf8());
-    const auto before = hashes();
-    const Run run = onCameras(call);
-    QCOMPARE(run.code, call == "record" ? 2 : 1);
-    QVERIFY2(run.error.contains(named), run.error);
-    QCOMPARE(run.items().size(), 0);
-    QCOMPARE(hashes(), before);
+    const QString driver = u"/libipcamera.so"_s; // of cameras only
+    QVERIFY(QDir().mkdir(path("plugins")));
+    QVERIFY(QFile::copy(text(PLUGIN_FOLDER) + driver, path("plugins") + driver));
+    verifyRefusal([this](const QByteArray& call) { return onCameras(call); });
 }
 
 QTEST_GUILESS_MAIN(TestRecordCommand)

@@ -62,8 +62,6 @@ private:
     {
         return onStore("show " + id).item()[text(name)];
     }
-
-    static QByteArray idOf(const Run& run) { return run.item()[text("ID")].toString().toUtf8(); }
 };
 
 void TestSites::theCameraOfAnotherSiteIsAnother()
@@ -71,7 +69,7 @@ void TestSites::theCameraOfAnotherSiteIsAnother()
     OnvifDevice device(lockedWith("urn:uuid:a"));
     const Run first = add(device, "secret");
     QVERIFY2(first.code == 0, first.error);
-    const QByteArray id = idOf(first);
+    const QByteArray id = first.id();
     QCOMPARE(first.item()[text("MAC")].toString(), text("02:77:0a:4d:00:0b"));
 
     // Another web server at a known address is that device's, on whatever port.
@@ -88,7 +86,7 @@ void TestSites::theCameraOfAnotherSiteIsAnother()
     QVERIFY2(read.error.contains("is another device than"), read.error);
     const Run second = add(device, QByteArray());
     QVERIFY2(second.code == 0, second.error);
-    QVERIFY(idOf(second) != id);
+    QVERIFY(second.id() != id);
     QCOMPARE(onStore("list").items().size(), 2);
     QCOMPARE(device.logins().size(), logins);
 
@@ -97,7 +95,7 @@ void TestSites::theCameraOfAnotherSiteIsAnother()
     device.manner = before;
     const Run moved = add(device, QByteArray());
     QVERIFY2(moved.code == 0, moved.error);
-    QCOMPARE(idOf(moved), id);
+    QCOMPARE(moved.id(), id);
     QCOMPARE(valueOf(id, "AddressConfirmed").toBool(), true);
     QCOMPARE(onStore("read " + id).code, 0);
     QVERIFY(device.logins().size() > logins);
@@ -126,7 +124,7 @@ void TestSites::theIdDoesNotDependOnTheLogin()
     QTEST(run.code, "code");
     QCOMPARE(device.logins().isEmpty(), !isLocked || !more.isEmpty());
     if (run.code == 0) {
-        QCOMPARE(idOf(run).left(4), QByteArray(isLocked ? "uuid" : "mac:"));
+        QCOMPARE(run.id().left(4), QByteArray(isLocked ? "uuid" : "mac:"));
         QCOMPARE(onStore("list").items().size(), 1);
         return;
     }
@@ -137,9 +135,9 @@ void TestSites::theIdDoesNotDependOnTheLogin()
 void TestSites::aScanConfirmsWhereDevicesAre()
 {
     // Two that a person entered, whose data no scan changes; one told its MAC.
-    const QByteArray id = idOf(onStore("--simulate small add 10.77.0.11"));
+    const QByteArray id = onStore("--simulate small add 10.77.0.11").id();
     QCOMPARE(id, QByteArray("mac:025a17000011"));
-    const QByteArray other = idOf(onStore("--simulate small add 10.77.0.12"));
+    const QByteArray other = onStore("--simulate small add 10.77.0.12").id();
     goTo("Harbour");
     QCOMPARE(onStore("list --where AddressConfirmed=yes").items().size(), 0);
     QCOMPARE(onStore("--simulate small scan --for 2 --speed 100").code, 0);
@@ -151,7 +149,7 @@ void TestSites::aScanConfirmsWhereDevicesAre()
 
 void TestSites::anEmptyEnvironmentTakesNoAddressesOver()
 {
-    const QByteArray id = idOf(onStore("add 192.0.2.5 --type 2"));
+    const QByteArray id = onStore("add 192.0.2.5 --type 2").id();
     QCOMPARE(onStore("environment list --empty").code, 2);
     QCOMPARE(onStore("environment add Bare --empty").code, 0);
     QCOMPARE(valueOf(id, "IP").toString(), text("192.0.2.5"));
@@ -170,7 +168,7 @@ void TestSites::anEmptyEnvironmentTakesNoAddressesOver()
 
 void TestSites::storesFromBeforeKeepIdsAndTheActiveAddresses()
 {
-    QByteArray id = idOf(onStore("add 192.0.2.5 --type 2"));
+    QByteArray id = onStore("add 192.0.2.5 --type 2").id();
     QCOMPARE(onStore("environment add Office").code, 0);
     QCOMPARE(onStore("convert devices.db old.ini").code, 0);
     m_store = path("old.ini");

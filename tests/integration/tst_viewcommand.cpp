@@ -5,6 +5,7 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using tst::Run;
 using tst::text;
 
@@ -51,7 +52,7 @@ private:
     Run call(QByteArray arguments) const
     {
         for (const char n : { '1', '2', '3' })
-            arguments.replace(QByteArray("N") + n, tst::simulatedId(QByteArray("192.0.2.") + n));
+            arguments.replace("N"_ba + n, tst::simulatedId("192.0.2."_ba + n));
         return onStore(k_plugins + arguments);
     }
 
@@ -71,33 +72,29 @@ private:
             "add 192.0.2.3 --type 2 --name Three" });
     }
 
-    Run drawn(const QString& store) const
-    {
-        return run({ text("--plugins"), text(SIMULATED_FOLDER), text("--store"), store,
-            text("view"), text("show") });
-    }
+    Run drawn() const { return inWords(k_plugins + "view show"); }
 };
 
 void TestViewCommand::viewsAreArrangedAndKept_data()
 {
-    QTest::addColumn<QString>("store");
-    QTest::addColumn<QString>("converted");
-    QTest::newRow("ini") << text("devices.ini") << text("copy.db");
-    QTest::newRow("sqlite") << text("devices.db") << text("copy.ini");
+    QTest::addColumn<QByteArray>("store");
+    QTest::addColumn<QByteArray>("converted");
+    QTest::newRow("ini") << QByteArray("devices.ini") << QByteArray("copy.db");
+    QTest::newRow("sqlite") << QByteArray("devices.db") << QByteArray("copy.ini");
 }
 
 void TestViewCommand::viewsAreArrangedAndKept()
 {
-    QFETCH(QString, store);
-    QFETCH(QString, converted);
+    QFETCH(QByteArray, store);
+    QFETCH(QByteArray, converted);
     begin();
-    m_store = path(qPrintable(store));
+    m_store = path(store);
     QCOMPARE(addNodes(), QByteArray());
     QCOMPARE(callAll({ "view add Site", "view add Yard --in Site", "view add Gate --in Site --at 1",
                  "view add N1 N2 --to Gate", "view add N3 Gate N3 --to Yard",
                  "view add Yard N1 --to / --at 1" }),
         QByteArray());
-    QCOMPARE(text(drawn(store).out), text(R"(/
+    QCOMPARE(text(drawn().out), uR"(/
 ├─ Yard
 │  ├─ Three  192.0.2.3
 │  └─ Gate
@@ -107,96 +104,96 @@ void TestViewCommand::viewsAreArrangedAndKept()
 └─ Site
    ├─ Gate … see above
    └─ Yard … see above
-)"));
+)"_s);
     const QJsonArray shown = call("view show").items();
     QJsonArray places;
     for (const QJsonValue& item : shown)
-        places.append(item[text("Kind")].toString().left(1) + item[text("Name")].toString()
-            + QString::number(item[text("Depth")].toInt())
-            + (item[text("Repeated")].toBool() ? text(" again") : QString()));
+        places.append(item[u"Kind"_s].toString().left(1) + item[u"Name"_s].toString()
+            + QString::number(item[u"Depth"_s].toInt())
+            + (item[u"Repeated"_s].toBool() ? u" again"_s : QString()));
     QCOMPARE(places,
-        QJsonArray({ text("vYard1"), text("nThree2"), text("vGate2"), text("nOne3"), text("nTwo3"),
-            text("nOne1"), text("vSite1"), text("vGate2 again"), text("vYard2 again") }));
-    QCOMPARE(shown[1][text("IP")], call("show N3").item()[text("IP")]);
-    QCOMPARE(shown[0][text("Under")].toString(), text("/"));
-    QCOMPARE(shown[3][text("Under")], shown[2][text("ID")]);
-    const QJsonArray holders = call("view list").item(1)[text("In")].toArray(); // Gate's
+        QJsonArray({ u"vYard1"_s, u"nThree2"_s, u"vGate2"_s, u"nOne3"_s, u"nTwo3"_s, u"nOne1"_s,
+            u"vSite1"_s, u"vGate2 again"_s, u"vYard2 again"_s }));
+    QCOMPARE(shown[1][u"IP"_s], call("show N3").item()[u"IP"_s]);
+    QCOMPARE(shown[0][u"Under"_s].toString(), u"/"_s);
+    QCOMPARE(shown[3][u"Under"_s], shown[2][u"ID"_s]);
+    const QJsonArray holders = call("view list").item(1)[u"In"_s].toArray(); // Gate's
     QCOMPARE(holders.size(), 2);
-    QVERIFY(holders.contains(shown[0][text("ID")]) && holders.contains(shown[6][text("ID")]));
+    QVERIFY(holders.contains(shown[0][u"ID"_s]) && holders.contains(shown[6][u"ID"_s]));
     QCOMPARE(callAll({ "view move N2 N1 --from Gate --at 1",
                  "view move N2 --from Gate --to Yard --at 2", "view rename Yard Court",
                  "view rename Court Court", "view remove Court --from /", "remove N1" }),
         QByteArray());
-    QCOMPARE(text(drawn(store).out), text(R"(/
+    QCOMPARE(text(drawn().out), uR"(/
 └─ Site
    ├─ Gate (empty)
    └─ Court
       ├─ Three  192.0.2.3
       ├─ Two  192.0.2.2
       └─ Gate (empty)
-)"));
-    QCOMPARE(call("convert " + store.toUtf8() + ' ' + converted.toUtf8()).code, 0);
-    QCOMPARE(drawn(converted).out, drawn(store).out);
+)"_s);
+    QCOMPARE(call("convert " + store + ' ' + converted).code, 0);
+    const QByteArray arranged = drawn().out;
+    m_store = path(converted);
+    QCOMPARE(drawn().out, arranged);
+    m_store = path(store);
 
     const Run rows = call("view list");
     QCOMPARE(rows.items().size(), 3);
-    QCOMPARE(rows.item(1)[text("InNames")], QJsonArray({ text("Court"), text("Site") }));
-    QCOMPARE(rows.item(0)[text("InNames")], QJsonArray({ text("/") }));
-    QCOMPARE(rows.item(2)[text("Nodes")].toInt(), 2);
+    QCOMPARE(rows.item(1)[u"InNames"_s], QJsonArray({ u"Court"_s, u"Site"_s }));
+    QCOMPARE(rows.item(0)[u"InNames"_s], QJsonArray({ u"/"_s }));
+    QCOMPARE(rows.item(2)[u"Nodes"_s].toInt(), 2);
     QCOMPARE(call("view add Shed --in Court").code, 0);
     const QJsonObject removed = call("view remove Court").document();
-    QCOMPARE(removed[text("viewsGone")].toInt(), 1); // the gate is in the site as well
-    QCOMPARE(removed[text("nodesInNoView")].toInt(), 2);
-    QCOMPARE(call("view remove Site Gate").document()[text("viewsGone")].toInt(), 0);
-    QCOMPARE(drawn(store).out, QByteArray("/ (empty)\n"));
+    QCOMPARE(removed[u"viewsGone"_s].toInt(), 1); // the gate is in the site as well
+    QCOMPARE(removed[u"nodesInNoView"_s].toInt(), 2);
+    QCOMPARE(call("view remove Site Gate").document()[u"viewsGone"_s].toInt(), 0);
+    QCOMPARE(drawn().out, "/ (empty)\n"_ba);
     QCOMPARE(call("list").items().size(), 2);
 }
 
 void TestViewCommand::refusedCallsNameTheValueAndChangeNothing_data()
 {
-    QTest::addColumn<QByteArray>("arguments");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QByteArray>("named");
-    const auto row = [](const char* call, int code, const char* named) {
-        QTest::newRow(call) << QByteArray(call) << code << QByteArray(named);
-    };
     const char* const cycle =
         "\"Site\" does not go into \"Gate\": Adding this view would lead to a cycle.";
-    row("add N3 Site --to Gate", 1, cycle);
-    row("move N3 Site --from / --to Gate", 1, cycle);
-    row("move Site --from / --to Site", 1, "would lead to a cycle");
-    row("add / --to Gate", 1, "\"/\" does not go into \"Gate\"");
-    row("add N3 Gate --to Site", 1, "\"Gate\" does not go into \"Site\": it stands there already");
-    row("move N1 --from gate-id --to Site", 1, "it stands there already");
-    row("add N3 nothing --to Gate", 1, "\"nothing\"");
-    row("add N3 --to Nowhere", 1, "\"Nowhere\"");
-    row("add New --in Nowhere", 1, "\"Nowhere\"");
-    row("remove N2 N3 --from Gate", 1, "\" does not stand in \"Gate\"");
-    row("remove Gate Nowhere", 1, "\"Nowhere\"");
-    row("move Gate --from Site --to Nowhere", 1, "\"Nowhere\"");
-    row("add N1 --to Twin", 1, "several views are called \"Twin\": use the id");
-    row("rename Site gate-id", 1, "there is a view \"gate-id\" already");
-    row("rename Site \t\n", 1, "not \"\"");
-    row("add New\nline", 1, "not \"New\\u000aline\"");
-    row("add Gate\n", 1, "there is a view \"Gate\" already"); // names are trimmed
-    row("add N1", 1, "uuid:");
-    row("add /", 1, "\"/\"");
-    row("rename / Top", 1, "the top");
-    row("remove /", 1, "the top");
-    // What a list of ids leaves that turned out empty.
-    row("add --to Gate", 2, "--to");
-    row("remove --from Gate", 2, "--from");
-    row("move --from Gate --to /", 2, "--from");
-    row("remove", 2, "VIEW");
-    row("remove ", 1, "\"\"");
-    row("add Gate N3", 2, "--to");
-    row("add N3 --to Gate --at 4", 2, "1 to 3, not \"4\"");
-    row("add N3 --to Gate --at 0", 2, "\"0\"");
-    row("move N1 --from Gate --at 3", 2, "\"3\"");
-    row("move N1 --from Gate", 2, "--to");
-    row("move N1 --to /", 2, "--from");
-    row("add N3 --to Gate --in Site", 2, "--in");
-    row("paint", 2, "paint");
+    tst::addRefusals({
+        { "add N3 Site --to Gate", 1, cycle },
+        { "move N3 Site --from / --to Gate", 1, cycle },
+        { "move Site --from / --to Site", 1, "would lead to a cycle" },
+        { "add / --to Gate", 1, "\"/\" does not go into \"Gate\"" },
+        { "add N3 Gate --to Site", 1,
+            "\"Gate\" does not go into \"Site\": it stands there already" },
+        { "move N1 --from gate-id --to Site", 1, "it stands there already" },
+        { "add N3 nothing --to Gate", 1, "\"nothing\"" },
+        { "add N3 --to Nowhere", 1, "\"Nowhere\"" },
+        { "add New --in Nowhere", 1, "\"Nowhere\"" },
+        { "remove N2 N3 --from Gate", 1, "\" does not stand in \"Gate\"" },
+        { "remove Gate Nowhere", 1, "\"Nowhere\"" },
+        { "move Gate --from Site --to Nowhere", 1, "\"Nowhere\"" },
+        { "add N1 --to Twin", 1, "several views are called \"Twin\": use the id" },
+        { "rename Site gate-id", 1, "there is a view \"gate-id\" already" },
+        { "rename Site \t\n", 1, "not \"\"" },
+        { "add New\nline", 1, "not \"New\\u000aline\"" },
+        { "add Gate\n", 1, "there is a view \"Gate\" already" }, // names are trimmed
+        { "add N1", 1, "uuid:" },
+        { "add /", 1, "\"/\"" },
+        { "rename / Top", 1, "the top" },
+        { "remove /", 1, "the top" },
+        // What a list of ids leaves that turned out empty.
+        { "add --to Gate", 2, "--to" },
+        { "remove --from Gate", 2, "--from" },
+        { "move --from Gate --to /", 2, "--from" },
+        { "remove", 2, "VIEW" },
+        { "remove ", 1, "\"\"" },
+        { "add Gate N3", 2, "--to" },
+        { "add N3 --to Gate --at 4", 2, "1 to 3, not \"4\"" },
+        { "add N3 --to Gate --at 0", 2, "\"0\"" },
+        { "move N1 --from Gate --at 3", 2, "\"3\"" },
+        { "move N1 --from Gate", 2, "--to" },
+        { "move N1 --to /", 2, "--from" },
+        { "add N3 --to Gate --in Site", 2, "--in" },
+        { "paint", 2, "paint" },
+    });
 
     begin();
     m_store = path("devices.ini");
@@ -206,7 +203,7 @@ void TestViewCommand::refusedCallsNameTheValueAndChangeNothing_data()
                  "view add Blank" }),
         QByteArray());
     // Other programs may give views one name, none, and any ids.
-    const QByteArray id = call("view list").item(1)[text("ID")].toString().toUtf8();
+    const QByteArray id = call("view list").id(1);
     tst::write(m_store,
         tst::contentOf(m_store)
             .replace("TWIN", "Twin")
@@ -217,33 +214,27 @@ void TestViewCommand::refusedCallsNameTheValueAndChangeNothing_data()
 
 void TestViewCommand::refusedCallsNameTheValueAndChangeNothing()
 {
-    QFETCH(QByteArray, arguments);
-    QFETCH(int, code);
-    QFETCH(QByteArray, named);
-    const auto before = hashes();
     for (const char* store : { "devices.ini", "devices.db" }) {
         m_store = path(store);
-        const Run run = call("view " + arguments);
-        QCOMPARE(run.code, code);
-        QVERIFY2(run.error.contains(named), run.error);
-        QCOMPARE(hashes(), before);
+        verifyRefusal([this](const QByteArray& arguments) { return call("view " + arguments); });
     }
 }
 
 void TestViewCommand::cyclesInStoresAreCut()
 {
     begin();
-    writeViews(path("hand.ini"), { "A:x B", "B:A C", "C:A y" });
+    m_store = path("hand.ini");
+    writeViews(m_store, { "A:x B", "B:A C", "C:A y" });
     const auto before = hashes();
-    const Run run = drawn(text("hand.ini"));
+    const Run run = drawn();
     QCOMPARE(run.code, 0);
-    QCOMPARE(text(run.out), text(R"(/
+    QCOMPARE(text(run.out), uR"(/
 └─ a\u000a
    ├─ x (not known)
    └─ b\u000a
       └─ c\u000a
          └─ y (not known)
-)"));
+)"_s);
     QVERIFY(run.error.contains("Stored views lead to a cycle, which is cut: C holds A\n"));
     QVERIFY(run.error.contains("Stored views lead to a cycle, which is cut: B holds A\n"));
     QCOMPARE(hashes(), before);
@@ -258,11 +249,12 @@ void TestViewCommand::outputIsAsLongAsTheViews()
         const QByteArray next = QByteArray::number(i + 1);
         for (const char* letter : { "A", "B" })
             views.append(letter + QByteArray::number(i)
-                + (i + 1 == k_levels ? QByteArray(":x") : ":A" + next + " B" + next));
+                + (i + 1 == k_levels ? ":x"_ba : ":A" + next + " B" + next));
     }
     begin();
-    writeViews(path("wide.ini"), views);
-    const Run run = drawn(text("wide.ini"));
+    m_store = path("wide.ini");
+    writeViews(m_store, views);
+    const Run run = drawn();
     QCOMPARE(run.error, QByteArray());
     QCOMPARE(run.out.count('\n'), 1 + 1 + 2 + (k_levels - 1) * 4 + 2);
     QCOMPARE(run.out.count("see above"), (k_levels - 1) * 2);
