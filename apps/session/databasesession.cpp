@@ -4,6 +4,7 @@
 
 #include "environments/globalnetworkproxy.h"
 #include "nodestore/nodedb.h"
+#include "nodestore/storedkeys.h"
 #include "views/nodeviews.h"
 
 #include "persistence/storefactory.h"
@@ -68,9 +69,9 @@ bool isSound(const StoreNode& node, const QString& group)
 /** Settings and views are few, so that their groups can be looked at whole. */
 bool areSettingsSound(const IStore& store)
 {
-    const auto names = { "Environment", "GlobalFields", "GlobalProxy", "NodeViews" };
-    return std::all_of(names.begin(), names.end(), [&](const char* name) {
-        const QString group = QString::fromLatin1(name);
+    const QStringList groups{ stored::k_environment, stored::k_globalFields, stored::k_globalProxy,
+        QStringLiteral("NodeViews") };
+    return std::all_of(groups.begin(), groups.end(), [&](const QString& group) {
         return isSound(store.tree({ { group, -1 } }), group);
     });
 }

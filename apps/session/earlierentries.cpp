@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: MIT
 #include "session/earlierentries.h"
 
+#include "nodestore/storedkeys.h"
+
 #include "persistence/istore.h"
 #include "platform/logline.h"
 #include "platform/persistscope.h"
-#include "session/storedkeys.h"
 
 #include <QCoreApplication>
 #include <QSet>
@@ -21,16 +22,16 @@ void EarlierEntries::add(IStore& store, const QStringList& ids)
     const QSet<QString> wanted(ids.begin(), ids.end());
     QMap<QString, int> places; // the last one, which the database took
     {
-        const PersistGroup group(&store, k_nodesGroup);
+        const PersistGroup group(&store, k_globalNodes);
         readPersistedArray(&store, k_nodes, [&](int i) {
-            const QVariant id = store.value(k_id);
+            const QVariant id = store.value(k_nodeId);
             if (wanted.contains(id.toString()))
                 places.insert(id.toString(), i);
-            return id.isValid() || store.contains(k_type);
+            return id.isValid() || store.contains(k_nodeType);
         });
     }
     for (auto place = places.cbegin(); place != places.cend(); ++place)
-        m_entries[place.key()] = store.tree({ { k_nodesGroup, -1 }, { k_nodes, place.value() } });
+        m_entries[place.key()] = store.tree({ { k_globalNodes, -1 }, { k_nodes, place.value() } });
 }
 
 const StoreNode* EarlierEntries::entry(const QString& id) const

@@ -4,12 +4,12 @@
 
 #include "nodestore/node.h"
 #include "nodestore/nodedb.h"
+#include "nodestore/storedkeys.h"
 
 #include "persistence/istore.h"
 #include "platform/logline.h"
 #include "platform/persistscope.h"
 #include "session/pluginanswer.h"
-#include "session/storedkeys.h"
 
 #include <QSet>
 
@@ -95,9 +95,9 @@ bool KeptEntries::collect(IStore& store, const NodeDB& database)
     m_relations.clear();
     const QSet<int> known = typesWithDriver(database);
     QList<int> indexes;
-    const bool isWhole = readEntries(store, k_nodesGroup, k_nodes, [&](int i) {
-        const QVariant id = store.value(k_id);
-        const QVariant type = store.value(k_type);
+    const bool isWhole = readEntries(store, k_globalNodes, k_nodes, [&](int i) {
+        const QVariant id = store.value(k_nodeId);
+        const QVariant type = store.value(k_nodeType);
         const bool isThere = id.isValid() || type.isValid();
         const auto node = database.node(id.toString());
         const bool isLost =
@@ -111,15 +111,15 @@ bool KeptEntries::collect(IStore& store, const NodeDB& database)
         return isThere;
     });
     for (qsizetype i = 0; i < indexes.size(); ++i)
-        m_nodes[i].entry = store.tree({ { k_nodesGroup, -1 }, { k_nodes, indexes[i] } });
+        m_nodes[i].entry = store.tree({ { k_globalNodes, -1 }, { k_nodes, indexes[i] } });
     return collectRelations(store) && isWhole;
 }
 
 bool KeptEntries::collectRelations(IStore& store)
 {
-    return readEntries(store, k_relationsGroup, k_relations, [&](int) {
-        const QVariant from = store.value(k_from);
-        const QVariant to = store.value(k_to);
+    return readEntries(store, k_nodeRelations, k_relations, [&](int) {
+        const QVariant from = store.value(k_nodeFrom);
+        const QVariant to = store.value(k_nodeTo);
         if (m_ids.contains(from.toString()) || m_ids.contains(to.toString())) {
             m_relations.append(
                 { from.toString(), to.toString(), store.value(k_relationType).toInt() });
@@ -178,12 +178,12 @@ KeptEntries KeptEntries::remaining(const NodeDB& database) const
 
 void KeptEntries::append(IStore& store) const
 {
-    appendEntries(store, k_nodesGroup, k_nodes, m_nodes.size(),
+    appendEntries(store, k_globalNodes, k_nodes, m_nodes.size(),
         [&](qsizetype i) { writeNode(store, m_nodes[i].entry); });
-    appendEntries(store, k_relationsGroup, k_relations, m_relations.size(), [&](qsizetype i) {
-        store.setValue(k_from, m_relations[i].from);
+    appendEntries(store, k_nodeRelations, k_relations, m_relations.size(), [&](qsizetype i) {
+        store.setValue(k_nodeFrom, m_relations[i].from);
         store.setValue(k_relationType, m_relations[i].type);
-        store.setValue(k_to, m_relations[i].to);
+        store.setValue(k_nodeTo, m_relations[i].to);
     });
 }
 

@@ -194,7 +194,8 @@ void TestCommandLine::convertingKeepsEverything()
     QVERIFY(QFile::link(path("devices.db"), path("link.db")));
     auto lock = StoreLock::take(path("link.db")); // what another program has open
     const QByteArray pid = QByteArray::number(QCoreApplication::applicationPid());
-    for (const char* call : { "convert again.db devices.db --force", "remove ip:192.0.2.6:80" }) {
+    for (const char* call :
+        { "convert again.db devices.db --force", "settings set GlobalUser joe" }) {
         const Run refused = onStore(call);
         QCOMPARE(refused.code, 1);
         QVERIFY2(refused.error.contains("is being changed by process " + pid), refused.error);

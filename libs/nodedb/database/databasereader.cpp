@@ -4,9 +4,9 @@
 
 #include "database/confinedtarget_p.h"
 #include "database/relationstore_p.h"
-#include "database/storedgroups_p.h"
 #include "discovery/drivertable_p.h"
 #include "nodestore/node.h"
+#include "nodestore/storedkeys.h"
 
 #include "platform/persistscope.h"
 #include "platform/plugincall.h"

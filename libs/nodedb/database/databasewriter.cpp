@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "database/databasewriter_p.h"
 
-#include "database/storedgroups_p.h"
 #include "discovery/drivertable_p.h"
+#include "nodestore/storedkeys.h"
 
 #include <exception>
 

@@ -3,7 +3,7 @@
 #include "database/databasereader_p.h"
 #include "database/databasewriter_p.h"
 #include "database/nodedb_p.h"
-#include "database/storedgroups_p.h"
+#include "nodestore/storedkeys.h"
 
 #include "platform/logline.h"
 #include "platform/plugincall.h"
